@@ -1,0 +1,29 @@
+# What every target is compiled with, and the helper that makes one object library of a folder.
+
+set(PORTWISE_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefined or thread")
+
+add_library(portwise-options INTERFACE)
+target_compile_options(portwise-options INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor)
+target_compile_definitions(portwise-options INTERFACE UNICODE _UNICODE)
+if(WIN32)
+  target_compile_definitions(portwise-options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)
+endif()
+if(PORTWISE_SANITIZE)
+  target_compile_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE})
+endif()
+
+# portwise_folder(name [USES folders...] SOURCES files...): the object library of one folder under src/. It sees the
+# folders that it names, and what those see.
+function(portwise_folder name)
+  cmake_parse_arguments(FOLDER "" "" "USES;SOURCES" ${ARGN})
+  add_library(portwise-${name} OBJECT ${FOLDER_SOURCES})
+  target_include_directories(portwise-${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(portwise-${name} PUBLIC portwise-options ZLIB::ZLIB)
+  if(NOT WIN32)
+    target_link_libraries(portwise-${name} PUBLIC portwise-platform)
+  endif()
+  foreach(used ${FOLDER_USES})
+    target_include_directories(portwise-${name} PUBLIC $<TARGET_PROPERTY:portwise-${used},INTERFACE_INCLUDE_DIRECTORIES>)
+  endforeach()
+endfunction()

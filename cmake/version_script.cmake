@@ -1,0 +1,15 @@
+# Writes a linker version script that exports just what a module definition file names.
+
+file(STRINGS ${DEFINITION} lines)
+set(names "")
+set(exporting FALSE)
+foreach(line ${lines})
+  string(STRIP "${line}" line)
+  if(line STREQUAL "EXPORTS")
+    set(exporting TRUE)
+  elseif(exporting AND NOT line STREQUAL "" AND NOT line MATCHES "^;")
+    string(REGEX MATCH "^[A-Za-z0-9_]+" name "${line}")
+    string(APPEND names "    ${name};\n")
+  endif()
+endforeach()
+file(WRITE ${MAP} "{\n  global:\n${names}  local:\n    *;\n};\n")

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/spooler/channel.h"
+
+namespace portwise {
+
+/// What a command tells its user on standard error before the program ends with a failure.
+class CommandError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Orders to the running spooler, all over one connection.
+class Client {
+ public:
+  /// The answer to an order that was carried out; otherwise throws CommandError with the spooler's reason.
+  platform::Message Ask(const nlohmann::json& order, const std::string& body = {});
+  /// The answer as it is, except that a spooler that cannot be reached is a CommandError.
+  platform::Message Call(const nlohmann::json& order, const std::string& body = {});
+  /// The list that an order answers with.
+  nlohmann::json AskList(const nlohmann::json& order);
+
+ private:
+  platform::SpoolerConnection connection_;
+};
+
+/// Writes rows with their columns aligned to standard output; the first row is the heading.
+void PrintTable(const std::vector<std::vector<std::string>>& rows);
+void PrintJson(const nlohmann::json& value);
+
+/// A path as the spooler can use it wherever it runs: Windows paths as they are, Linux paths from the root.
+std::string AbsolutePath(const std::string& path);
+
+}  // namespace portwise

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+/// Each function adds one family of commands to the command line. A command that fails throws CommandError.
+namespace portwise {
+
+void AddPortCommands(CLI::App& app);
+void AddPrinterCommands(CLI::App& app);
+void AddPrintCommand(CLI::App& app);
+void AddJobCommands(CLI::App& app);
+void AddRegistryCommands(CLI::App& app);
+
+}  // namespace portwise

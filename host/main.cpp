@@ -1,0 +1,96 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/complain.h"
+#include "host/server.h"
+#include "host/spooler.h"
+#include "platform/home.h"
+#include "platform/registry/registry_control.h"
+
+namespace portwise {
+
+namespace {
+
+constexpr char kUsage[] =
+    "portwise-spooler: the print spooler. It takes no arguments, serves the home that PORTWISE_HOME names, prints\n"
+    "'ready' on standard output when it does, and ends on SIGTERM.\n";
+
+constexpr std::chrono::seconds kStopTime{10};
+
+/// The lock on a home, which only one spooler can hold; it ends with the process.
+platform::UniqueFd LockHome(const std::string& home, std::string* why) {
+  std::string path = home + "/spooler.lock";
+  platform::UniqueFd lock(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  if (!lock) {
+    *why = "cannot open " + path + ": " + std::strerror(errno);
+    return {};
+  }
+  if (flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) return lock;
+  *why = errno == EWOULDBLOCK ? "another spooler serves " + home + " already"
+                              : "cannot lock " + path + ": " + std::strerror(errno);
+  return {};
+}
+
+sigset_t StopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+  return signals;
+}
+
+int Refuse(const std::string& why) {
+  Complain(why);
+  return 1;
+}
+
+int RunSpooler() {
+  // Before any thread, so that all threads inherit it and the signals come to sigwait alone.
+  sigset_t signals = StopSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  // A printer that goes away, or a file that may not grow, is an error of the call and no reason to die.
+  signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
+
+  std::string why;
+  std::string home = platform::Home();
+  platform::UniqueFd lock = LockHome(home, &why);
+  if (!lock) return Refuse(why);
+  if (std::string fault = platform::RegistryFault(); !fault.empty()) return Refuse(fault);
+  auto spooler = Spooler::Start(home, &why);
+  if (!spooler) return Refuse(why);
+  auto server = Server::Start(home, *spooler, &why);
+  int signal = 0;
+  if (server) {
+    std::puts("ready");
+    std::fflush(stdout);
+    sigwait(&signals, &signal);
+  } else {
+    Complain(why);
+  }
+  auto limit = std::chrono::steady_clock::now() + kStopTime;
+  bool ended = (!server || server->Stop(limit));
+  ended = spooler->Stop(limit) && ended;
+  // Threads that are still in the monitor use everything that destructors would take away. What they were at is on
+  // disk as it must be.
+  if (!ended) std::_Exit(server ? 0 : 1);
+  return server ? 0 : 1;
+}
+
+}  // namespace
+
+}  // namespace portwise
+
+int main(int argc, char**) {
+  if (argc > 1) {
+    std::fputs(portwise::kUsage, stderr);
+    return 2;
+  }
+  return portwise::RunSpooler();
+}

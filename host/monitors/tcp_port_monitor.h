@@ -1,0 +1,12 @@
+#pragma once
+
+#include "host/monitors/port_monitor.h"
+
+namespace portwise {
+
+/// "Standard TCP/IP Port", raw protocol: a document connects to the port's host, and its end closes the connection
+/// after everything has been delivered. Opening a registered port never connects. Failures leave a WSA error code in
+/// the last error; a write that the printer has no room for fails with WSAETIMEDOUT and leaves the connection open.
+PortMonitor TcpPortMonitor();
+
+}  // namespace portwise

@@ -1,0 +1,149 @@
+#include "host/spooler.h"
+
+#include <winspool.h>
+
+#include <cstring>
+
+#include "host/job_control.h"
+#include "host/names.h"
+
+namespace portwise {
+
+using platform::Message;
+
+const Spooler::Operation Spooler::kOperations[] = {
+    {"printer-list", &Spooler::PrinterList},
+    {"printer-get", &Spooler::PrinterGet},
+    {"printer-add", &Spooler::PrinterAdd},
+    {"printer-set", &Spooler::PrinterSet},
+    {"printer-remove", &Spooler::PrinterRemove},
+    {"port-list", &Spooler::PortList},
+    {"port-add", &Spooler::PortAdd},
+    {"port-remove", &Spooler::PortRemove},
+    {"job-list", &Spooler::JobList},
+    {"job-get", &Spooler::JobGet},
+};
+
+std::unique_ptr<Spooler> Spooler::Start(const std::string& home, std::string* why) {
+  auto store = JobStore::Open(home, why);
+  if (!store) return nullptr;
+  auto monitor = MonitorLibrary::Load(why);
+  if (!monitor) return nullptr;
+  std::unique_ptr<Spooler> spooler(new Spooler(std::move(monitor), std::move(store)));
+  platform::SetLocalSpooler(spooler.get());
+  spooler->queues_.Dispatch();
+  return spooler;
+}
+
+Spooler::Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobStore> store)
+    : monitor_(std::move(monitor)), store_(std::move(store)), queues_(*monitor_, *store_) {}
+
+bool Spooler::Stop(std::chrono::steady_clock::time_point limit) {
+  if (!queues_.Stop(limit)) return false;
+  monitor_->Shutdown();
+  platform::SetLocalSpooler(nullptr);
+  return true;
+}
+
+Message Spooler::Carry(const Message& request, bool local) {
+  try {
+    std::string name = TextOf(request.head, "op");
+    if (name == "job-control") return JobControl(request.head, local);
+    for (const Operation& operation : kOperations) {
+      if (name == operation.name) return (this->*operation.carryOut)(request.head);
+    }
+    return platform::Failure(ERROR_INVALID_FUNCTION, "there is no order " + name);
+  } catch (const OrderError& error) {
+    return platform::Failure(error.Code(), error.what());
+  } catch (const std::bad_alloc&) {
+    return platform::Failure(ERROR_OUTOFMEMORY, "the spooler is out of memory");
+  } catch (const std::exception& error) {
+    return platform::Failure(ERROR_INTERNAL_ERROR, error.what());
+  }
+}
+
+std::unique_ptr<Submission> Spooler::BeginJob(const Json& order) {
+  std::lock_guard lock(setupMutex_);
+  auto printer = FindPrinter(TextOf(order, "printer"));
+  if (!printer)
+    throw OrderError(ERROR_INVALID_PRINTER_NAME,
+                     "there is no printer " + TextOf(order, "printer") + "; 'portwise printer list' shows them");
+  Job job;
+  job.printer = printer->name;
+  job.document = TextOf(order, "document");
+  job.user = TextOf(order, "user");
+  job.machine = TextOf(order, "machine");
+  for (const std::string* text : {&job.document, &job.user, &job.machine}) RequireNone(TextFault("job's text", *text));
+  std::string why;
+  auto submission = store_->Begin(job, &why);
+  if (!submission) throw OrderError(ERROR_CANTWRITE, why);
+  return submission;
+}
+
+void Spooler::JobArrived(DWORD id) {
+  if (auto job = store_->Find(id)) queues_.Wake(job->printer);
+}
+
+Spooler::Json Spooler::Describe(const Job& job) {
+  Json description = ToRecord(job);
+  description["state"] = StateName(job);
+  description["reason"] = job.reason;
+  description["taken"] = job.taken;
+  description["status"] = StatusFlags(job);
+  return description;
+}
+
+Job Spooler::RequireJob(const Json& order) {
+  auto id = static_cast<DWORD>(NumberOf(order, "job", UINT32_MAX));
+  auto job = store_->Find(id);
+  std::string printer = TextOf(order, "printer");
+  if (job && (printer.empty() || NameKey(printer) == NameKey(job->printer))) return *job;
+  if (!printer.empty() && !FindPrinter(printer))
+    throw OrderError(ERROR_INVALID_PRINTER_NAME, "there is no printer " + printer);
+  throw OrderError(ERROR_INVALID_PARAMETER,
+                   "there is no job " + std::to_string(id) + (printer.empty() ? "" : " on printer " + printer));
+}
+
+Message Spooler::JobList(const Json& order) {
+  // A page of this many descriptions stays far below the bound of a message body.
+  constexpr std::size_t kPage = 500;
+  auto after = static_cast<DWORD>(NumberOf(order, "after", UINT32_MAX));
+  std::u16string printer = NameKey(TextOf(order, "printer"));
+  if (!printer.empty() && !FindPrinter(TextOf(order, "printer")))
+    throw OrderError(ERROR_INVALID_PRINTER_NAME, "there is no printer " + TextOf(order, "printer"));
+  std::vector<Job> jobs = store_->List(after, kPage);
+  Json list = Json::array();
+  for (const Job& job : jobs) {
+    if (printer.empty() || NameKey(job.printer) == printer) list.push_back(Describe(job));
+  }
+  Json head{{"error", 0u}, {"more", jobs.size() == kPage}, {"last", jobs.empty() ? after : jobs.back().id}};
+  return {head, list.dump(-1, ' ', false, Json::error_handler_t::replace)};
+}
+
+Message Spooler::JobGet(const Json& order) {
+  constexpr const char* kOutcomes[] = {"unknown", "printed", "deleted"};
+  auto id = static_cast<DWORD>(NumberOf(order, "job", UINT32_MAX));
+  try {
+    Job job = RequireJob(order);
+    Json description = Describe(job);
+    description["position"] = store_->Count(NameKey(job.printer), job.id);
+    description["error"] = 0u;
+    return {description, {}};
+  } catch (const OrderError& error) {
+    Message reply = platform::Failure(error.Code(), error.what());
+    reply.head["outcome"] = kOutcomes[static_cast<int>(store_->Outcome(id))];
+    return reply;
+  }
+}
+
+Message Spooler::JobControl(const Json& order, bool local) {
+  Job job = RequireJob(order);
+  std::string why;
+  auto command = static_cast<DWORD>(NumberOf(order, "command", UINT32_MAX));
+  DWORD error = ControlJob(*store_, job.id, command, local, &why);
+  queues_.Wake(job.printer);
+  if (error != ERROR_SUCCESS) throw OrderError(error, why);
+  return {{{"error", 0u}}, {}};
+}
+
+}  // namespace portwise

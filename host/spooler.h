@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "host/job_store.h"
+#include "host/monitor_library.h"
+#include "host/order.h"
+#include "host/port_queues.h"
+#include "host/printers.h"
+#include "platform/spooler/channel.h"
+
+namespace portwise {
+
+/// The print spooler: printers, ports and jobs, and the orders on them.
+///
+/// Call carries out the orders of this process: the monitor's. Those of clients come through CallFromClient. Any
+/// thread; no lock is held while the monitor runs.
+class Spooler final : public platform::SpoolerService {
+ public:
+  /// Takes up the home's jobs and starts to print. Null when something that it needs cannot be used.
+  static std::unique_ptr<Spooler> Start(const std::string& home, std::string* why);
+
+  platform::Message Call(const platform::Message& request) override { return Carry(request, true); }
+  platform::Message CallFromClient(const platform::Message& request) { return Carry(request, false); }
+
+  /// Begins to receive a job as the order says. Throws OrderError.
+  std::unique_ptr<Submission> BeginJob(const nlohmann::json& order);
+  /// Brings a job that was committed to its port.
+  void JobArrived(DWORD job);
+
+  /// Jobs in progress stop at their next buffer, ports are closed. False when the monitor does not return by `limit`;
+  /// the spooler must then live until the process ends.
+  bool Stop(std::chrono::steady_clock::time_point limit);
+
+ private:
+  using Json = nlohmann::json;
+  using Message = platform::Message;
+  struct Operation {
+    const char* name;
+    Message (Spooler::*carryOut)(const Json& order);
+  };
+  static const Operation kOperations[];
+
+  Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobStore> store);
+  Message Carry(const Message& request, bool local);
+
+  Message PrinterList(const Json& order);
+  Message PrinterGet(const Json& order);
+  Message PrinterAdd(const Json& order);
+  Message PrinterSet(const Json& order);
+  Message PrinterRemove(const Json& order);
+  Message PortList(const Json& order);
+  Message PortAdd(const Json& order);
+  Message PortRemove(const Json& order);
+  Message JobList(const Json& order);
+  Message JobGet(const Json& order);
+  Message JobControl(const Json& order, bool local);
+
+  Json Describe(const Printer& printer);
+  Json Describe(const Job& job);
+  Job RequireJob(const Json& order);
+
+  std::unique_ptr<MonitorLibrary> monitor_;
+  std::unique_ptr<JobStore> store_;
+  PortQueues queues_;
+  /// Serialises changes of printers and ports, and the beginnings of jobs with them. Not held while a port closes.
+  std::mutex setupMutex_;
+};
+
+}  // namespace portwise

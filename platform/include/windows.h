@@ -1,0 +1,8 @@
+#pragma once
+
+#include <winbase.h>
+#include <windef.h>
+#include <winerror.h>
+#include <winnls.h>
+#include <winnt.h>
+#include <winreg.h>

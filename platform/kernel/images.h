@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace portwise::platform {
+
+/// A program or library that is loaded into the process. Its module handle is the address that it is loaded at.
+struct Image {
+  HMODULE module;
+  std::string path;  // absolute
+};
+
+/// All of them, the program first. Any thread.
+std::vector<Image> LoadedImages();
+
+/// The image that `address` lies in; null when it lies in none.
+HMODULE ImageOf(const void* address);
+
+/// The image of a library that dlopen has given.
+HMODULE ImageOfLibrary(void* library);
+
+/// The image loaded at `module`, which may be any value.
+std::optional<Image> FindImage(HMODULE module);
+
+}  // namespace portwise::platform

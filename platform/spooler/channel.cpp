@@ -1,0 +1,72 @@
+#include "platform/spooler/channel.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <windows.h>
+
+#include <cstring>
+#include <mutex>
+#include <shared_mutex>
+
+#include "platform/home.h"
+#include "platform/spooler/frame.h"
+
+namespace portwise::platform {
+
+namespace {
+
+struct LocalSpooler {
+  std::shared_mutex mutex;
+  SpoolerService* service = nullptr;
+};
+
+LocalSpooler& Local() {
+  static LocalSpooler local;
+  return local;
+}
+
+}  // namespace
+
+void SetLocalSpooler(SpoolerService* service) {
+  std::unique_lock lock(Local().mutex);
+  Local().service = service;
+}
+
+Message CallSpooler(const Message& request) {
+  {
+    std::shared_lock lock(Local().mutex);
+    if (Local().service) return Local().service->Call(request);
+  }
+  return SpoolerConnection().Call(request);
+}
+
+Message Failure(unsigned error, const std::string& reason) { return {{{"error", error}, {"reason", reason}}, {}}; }
+
+SpoolerAddress::SpoolerAddress(const std::string& home) : path_(home + "/spooler.sock") {
+  address_.sun_family = AF_UNIX;
+  std::string name = path_;
+  if (name.size() >= sizeof(address_.sun_path)) {
+    folder_ = UniqueFd(open(home.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    name = "/proc/self/fd/" + std::to_string(folder_.Get()) + "/spooler.sock";
+  }
+  std::memcpy(address_.sun_path, name.c_str(), name.size() + 1);
+}
+
+SpoolerConnection::SpoolerConnection() : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  SpoolerAddress address(Home());
+  if (connect(socket_.Get(), reinterpret_cast<const sockaddr*>(&address.Get()), sizeof(sockaddr_un)) != 0)
+    socket_ = UniqueFd();
+}
+
+Message SpoolerConnection::Call(const Message& request) {
+  Message reply;
+  if (!socket_) return Failure(RPC_S_SERVER_UNAVAILABLE, "no spooler is running");
+  // An answer may lie ready although the order could not be sent: a spooler that refuses a client says why and closes.
+  SendFrame(socket_.Get(), request);
+  if (ReceiveFrame(socket_.Get(), &reply) && reply.head.contains("error") && reply.head["error"].is_number_unsigned())
+    return reply;
+  socket_ = UniqueFd();
+  return Failure(RPC_S_SERVER_UNAVAILABLE, "the spooler closed the connection");
+}
+
+}  // namespace portwise::platform

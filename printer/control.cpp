@@ -1,0 +1,180 @@
+#include "printer/control.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cinttypes>
+#include <cstdio>
+#include <system_error>
+
+namespace portwise::printer {
+namespace {
+
+constexpr std::size_t kLongestLine = 256;
+constexpr std::size_t kMostClients = 64;
+
+std::string StatsLine(const Stats& stats) {
+  std::array<char, 256> line;
+  std::snprintf(line.data(), line.size(),
+                "jobs=%" PRIu64 " bytes=%" PRIu64 " open=%zu buffered=%" PRIu64 " dropped=%" PRIu64
+                " last_bytes=%" PRIu64 " last_crc32=%08" PRIx32,
+                stats.jobs, stats.bytes, stats.open, stats.buffered, stats.dropped, stats.lastBytes,
+                stats.lastChecksum);
+  return line.data();
+}
+
+constexpr std::string_view kWaitIdle = "wait-idle";
+
+struct Order {
+  std::string_view name;
+  bool takesNumber;
+  std::string (*carryOut)(LabelPrinter& printer, std::uint64_t number);  // returns what follows "ok "
+  std::string_view help;
+};
+
+std::string Done(void (LabelPrinter::*action)(), LabelPrinter& printer) {
+  (printer.*action)();
+  return {};
+}
+
+constexpr Order kOrders[] = {
+    {"ready", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::Ready, printer); },
+     "take connections again"},
+    {"refuse", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::Refuse, printer); },
+     "refuse connections; open ones stay"},
+    {"power off", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::PowerOff, printer); },
+     "reset every connection, lose the buffer and refuse, until \"ready\""},
+    {"drop", true,
+     [](LabelPrinter& printer, std::uint64_t bytes) {
+       printer.Drop(bytes);
+       return std::string();
+     },
+     "reset the newest or else the next connection after N more bytes"},
+    {"pause", false,
+     [](LabelPrinter& printer, std::uint64_t) {
+       printer.SetReading(false);
+       return std::string();
+     },
+     "stop reading"},
+    {"resume", false,
+     [](LabelPrinter& printer, std::uint64_t) {
+       printer.SetReading(true);
+       return std::string();
+     },
+     "read again"},
+    {"speed", true,
+     [](LabelPrinter& printer, std::uint64_t bytesPerSecond) {
+       printer.SetSpeed(bytesPerSecond);
+       return std::string();
+     },
+     "print N bytes a second; 0 for at once"},
+    {"stats", false, [](LabelPrinter& printer, std::uint64_t) { return StatsLine(printer.Figures()); },
+     "figures as key=value"},
+    {kWaitIdle, false, nullptr, "answer once everything sent so far is received and printed"},
+};
+
+const Order* FindOrder(std::string_view line, std::string_view* argument) {
+  for (const Order& order : kOrders) {
+    if (line.substr(0, order.name.size()) != order.name) continue;
+    *argument = line.substr(order.name.size());
+    if (argument->empty()) return &order;
+    if (argument->front() != ' ') continue;
+    argument->remove_prefix(1);
+    return &order;
+  }
+  return nullptr;
+}
+
+bool ParseNumber(std::string_view text, std::uint64_t* number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *number);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+/// False when the client does not take the line at once, which a client that reads its answers always does.
+bool Answer(int socket, std::string line) {
+  line += '\n';
+  return ::send(socket, line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL) == static_cast<ssize_t>(line.size());
+}
+
+}  // namespace
+
+Control::Control(LabelPrinter* printer, std::uint16_t port)
+    : printer_(printer), listener_(BindLoopback(port)), port_(PortOf(listener_.Get())) {
+  Listen(listener_.Get());
+}
+
+void Control::AddDescriptors(std::vector<pollfd>* descriptors) const {
+  if (clients_.size() < kMostClients) descriptors->push_back({listener_.Get(), POLLIN, 0});
+  for (const Client& client : clients_) {
+    if (!client.waitsForIdle) descriptors->push_back({client.socket.Get(), POLLIN, 0});
+  }
+}
+
+void Control::Serve() {
+  while (clients_.size() < kMostClients) {
+    UniqueFd socket = AcceptNext(listener_.Get());
+    if (!socket) break;
+    clients_.push_back({std::move(socket), {}, false});
+  }
+  std::erase_if(clients_, [this](Client& client) { return !Serve(&client); });
+}
+
+std::string Control::Help() {
+  std::string help = "Orders on the control port, one a line:";
+  for (const Order& order : kOrders) {
+    std::string name = "  " + std::string(order.name) + (order.takesNumber ? " N" : "");
+    name.resize(14, ' ');
+    help += "\n" + name + std::string(order.help);
+  }
+  return help;
+}
+
+bool Control::Serve(Client* client) {
+  if (client->waitsForIdle) {
+    if (!printer_->Idle()) return true;
+    client->waitsForIdle = false;
+    if (!Answer(client->socket.Get(), "ok")) return false;
+  } else if (!Receive(client)) {
+    return false;
+  }
+  std::size_t end;
+  while (!client->waitsForIdle && (end = client->input.find('\n')) != std::string::npos) {
+    std::string line = client->input.substr(0, end);
+    client->input.erase(0, end + 1);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!CarryOut(client, line)) return false;
+  }
+  return client->waitsForIdle || client->input.size() <= kLongestLine;
+}
+
+bool Control::Receive(Client* client) {
+  std::array<char, kLongestLine> chunk;
+  const ssize_t received = ::recv(client->socket.Get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
+  if (received < 0) return errno == EAGAIN || errno == EINTR;
+  client->input.append(chunk.data(), static_cast<std::size_t>(received));
+  return received > 0;
+}
+
+bool Control::CarryOut(Client* client, std::string_view line) {
+  const int socket = client->socket.Get();
+  std::string_view argument;
+  const Order* order = FindOrder(line, &argument);
+  if (order == nullptr) return Answer(socket, "error unknown order");
+  std::uint64_t number = 0;
+  if (order->takesNumber && !ParseNumber(argument, &number)) return Answer(socket, "error a number is missing");
+  if (!order->takesNumber && !argument.empty()) return Answer(socket, "error the order takes nothing more");
+  if (order->carryOut == nullptr) {
+    client->waitsForIdle = !printer_->Idle();
+    return client->waitsForIdle || Answer(socket, "ok");
+  }
+  try {
+    const std::string result = order->carryOut(*printer_, number);
+    return Answer(socket, result.empty() ? "ok" : "ok " + result);
+  } catch (const std::system_error& failure) {
+    return Answer(socket, std::string("error ") + failure.what());
+  }
+}
+
+}  // namespace portwise::printer

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <windows.h>
+
+#include "connection/port_link.h"
+#include "core/synchronizer.h"
+
+namespace portwise {
+
+enum class ConnectionKind : WORD {
+  kCom = 1,
+  kParallel = 2,
+  kUsb = 4,
+  kTcp = 8,
+  kGeneric = 0x8000,
+};
+
+/// Bits of GetStatus.
+constexpr DWORD kStatusDisconnected = 0x1;    ///< the printer cannot be reached
+constexpr DWORD kStatusUnidirectional = 0x2;  ///< the port returns nothing, so the printer cannot be monitored
+constexpr DWORD kStatusOffLine = 0x10000;     ///< of a parallel printer, as are the next two
+constexpr DWORD kStatusPaperEmpty = 0x20000;
+constexpr DWORD kStatusSelected = 0x40000;
+
+/// The port's link to its printer: print data, status requests and answers travel through it.
+///
+/// One user at a time: hold the use lock (Lock, or TryLock without waiting) around every write burst and every read.
+/// Only Abort may be called from any thread at any moment. The functions as they are here pass everything to the port
+/// monitor beneath; their result is then the port monitor's, with the last error that it left.
+class Connection {
+ public:
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+  virtual ~Connection() = default;
+
+  /// Makes the connection ready for print data. Nothing happens when it is ready already.
+  virtual bool Open() { return true; }
+  /// The user is done for now.
+  virtual bool Close() { return true; }
+  /// Stops all traffic at once; what that means for later calls is the class's.
+  virtual void Abort() {}
+
+  /// A print job begins. False also when the port monitor has no such call.
+  virtual bool StartDoc(DWORD jobId, DWORD level, LPBYTE docInfo);
+  /// A print job ends. True also when the port monitor has no such call.
+  virtual bool EndDoc();
+
+  /// Sends up to `length` bytes of `data`. `written` is set in every case, to the bytes that the printer's side took.
+  virtual bool Write(const void* data, DWORD length, DWORD* written);
+  /// Takes up to `size` bytes of what the printer has sent. `read` is set in every case.
+  virtual bool Read(void* buffer, DWORD size, DWORD* read);
+
+  /// Hands the timeouts to the port monitor, unless they are those that it was given last or all zero, which both
+  /// count as done. False without a port handle or when the port monitor cannot take them.
+  virtual bool SetTimeouts(const COMMTIMEOUTS& timeouts);
+
+  /// The status bits of `mask` that hold now.
+  virtual DWORD GetStatus(DWORD /*mask*/) { return 0; }
+
+  /// Reads the address of the printer again; true when it changed. `statusChannel` asks for that of the status
+  /// channel. A connection without an address always says true.
+  virtual bool RefreshAddress(bool /*statusChannel*/) { return true; }
+
+  virtual void Lock() { useLock_.Lock(); }
+  virtual void Unlock() { useLock_.Unlock(); }
+  /// Takes the use lock when nobody holds it or waits for it.
+  virtual bool TryLock() { return useLock_.TryLock(); }
+
+  /// The timeouts of the class, milliseconds.
+  virtual void GetDefaultTimeouts(COMMTIMEOUTS* timeouts) const { *timeouts = {}; }
+  /// The timeouts that were set last, else the defaults.
+  virtual void GetTimeouts(COMMTIMEOUTS* timeouts) const;
+
+  virtual bool IsNetwork() const { return false; }
+
+  /// Binds the connection to its port, which must outlive it. Before any other use.
+  void SetPortContext(PortLink* port) { port_ = port; }
+
+  ConnectionKind GetKind() const { return kind_; }
+  bool IsCom() const { return kind_ == ConnectionKind::kCom; }
+  bool IsParallel() const { return kind_ == ConnectionKind::kParallel; }
+  bool IsUsb() const { return kind_ == ConnectionKind::kUsb; }
+  bool IsTcp() const { return kind_ == ConnectionKind::kTcp; }
+
+ protected:
+  explicit Connection(ConnectionKind kind);
+
+  PortLink& Port() const { return *port_; }
+
+ private:
+  const ConnectionKind kind_;
+  PortLink* port_ = nullptr;
+  OSemaphore useLock_;
+  COMMTIMEOUTS timeouts_;  // as given to the port monitor last; all bits set before that
+
+ protected:
+  mutable OSemaphore addressLock_;  // held while RefreshAddress runs
+};
+
+}  // namespace portwise

@@ -1,0 +1,7 @@
+#include "connection/connection_generic.h"
+
+namespace portwise {
+
+DWORD Connection_Generic::GetStatus(DWORD mask) { return mask & kStatusUnidirectional; }
+
+}  // namespace portwise

@@ -1,0 +1,282 @@
+#include "connection/connection_tcp.h"
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+#include "connection/address.h"
+
+namespace portwise {
+namespace {
+
+constexpr int kConnectAttempts = 3;
+constexpr DWORD kRetryPause = 100;       // ms
+constexpr DWORD kReceiveTimeout = 1000;  // ms
+constexpr INT kWriteSlice = 1000;        // ms
+constexpr INT kFirstByteWait = 1000;     // ms
+constexpr INT kNextByteWait = 200;       // ms
+constexpr DWORD kCloseSilence = 5000;    // ms without a sign of the printer
+constexpr DWORD kAbortSlice = 100;       // ms until a wait looks whether it has been aborted
+constexpr LONG kDrainEvents = FD_READ | FD_CLOSE;
+
+/// Errors of a connect that may pass by themselves.
+constexpr int kRetriedErrors[] = {WSAEINTR, WSAEWOULDBLOCK, WSAEINPROGRESS, WSAECONNABORTED, WSAECONNREFUSED};
+
+bool IsRetried(int error) {
+  return std::find(std::begin(kRetriedErrors), std::end(kRetriedErrors), error) != std::end(kRetriedErrors);
+}
+
+int LengthOf(DWORD size) { return static_cast<int>(std::min<DWORD>(size, INT_MAX)); }
+
+/// Drops what has arrived. False on an error other than that there is nothing.
+bool DrainOnce(SOCKET socket) {
+  char dropped[1024];
+  return recv(socket, dropped, static_cast<int>(sizeof dropped), 0) >= 0 || WSAGetLastError() == WSAEWOULDBLOCK;
+}
+
+}  // namespace
+
+Connection_TCP::Connection_TCP() : Connection(ConnectionKind::kTcp) { address_.sin_family = AF_INET; }
+
+Connection_TCP::~Connection_TCP() {
+  if (connected_) CloseNow();
+}
+
+bool Connection_TCP::Open() {
+  if (aborted_) return FailAborted();
+  if (RefreshAddress(false) || PeerHasClosed()) CloseNow();
+  addressLock_.Lock();
+  const SOCKADDR_IN address = address_;
+  addressLock_.Unlock();
+
+  const OScopedLock state(stateLock_);
+  if (connected_) return true;
+  if (!ConnectSocket(address)) return false;
+  const OScopedLock lock(socketLock_);
+  if (aborted_) return FailAborted();
+  connected_ = true;
+  return true;
+}
+
+bool Connection_TCP::Close() { return CloseNow(); }
+
+void Connection_TCP::Abort() {
+  aborted_ = true;
+  const OScopedLock lock(socketLock_);
+  connected_ = false;
+  socket_.Reset();
+}
+
+bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) { return Open(); }
+
+bool Connection_TCP::EndDoc() { return Close(); }
+
+bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
+  *written = 0;
+  if (aborted_) return FailAborted();
+  if (!connected_ && !Open()) return false;
+  const auto* bytes = static_cast<const char*>(data);
+  int sent = 0;
+  Transfer transfer = SendOnce(bytes, LengthOf(length), &sent);
+  if (transfer == Transfer::kWouldBlock && AwaitSocket(POLLOUT, kWriteSlice) != 0) {
+    transfer = SendOnce(bytes, LengthOf(length), &sent);
+  }
+  if (aborted_) return FailAborted();
+  if (transfer == Transfer::kWouldBlock) {
+    WSASetLastError(WSAEWOULDBLOCK);
+    return false;
+  }
+  if (transfer == Transfer::kFailed) {
+    CloseAfter(WSAGetLastError());
+    return false;
+  }
+  *written = static_cast<DWORD>(sent);
+  return true;
+}
+
+bool Connection_TCP::Read(void* buffer, DWORD size, DWORD* read) {
+  *read = 0;
+  if (aborted_) return FailAborted();
+  if (!connected_ && !Open()) return false;
+  auto* bytes = static_cast<char*>(buffer);
+  bool failed = false;
+  int ready = AwaitSocket(POLLIN, kFirstByteWait);
+  while (ready > 0 && *read < size) {
+    int received = 0;
+    const Transfer transfer = ReceiveOnce(bytes + *read, LengthOf(size - *read), 0, &received);
+    failed = transfer == Transfer::kFailed;
+    // Nothing received is the end of what the printer sends; it may still take data.
+    if (failed || (transfer == Transfer::kDone && received == 0)) break;
+    *read += static_cast<DWORD>(received);
+    if (*read < size) ready = AwaitSocket(POLLIN, kNextByteWait);
+  }
+  if (aborted_) return FailAborted();
+  if (failed || ready < 0) CloseAfter(WSAGetLastError());
+  return *read > 0;
+}
+
+bool Connection_TCP::RefreshAddress(bool statusChannel) {
+  const OScopedLock lock(addressLock_);
+  PortAddress now;
+  ReadPortAddress(Port().PortName(), &now);
+  if (statusChannel) ++now.portNumber;
+  const bool changed = now != registered_;
+  // A name that could not be looked up is tried again, since the name service may have come back.
+  if (!changed && resolved_) return false;
+  registered_ = now;
+  // Without this a new name that is not found would leave the old printer's address in use.
+  address_.sin_addr = {};
+  const OString& inUse = now.hostName.IsEmpty() ? now.ipAddress : now.hostName;
+  resolved_ = ResolveAddress(inUse, static_cast<WORD>(now.portNumber), &address_);
+  return changed;
+}
+
+OString Connection_TCP::HostName() const { return Registered().hostName; }
+OString Connection_TCP::IpAddress() const { return Registered().ipAddress; }
+DWORD Connection_TCP::PortNumber() const { return Registered().portNumber; }
+DWORD Connection_TCP::Protocol() const { return Registered().protocol; }
+
+PortAddress Connection_TCP::Registered() const {
+  const OScopedLock lock(addressLock_);
+  return registered_;
+}
+
+bool Connection_TCP::CloseNow() {
+  const OScopedLock state(stateLock_);
+  unique_socket closing;
+  {
+    const OScopedLock lock(socketLock_);
+    if (aborted_ || !connected_) return true;
+    connected_ = false;
+    closing = std::move(socket_);
+  }
+  return GracefulClose(std::move(closing));
+}
+
+void Connection_TCP::CloseAfter(int error) {
+  CloseNow();
+  WSASetLastError(error);
+}
+
+bool Connection_TCP::FailAborted() {
+  SetLastError(ERROR_OPERATION_ABORTED);
+  return false;
+}
+
+bool Connection_TCP::ConnectSocket(const SOCKADDR_IN& address) {
+  for (int attempt = 0; attempt < kConnectAttempts; ++attempt) {
+    if (attempt > 0) Sleep(kRetryPause);
+    if (ConnectOnce(address)) return true;
+    const int error = WSAGetLastError();
+    const OScopedLock lock(socketLock_);
+    socket_.Reset();
+    WSASetLastError(error);
+    if (aborted_ || !IsRetried(error)) return false;
+  }
+  return false;
+}
+
+/// Every attempt has a socket of its own, because one that failed to connect is not the same on all systems. The
+/// socket does not block from the first on, so that an abort never waits for a printer that does not answer.
+bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
+  {
+    const OScopedLock lock(socketLock_);
+    if (aborted_) return FailAborted();
+    socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
+    if (!socket_) return false;
+    ULONG nonBlocking = 1;
+    const DWORD timeout = kReceiveTimeout;
+    if (setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeout), sizeof timeout) !=
+            0 ||
+        ioctlsocket(socket_.Get(), static_cast<LONG>(FIONBIO), &nonBlocking) != 0) {
+      return false;
+    }
+    if (connect(socket_.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return true;
+    if (WSAGetLastError() != WSAEWOULDBLOCK) return false;
+  }
+  return AwaitConnect();
+}
+
+/// How long a printer may stay silent is the system's to say. Some systems' WSAPoll does not tell of a connect that
+/// failed, so the socket's error is asked for after every slice.
+bool Connection_TCP::AwaitConnect() {
+  while (true) {
+    const int ready = AwaitSocket(POLLOUT, static_cast<INT>(kAbortSlice));
+    if (ready < 0) return false;
+    const OScopedLock lock(socketLock_);
+    if (aborted_) return FailAborted();
+    int error = 0;
+    int size = sizeof error;
+    if (getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) != 0) return false;
+    WSASetLastError(error);
+    if (error != 0) return false;
+    if (ready > 0) return true;
+  }
+}
+
+bool Connection_TCP::GracefulClose(unique_socket socket) {
+  const unique_socket_event event(WSACreateEvent());
+  if (!event || WSAEventSelect(socket.Get(), event.Get(), kDrainEvents) != 0 || shutdown(socket.Get(), SD_SEND) != 0) {
+    return false;
+  }
+  DWORD lastSign = GetTickCount();
+  while (!aborted_) {
+    const WSAEVENT waited = event.Get();
+    if (WSAWaitForMultipleEvents(1, &waited, FALSE, kAbortSlice, FALSE) == WSA_WAIT_FAILED) return false;
+    WSANETWORKEVENTS happened = {};
+    if (WSAEnumNetworkEvents(socket.Get(), event.Get(), &happened) != 0) return false;
+    if ((happened.lNetworkEvents & FD_CLOSE) != 0) return true;
+    if ((happened.lNetworkEvents & FD_READ) != 0) {
+      if (!DrainOnce(socket.Get())) return false;
+      lastSign = GetTickCount();
+    } else if (GetTickCount() - lastSign >= kCloseSilence) {
+      WSASetLastError(WSAETIMEDOUT);
+      return false;
+    }
+  }
+  return FailAborted();
+}
+
+bool Connection_TCP::PeerHasClosed() {
+  if (!connected_) return false;
+  char byte;
+  int received = 0;
+  const Transfer transfer = ReceiveOnce(&byte, 1, MSG_PEEK, &received);
+  return transfer == Transfer::kFailed || (transfer == Transfer::kDone && received == 0);
+}
+
+Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, int* sent) {
+  const OScopedLock lock(socketLock_);
+  const int result = send(socket_.Get(), data, length, 0);
+  if (result >= 0) {
+    *sent = result;
+    return Transfer::kDone;
+  }
+  return WSAGetLastError() == WSAEWOULDBLOCK ? Transfer::kWouldBlock : Transfer::kFailed;
+}
+
+Connection_TCP::Transfer Connection_TCP::ReceiveOnce(char* buffer, int size, int flags, int* received) {
+  const OScopedLock lock(socketLock_);
+  const int result = recv(socket_.Get(), buffer, size, flags);
+  if (result >= 0) {
+    *received = result;
+    return Transfer::kDone;
+  }
+  return WSAGetLastError() == WSAEWOULDBLOCK ? Transfer::kWouldBlock : Transfer::kFailed;
+}
+
+int Connection_TCP::AwaitSocket(SHORT events, INT milliseconds) {
+  WSAPOLLFD wait = {};
+  {
+    const OScopedLock lock(socketLock_);
+    wait.fd = socket_.Get();
+    if (!socket_) {
+      WSASetLastError(WSAENOTSOCK);
+      return -1;
+    }
+  }
+  wait.events = events;
+  return WSAPoll(&wait, 1, milliseconds);
+}
+
+}  // namespace portwise

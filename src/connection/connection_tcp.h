@@ -1,0 +1,92 @@
+#pragma once
+
+#include <winsock2.h>
+
+#include <atomic>
+
+#include "connection/connection.h"
+#include "connection/port_discovery.h"
+#include "connection/socket_library.h"
+#include "core/socket_handle.h"
+
+namespace portwise {
+
+/// A network printer, spoken to over a TCP socket of our own without the port monitor beneath. The address is what the
+/// port monitor keeps of the port in the registry, and is read again whenever the connection is opened.
+///
+/// A job's end closes the connection; Write and Read open it when they need it. After Abort, Open, Write and Read fail
+/// for good with ERROR_OPERATION_ABORTED, and so does a call that is under way, within a fraction of a second. Other
+/// failures leave the socket's error as the thread's last error.
+class Connection_TCP : public Connection {
+ public:
+  Connection_TCP();
+  /// Closes in order, which may wait as Close does.
+  ~Connection_TCP() override;
+
+  /// Connects, in up to three attempts 100 ms apart where the printer refuses. A connection that stands is kept, unless
+  /// the address changed or the printer has closed it meanwhile.
+  bool Open() override;
+
+  /// Ends the connection in order: the printer gets everything that was written, and what it still sends is dropped.
+  /// False when the printer gave no sign for 5000 ms, with WSAETIMEDOUT; the system goes on delivering all the same.
+  bool Close() override;
+  void Abort() override;
+
+  bool StartDoc(DWORD jobId, DWORD level, LPBYTE docInfo) override;
+  bool EndDoc() override;
+
+  /// Sends what the system takes at once, which may be less than `length`; waits for room for at most a second. When
+  /// there was none, it returns false with nothing written and the last error WSAEWOULDBLOCK, and the connection stays
+  /// open. Every other failure has closed it.
+  bool Write(const void* data, DWORD length, DWORD* written) override;
+
+  /// Gathers what arrives within a second of the call and then without a gap of more than 200 ms. False when that is
+  /// nothing, or when the connection failed; only the latter closes it.
+  bool Read(void* buffer, DWORD size, DWORD* read) override;
+
+  bool RefreshAddress(bool statusChannel) override;
+  bool IsNetwork() const override { return true; }
+
+  /// As read by the last RefreshAddress. Any thread.
+  OString HostName() const;
+  OString IpAddress() const;
+  DWORD PortNumber() const;
+  DWORD Protocol() const;
+  bool IsConnected() const { return connected_; }
+
+ private:
+  enum class Transfer { kDone, kWouldBlock, kFailed };
+
+  bool CloseNow();
+  bool ConnectSocket(const SOCKADDR_IN& address);
+  bool ConnectOnce(const SOCKADDR_IN& address);
+  bool AwaitConnect();
+  bool GracefulClose(unique_socket socket);
+  bool PeerHasClosed();
+  bool FailAborted();
+  /// Closes after `error` of the socket, which is the last error afterwards.
+  void CloseAfter(int error);
+  /// One send or recv that never waits. kFailed leaves the error in the thread's last error.
+  Transfer SendOnce(const char* data, int length, int* sent);
+  Transfer ReceiveOnce(char* buffer, int size, int flags, int* received);
+  /// WSAPoll of the socket: above 0 when it is ready or failed, 0 when neither came within the time.
+  int AwaitSocket(SHORT events, INT milliseconds);
+  PortAddress Registered() const;
+
+  const SocketLibrary library_;
+
+  // The state lock orders connect against close, and is held across both. The socket lock guards the handle, so that
+  // Abort closes no socket that a call is in; it is taken after the state lock and held only where nothing waits long.
+  OCriticalSection stateLock_;
+  OCriticalSection socketLock_;
+  unique_socket socket_;
+  std::atomic<bool> connected_ = false;
+  std::atomic<bool> aborted_ = false;
+
+  // Under the address lock.
+  PortAddress registered_;  // with the port number of the channel that was asked for
+  SOCKADDR_IN address_ = {};
+  bool resolved_ = false;
+};
+
+}  // namespace portwise

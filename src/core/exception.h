@@ -1,0 +1,49 @@
+#pragma once
+
+#include <windows.h>
+
+#include <exception>
+#include <string>
+
+namespace portwise {
+
+/// A failure inside the library: a Windows error code, a message, and where it came from when that is known. Thrown
+/// by value, caught by reference at the entry points.
+class OException {
+ public:
+  /// An empty message is replaced by the system's message for `code`.
+  explicit OException(LONG code, std::string message = std::string(), std::string detail = std::string());
+  virtual ~OException() = default;
+
+  LONG Code() const { return code_; }
+  const std::string& Message() const { return message_; }
+  const std::string& Detail() const { return detail_; }
+
+  /// The source location; an empty function and line -1 when there is none.
+  void SetLocation(std::string function, std::string file, LONG line);
+  const std::string& Function() const { return function_; }
+  const std::string& File() const { return file_; }
+  LONG Line() const { return line_; }
+
+ private:
+  LONG code_;
+  std::string message_;
+  std::string detail_;
+  std::string function_;
+  std::string file_;
+  LONG line_ = -1;
+};
+
+/// A failure of the standard library, reported as an internal error with its text.
+class OStdException : public OException {
+ public:
+  explicit OStdException(const std::exception& cause);
+};
+
+/// Memory ran out. Thrown as a pointer to the one instance, so that throwing it needs no memory.
+class CMemoryException {
+ public:
+  static CMemoryException* Instance();
+};
+
+}  // namespace portwise

@@ -1,0 +1,44 @@
+#include "core/thread_local_singleton.h"
+
+#include <utility>
+
+namespace portwise {
+namespace {
+
+struct Slot {
+  DWORD index = TlsAlloc();
+  ~Slot() {
+    if (index != TLS_OUT_OF_INDEXES) TlsFree(index);
+  }
+};
+
+Slot slot;
+
+ThreadLocalObject* First() {
+  return slot.index == TLS_OUT_OF_INDEXES ? nullptr : static_cast<ThreadLocalObject*>(TlsGetValue(slot.index));
+}
+
+}  // namespace
+
+ThreadLocalObject* ThreadLocalSlot::Find(const void* kind) {
+  ThreadLocalObject* object = First();
+  while (object && object->kind_ != kind) object = object->next_;
+  return object;
+}
+
+bool ThreadLocalSlot::Add(const void* kind, ThreadLocalObject* object) {
+  object->kind_ = kind;
+  object->next_ = First();
+  if (slot.index != TLS_OUT_OF_INDEXES && TlsSetValue(slot.index, object)) return true;
+  delete object;
+  return false;
+}
+
+void ThreadLocalSlot::DestroyObjects() {
+  ThreadLocalObject* object = First();
+  if (!object) return;
+  TlsSetValue(slot.index, nullptr);
+  while (object) delete std::exchange(object, object->next_);
+}
+
+}  // namespace portwise

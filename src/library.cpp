@@ -1,0 +1,41 @@
+// The top of the library: its load and unload, and what it exports.
+
+#include <windows.h>
+#include <winspool.h>
+
+#include <winsplp.h>
+
+#include "core/exception_handler.h"
+#include "core/module_instance.h"
+#include "core/thread_local_singleton.h"
+#include "monitor/call_guard.h"
+#include "monitor/entry_points.h"
+#include "monitor/port_list.h"
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+  switch (reason) {
+    case DLL_PROCESS_ATTACH:
+      portwise::SetModuleInstance(instance);
+      portwise::CreatePortList();
+      break;
+    case DLL_PROCESS_DETACH:
+      portwise::ThreadLocalSlot::DestroyObjects();
+      portwise::DestroyPortList();
+      break;
+    case DLL_THREAD_DETACH:
+      portwise::ThreadLocalSlot::DestroyObjects();
+      break;
+    default:
+      break;
+  }
+  return TRUE;
+}
+
+LPMONITOR2 WINAPI InitializePrintMonitor2(PMONITORINIT, PHANDLE phMonitor) {
+  portwise::NetMonExceptionHandler guard("InitializePrintMonitor2", portwise::NetMonExceptionHandler::kOperationFlags);
+  const BOOL done = portwise::RunGuarded(guard, [&] {
+    *phMonitor = portwise::MonitorTable();
+    return TRUE;
+  });
+  return done ? portwise::MonitorTable() : nullptr;
+}

@@ -1,0 +1,28 @@
+#include "monitor/call_guard.h"
+
+#include "core/synchronizer.h"
+#include "monitor/port_context.h"
+
+namespace portwise {
+namespace {
+
+constexpr DWORD kNoJob = 0xFFFFFFFF;
+
+OCriticalSection reportLock;
+DWORD lastReportedJob = kNoJob;  // under reportLock
+
+}  // namespace
+
+void NetMonExceptionHandler::Handle(const OException& exception) {
+  if (!port_) {
+    OExceptionHandler::Handle(exception);
+    return;
+  }
+  OScopedLock lock(reportLock);
+  const DWORD job = port_->JobId();
+  if (job == lastReportedJob) return;
+  OExceptionHandler::Handle(exception);
+  lastReportedJob = job;
+}
+
+}  // namespace portwise

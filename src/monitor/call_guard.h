@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/exception_handler.h"
+
+namespace portwise {
+
+class PortContext;
+
+/// The guard of the spooler's calls and of the monitor's threads. When it knows the port it reports one failure per
+/// job: a job whose every call fails is reported once. A failure that is not reported leaves the last error as it was.
+class NetMonExceptionHandler : public OExceptionHandler {
+ public:
+  /// What the guards of the spooler's operations do.
+  static constexpr DWORD kOperationFlags = kReportEventLog | kSetLastError;
+
+  NetMonExceptionHandler(const char* scopeName, DWORD flags) : OExceptionHandler(scopeName, flags) {}
+
+  void SetPort(const PortContext* port) { port_ = port; }
+
+  void Handle(const OException& exception) override;
+
+ private:
+  const PortContext* port_ = nullptr;
+};
+
+}  // namespace portwise

@@ -1,0 +1,109 @@
+#include "monitor/entry_points.h"
+
+#include <cstddef>
+
+#include "monitor/call_guard.h"
+#include "monitor/port_context.h"
+#include "monitor/port_list.h"
+
+namespace portwise {
+namespace {
+
+/// The table ends after pfnShutdown: there is no pfnSendRecvBidiDataFromPort.
+constexpr DWORD kTableSize = offsetof(MONITOR2, pfnShutdown) + sizeof(MONITOR2::pfnShutdown);
+static_assert(sizeof(void*) != 4 || kTableSize == 76);
+
+void WINAPI Shutdown(HANDLE) {}
+
+/// Runs one operation on a port under its guard.
+template <class Body>
+BOOL Operation(const char* name, HANDLE port, Body&& body) {
+  NetMonExceptionHandler guard(name, NetMonExceptionHandler::kOperationFlags);
+  auto* context = static_cast<PortContext*>(port);
+  guard.SetPort(context);
+  return RunGuarded(guard, [&] { return body(*context) ? TRUE : FALSE; });
+}
+
+}  // namespace
+
+MONITOR2* MonitorTable() {
+  static MONITOR2 table = [] {
+    MONITOR2 made = {};
+    made.cbSize = kTableSize;
+    made.pfnOpenPortEx = lmOpenPortEx2W;
+    made.pfnStartDocPort = lmStartDocPortW;
+    made.pfnWritePort = lmWritePortW;
+    made.pfnReadPort = lmReadPortW;
+    made.pfnEndDocPort = lmEndDocPortW;
+    made.pfnClosePort = lmClosePortW;
+    made.pfnGetPrinterDataFromPort = lmGetPrinterDataFromPortW;
+    made.pfnShutdown = Shutdown;
+    return made;
+  }();
+  return &table;
+}
+
+BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR printerName, PHANDLE port,
+                           MONITOR2* underlying) {
+  NetMonExceptionHandler guard("lmOpenPortEx2W", NetMonExceptionHandler::kOperationFlags);
+  PortContext* context = nullptr;
+  const BOOL opened = RunGuarded(guard, [&] {
+    context = Ports()->Create(portName);
+    guard.SetPort(context);
+    context->SetPrinterName(printerName);
+    const bool done = context->Open(monitorPort, *underlying);
+    if (!done) SetLastError(ERROR_INVALID_PRINT_MONITOR);
+    return done ? TRUE : FALSE;
+  });
+  if (opened) {
+    *port = context;
+  } else if (context) {
+    const DWORD error = GetLastError();
+    Ports()->Remove(context);
+    SetLastError(error);
+  }
+  return opened;
+}
+
+BOOL WINAPI lmClosePortW(HANDLE port) {
+  NetMonExceptionHandler guard("lmClosePortW", NetMonExceptionHandler::kOperationFlags);
+  auto* context = static_cast<PortContext*>(port);
+  guard.SetPort(context);
+  return RunGuarded(guard, [&] {
+    context->Close();
+    guard.SetPort(nullptr);
+    Ports()->Remove(context);
+    return TRUE;
+  });
+}
+
+BOOL WINAPI lmStartDocPortW(HANDLE port, LPWSTR printerName, DWORD job, DWORD level, LPBYTE docInfo) {
+  return Operation("lmStartDocPortW", port,
+                   [&](PortContext& context) { return context.StartDocument(printerName, job, level, docInfo); });
+}
+
+BOOL WINAPI lmWritePortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD written) {
+  return Operation("lmWritePortW", port, [&](PortContext& context) { return context.Write(buffer, size, written); });
+}
+
+BOOL WINAPI lmReadPortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD read) {
+  return Operation("lmReadPortW", port, [&](PortContext& context) { return context.Read(buffer, size, read); });
+}
+
+BOOL WINAPI lmEndDocPortW(HANDLE port) {
+  return Operation("lmEndDocPortW", port, [&](PortContext& context) {
+    context.EndDocument();
+    return true;
+  });
+}
+
+BOOL WINAPI lmGetPrinterDataFromPortW(HANDLE port, DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out,
+                                      DWORD outSize, LPDWORD returned) {
+  return Operation("lmGetPrinterDataFromPortW", port, [&](PortContext& context) {
+    const BOOL result = control != 0 && context.GetDeviceData(control, valueName, in, inSize, out, outSize, returned);
+    if (!result) SetLastError(ERROR_INVALID_PARAMETER);
+    return result;
+  });
+}
+
+}  // namespace portwise

@@ -1,0 +1,73 @@
+#include "monitor/port_context.h"
+
+#include "connection/create_connection.h"
+
+namespace portwise {
+
+PortContext::PortContext(const OString& portName) : portName_(portName), documents_(*this), path_(*this) {}
+
+PortContext::~PortContext() = default;
+
+bool PortContext::Open(HANDLE monitorPort, const MONITOR2& underlying) {
+  functions_ = {underlying.pfnReadPort,
+                underlying.pfnWritePort,
+                underlying.pfnStartDocPort,
+                underlying.pfnEndDocPort,
+                underlying.pfnClosePort,
+                underlying.pfnSetPortTimeOuts,
+                underlying.pfnGetPrinterDataFromPort};
+  ConnectTo();
+  OString name = portName_;
+  const BOOL opened =
+      underlying.pfnOpenPort && underlying.pfnOpenPort(monitorPort, const_cast<LPWSTR>(name.Wide()), &portHandle_);
+  if (!opened) portHandle_ = nullptr;
+  return opened || IsTcp();
+}
+
+void PortContext::ConnectTo() {
+  connection_ = CreateConnection(this);
+  connection_->SetPortContext(this);
+  connection_->RefreshAddress(false);
+  connection_->GetTimeouts(&timeouts_);
+}
+
+void PortContext::Close() {
+  if (!IsTcp()) documents_.AbandonAll();
+  if (IsOpen() && functions_.pfnClosePort) functions_.pfnClosePort(portHandle_);
+  portHandle_ = nullptr;
+}
+
+bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
+  SetPrinterName(printer);
+  return documents_.Start(job, level, info);
+}
+
+BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
+  if (!IsTcp() && (!IsOpen() || !functions_.pfnWritePort)) return FALSE;
+  return path_.Write(buffer, size, written);
+}
+
+bool PortContext::Read(BYTE* buffer, DWORD size, DWORD* read) {
+  connection_->Lock();
+  const bool result = connection_->Read(buffer, size, read);
+  connection_->Unlock();
+  return result;
+}
+
+BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
+                                DWORD* returned) {
+  if (!IsOpen() || !functions_.pfnGetPrinterDataFromPort) return FALSE;
+  return functions_.pfnGetPrinterDataFromPort(portHandle_, control, valueName, in, inSize, out, outSize, returned);
+}
+
+OString PortContext::PrinterName() const {
+  OScopedLock lock(nameLock_);
+  return printerName_;
+}
+
+void PortContext::SetPrinterName(const OString& printer) {
+  OScopedLock lock(nameLock_);
+  if (printerName_ != printer) printerName_ = printer;
+}
+
+}  // namespace portwise

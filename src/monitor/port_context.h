@@ -1,0 +1,74 @@
+#pragma once
+
+#include <windows.h>
+#include <winspool.h>
+
+#include <winsplp.h>
+
+#include <memory>
+
+#include "connection/connection.h"
+#include "connection/port_link.h"
+#include "core/ostring.h"
+#include "core/synchronizer.h"
+#include "monitor/document_control.h"
+#include "monitor/print_path.h"
+
+namespace portwise {
+
+/// One open port, from the spooler's open to its close: the handle that the spooler holds.
+///
+/// It owns the port's connection, its documents and the road of its print data, and is what they ask about the port.
+/// The spooler calls the operations of one port from one thread at a time, but for reads and requests for printer
+/// data, which may come while a write runs.
+class PortContext final : public PortLink {
+ public:
+  explicit PortContext(const OString& portName);
+  ~PortContext() override;
+  PortContext(const PortContext&) = delete;
+  PortContext& operator=(const PortContext&) = delete;
+
+  /// Chooses the connection, then opens the port at the monitor below. False when that refused, unless the printer is
+  /// reached over TCP: then the port goes on without it.
+  bool Open(HANDLE monitorPort, const MONITOR2& underlying);
+  /// Ends what is open at the monitor below and closes the port there. The context itself lives on.
+  void Close();
+
+  bool StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info);
+  BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
+  bool Read(BYTE* buffer, DWORD size, DWORD* read);
+  void EndDocument() { documents_.End(); }
+  /// Passes a device request on to the monitor below; FALSE when the port is not open there.
+  BOOL GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
+                     DWORD* returned);
+
+  OString PortName() const override { return portName_; }
+  OString PrinterName() const override;
+  void SetPrinterName(const OString& printer);
+  HANDLE PortHandle() const override { return portHandle_; }
+  const PortMonitorFunctions& PortFunctions() const override { return functions_; }
+
+  bool IsOpen() const { return portHandle_ != nullptr; }
+  bool IsTcp() const { return connection_ && connection_->IsTcp(); }
+  Connection& PrinterConnection() { return *connection_; }
+  const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
+  PrintPath& Path() { return path_; }
+  const DocumentControl& Documents() const { return documents_; }
+  /// The spooler's id of the job in progress, 0 when there is none. Any thread.
+  DWORD JobId() const { return documents_.Job(); }
+
+ private:
+  void ConnectTo();
+
+  HANDLE portHandle_ = nullptr;
+  const OString portName_;
+  OString printerName_;  // under nameLock_
+  mutable OCriticalSection nameLock_;
+  std::unique_ptr<Connection> connection_;
+  PortMonitorFunctions functions_;
+  COMMTIMEOUTS timeouts_ = {};
+  DocumentControl documents_;
+  PrintPath path_;
+};
+
+}  // namespace portwise

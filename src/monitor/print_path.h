@@ -1,0 +1,48 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string_view>
+
+#include "xpml/document.h"
+
+namespace portwise {
+
+class PortContext;
+
+/// The road of a job's bytes from the spooler's buffers to the connection.
+///
+/// Every buffer goes through the port's XPML document, which runs the sections and hands the plain bytes to the writer
+/// here. Bytes that the printer did not take stay as the document's pending output, and bytes that the parser took in a
+/// call that failed are skipped when the spooler passes them again, so a buffer may be repeated any number of times
+/// without losing or doubling a byte. Used by one thread at a time, the spooler's for this port.
+class PrintPath {
+ public:
+  explicit PrintPath(PortContext& port);
+
+  XPML_Document& Document() { return document_; }
+
+  /// Forgets what an earlier job left behind.
+  void BeginJob();
+
+  /// Delivers what is still pending, within the send timeout; false when some of it stays undelivered.
+  bool EndJob();
+
+  /// Takes a buffer of the job; `*written` is set in every case. FALSE with ERROR_IO_DEVICE when the printer took
+  /// nothing for longer than the send timeout; the spooler then goes on behind `*written`.
+  BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
+
+ private:
+  static bool WritePlainText(XPML_Document& document, void* path);
+  bool DeliverPending();
+  size_t LowLevelWrite(std::string_view bytes);
+  BOOL Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written);
+
+  PortContext& port_;
+  XPML_Document document_;
+  DWORD skipCount_ = 0;
+  bool timedOut_ = false;
+  bool unreachable_ = false;
+};
+
+}  // namespace portwise

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include "core/ostring.h"
+
+namespace portwise {
+
+/// What the monitor asks the print spooler about printers and jobs. Any thread; every call opens and closes what it
+/// needs, and a spooler that cannot answer gives the failure value.
+
+/// The port that a printer prints to; empty when the spooler does not know the printer.
+OString PortOfPrinter(const OString& printer);
+
+/// The first printer of this computer that is shared under the name, without regard to ASCII case; empty when none is.
+OString PrinterOfShare(const OString& share);
+
+/// The job's JOB_STATUS_ bits; 0 when the spooler does not know the job.
+DWORD JobStatus(const OString& printer, DWORD job);
+
+/// Tells the spooler that the monitor is done with a job (a JOB_CONTROL_ command).
+bool ControlJob(const OString& printer, DWORD job, DWORD command);
+
+}  // namespace portwise

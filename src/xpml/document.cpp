@@ -1,0 +1,180 @@
+#include "xpml/document.h"
+
+#include <utility>
+
+#include "xpml/general_commands.h"
+
+namespace portwise {
+
+XPML_Document::XPML_Document() {
+  RegisterGeneralCommands(*this);
+  Reset();
+}
+
+XPML_Document::~XPML_Document() = default;
+
+void XPML_Document::Reset() {
+  mode_ = Mode::Text;
+  inSection_ = false;
+  startMatchCount_ = 0;
+  entityLength_ = 0;
+  tagText_.Free();
+  topText_.Free();
+  runBegin_ = runEnd_ = nullptr;
+  resumeOffset_ = 0;
+  continue_ = true;
+  FreePending();
+  elements_.Clear();
+}
+
+int XPML_Document::RegisterHandler(const OString& path, HandlerFunction function, void* context) {
+  auto handler = std::make_unique<XPML_Handler>();
+  handler->path = path;
+  handler->pathBytes = path.InCodePage(kCodePageOneByte);
+  handler->function = function;
+  handler->context = context;
+  const int index = handlers_.Append(handler.get());
+  if (index >= 0) handler.release();
+  return index;
+}
+
+void XPML_Document::SetTextHandler(HandlerFunction function, void* context) {
+  textHandler_ = std::make_unique<XPML_Handler>();
+  textHandler_->function = function;
+  textHandler_->context = context;
+}
+
+bool XPML_Document::RunHandler(std::string_view path) {
+  const bool closing = !path.empty() && path.front() == '/';
+  const XPML_Handler* handler = FindHandler(closing, closing ? path.substr(1) : path);
+  return handler ? handler->function(*this, handler->context) : true;
+}
+
+const XPML_Handler* XPML_Document::FindHandler(bool closing, std::string_view name) const {
+  const size_t slash = closing ? 1 : 0;
+  for (const XPML_Handler* handler : handlers_) {
+    const std::string_view path = handler->pathBytes;
+    if (path.size() == name.size() + slash && (!closing || path.front() == '/') && path.substr(slash) == name) {
+      return handler;
+    }
+  }
+  return nullptr;
+}
+
+TextBuffer& XPML_Document::CurrentText() {
+  if (!elements_.IsEmpty()) return elements_.Content();
+  KeepRun();
+  return topText_;
+}
+
+std::string_view XPML_Document::FindAttribute(std::string_view element, std::string_view name,
+                                              std::string_view defaultValue) const {
+  const XPML_Attribute* attribute = elements_.FindAttribute(element, name);
+  return attribute ? attribute->value : defaultValue;
+}
+
+std::string_view XPML_Document::GetAttribute(std::string_view name, std::string_view defaultValue) const {
+  const XPML_Element* element = CurrentElement();
+  return element ? FindAttribute(element->Name(), name, defaultValue) : defaultValue;
+}
+
+bool XPML_Document::GetAttributeBool(std::string_view name, bool defaultValue) const {
+  const std::string_view value = GetAttribute(name);
+  if (value.empty()) return defaultValue;
+  return !EqualsNoCase(value, "false") && value != "0";
+}
+
+LONG XPML_Document::GetAttributeInt(std::string_view name, LONG defaultValue) const {
+  const std::string_view value = GetAttribute(name);
+  return value.empty() ? defaultValue : ParseDecimal(value);
+}
+
+void XPML_Document::SetPending(std::string_view bytes) {
+  pending_.data = std::make_unique<char[]>(bytes.size());
+  bytes.copy(pending_.data.get(), bytes.size());
+  pending_.length = static_cast<DWORD>(bytes.size());
+  pending_.offset = 0;
+}
+
+/// Adds bytes of the chunk to the current text. A run of plain text that lies together in the chunk is only marked.
+void XPML_Document::AppendRun(const char* from, const char* to) {
+  if (from == to) return;
+  if (!elements_.IsEmpty()) {
+    AppendBytes(std::string_view(from, static_cast<size_t>(to - from)));
+  } else if (runEnd_ == from && runBegin_ != runEnd_) {
+    runEnd_ = to;
+  } else {
+    KeepRun();
+    runBegin_ = from;
+    runEnd_ = to;
+  }
+}
+
+/// Adds a copy of the bytes to the current text, as many as it may still hold.
+void XPML_Document::AppendBytes(std::string_view bytes) {
+  TextBuffer& text = CurrentText();
+  text.Append(bytes.substr(0, text.Room()));
+}
+
+/// Copies the marked run behind the text that is kept already.
+void XPML_Document::KeepRun() {
+  if (runBegin_ != runEnd_) {
+    const std::string_view run(runBegin_, static_cast<size_t>(runEnd_ - runBegin_));
+    topText_.Append(run.substr(0, topText_.Room()));
+  }
+  runBegin_ = runEnd_ = nullptr;
+}
+
+/// Hands the plain text to the text handler when it is the current text; false, with the text kept, when refused.
+bool XPML_Document::FlushText() {
+  if (!elements_.IsEmpty() || !textHandler_) return true;
+  if (!topText_.IsEmpty()) KeepRun();
+  const char* data = topText_.IsEmpty() ? runBegin_ : topText_.Data();
+  const size_t length = topText_.IsEmpty() ? static_cast<size_t>(runEnd_ - runBegin_) : topText_.Length();
+  if (length == 0) return true;
+  plainText_ = std::string_view(data, length);
+  const bool taken = textHandler_->function(*this, textHandler_->context);
+  plainText_ = std::string_view();
+  if (taken) {
+    topText_.Clear();
+    runBegin_ = runEnd_ = nullptr;
+  }
+  return taken;
+}
+
+void XPML_Document::ProcessTag(std::string_view text) {
+  const Tag tag = SplitTag(text);
+  if (tag.name.empty()) return;
+  if (tag.opens) OpenElement(tag);
+  if (tag.closes) CloseElement(tag.name);
+}
+
+void XPML_Document::OpenElement(const Tag& tag) {
+  if (tag.name == "xpml") {
+    inSection_ = true;
+    return;
+  }
+  elements_.Open(tag.name, tag.attributes);
+  if (const XPML_Handler* handler = FindHandler(false, tag.name)) handler->function(*this, handler->context);
+}
+
+void XPML_Document::CloseElement(std::string_view name) {
+  if (name == "xpml") {
+    inSection_ = false;
+    return;
+  }
+  if (elements_.IsEmpty()) return;
+  if (const XPML_Handler* handler = FindHandler(true, name)) handler->function(*this, handler->context);
+  elements_.Close();
+  if (!elements_.IsEmpty()) return;
+  TextBuffer& content = elements_.Content();
+  KeepRun();
+  if (topText_.IsEmpty()) {
+    topText_.Swap(content);
+  } else {
+    topText_.Append(content.View());
+  }
+  content.Clear();
+}
+
+}  // namespace portwise

@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <cstring>
+
+#include "xpml/document.h"
+
+namespace portwise {
+namespace {
+
+constexpr std::string_view kStart = "<xpml>";
+
+const char* FindByte(const char* from, const char* to, char byte) {
+  const void* found = std::memchr(from, byte, static_cast<size_t>(to - from));
+  return found ? static_cast<const char*>(found) : to;
+}
+
+}  // namespace
+
+bool XPML_Document::Parse(const char* data, int length, int* consumed) {
+  length = std::max(length, 0);
+  if (resumeOffset_ >= length) {
+    if (consumed) *consumed = length;
+    resumeOffset_ -= length;
+    return true;
+  }
+  const int start = resumeOffset_;
+  resumeOffset_ = 0;
+  if (!FlushText()) {
+    if (consumed) *consumed = start;
+    if (Pending()) resumeOffset_ = start;
+    return false;
+  }
+  const char* const end = data + length;
+  for (const char* at = data + start; at < end;) {
+    at = Step(at, Interrupted() ? at + 1 : end, end);
+    if (Interrupted()) {
+      KeepRun();
+      resumeOffset_ = static_cast<int>(at - data);
+      if (consumed) *consumed = 0;
+      return false;
+    }
+  }
+  if (consumed) *consumed = length;
+  const bool flushed = FlushText();
+  KeepRun();
+  return flushed;
+}
+
+/// Takes bytes from `at`, at least one and none from `runEnd` on, up to the point where the parser may have been
+/// interrupted or its mode has changed. Bytes up to `end` may be looked at.
+const char* XPML_Document::Step(const char* at, const char* runEnd, const char* end) {
+  switch (mode_) {
+    case Mode::MatchingStart:
+      return MatchStart(at);
+    case Mode::Tag:
+      return ReadTag(at, runEnd);
+    case Mode::Entity:
+      return ReadEntity(at, runEnd);
+    case Mode::Text:
+      break;
+  }
+  return inSection_ ? ReadSection(at, runEnd) : ReadPlain(at, runEnd, end);
+}
+
+const char* XPML_Document::MatchStart(const char* at) {
+  startMatch_[startMatchCount_++] = *at;
+  const std::string_view matched(startMatch_, startMatchCount_);
+  const bool matches = kStart.substr(0, matched.size()) == matched;
+  if (matches && matched.size() < kStart.size()) return at + 1;
+  if (matches) {
+    inSection_ = true;
+  } else {
+    AppendBytes(matched);
+  }
+  mode_ = Mode::Text;
+  startMatchCount_ = 0;
+  return at + 1;
+}
+
+const char* XPML_Document::ReadPlain(const char* at, const char* runEnd, const char* end) {
+  const char* bracket = at;
+  while ((bracket = FindByte(bracket, runEnd, '<')) < runEnd) {
+    const size_t known = std::min(static_cast<size_t>(end - bracket), kStart.size());
+    if (std::memcmp(bracket, kStart.data(), known) == 0) {
+      AppendRun(at, bracket);
+      FlushText();
+      mode_ = Mode::MatchingStart;
+      return MatchStart(bracket);
+    }
+    ++bracket;
+  }
+  AppendRun(at, runEnd);
+  return runEnd;
+}
+
+const char* XPML_Document::ReadSection(const char* at, const char* runEnd) {
+  const char* stop = at;
+  while (stop < runEnd && *stop != '<' && *stop != '&') ++stop;
+  AppendRun(at, stop);
+  if (stop == runEnd) return stop;
+  if (*stop == '<') {
+    FlushText();
+    mode_ = Mode::Tag;
+  } else {
+    mode_ = Mode::Entity;
+    entityLength_ = 0;
+  }
+  return stop + 1;
+}
+
+const char* XPML_Document::ReadTag(const char* at, const char* runEnd) {
+  const char* bracket = FindByte(at, runEnd, '>');
+  const std::string_view part(at, static_cast<size_t>(bracket - at));
+  const bool whole = bracket < runEnd && tagText_.IsEmpty();
+  if (!whole) tagText_.Append(part.substr(0, tagText_.Room()));
+  if (bracket == runEnd) return runEnd;
+  mode_ = Mode::Text;
+  ProcessTag(whole ? part : tagText_.View());
+  tagText_.Clear();
+  return bracket + 1;
+}
+
+const char* XPML_Document::ReadEntity(const char* at, const char* runEnd) {
+  const char* stop = FindByte(at, runEnd, ';');
+  const size_t counted = std::min(static_cast<size_t>(stop - at), sizeof entity_ - entityLength_);
+  std::memcpy(entity_ + entityLength_, at, counted);
+  entityLength_ += counted;
+  if (stop == runEnd) return runEnd;
+  mode_ = Mode::Text;
+  const char byte = DecodeEntity(std::string_view(entity_, entityLength_));
+  AppendBytes(std::string_view(&byte, 1));
+  return stop + 1;
+}
+
+}  // namespace portwise

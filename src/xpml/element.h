@@ -1,0 +1,43 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace portwise {
+
+/// One attribute of an element; both are bytes as written. Views of the element's own copy of its tag.
+struct XPML_Attribute {
+  std::string_view name;
+  std::string_view value;
+};
+
+/// An open element: its name as written and its attributes in their order. Its content lies in the document's stack of
+/// contents. Objects are used again for later elements, so that opening one usually needs no memory.
+class XPML_Element {
+ public:
+  XPML_Element() = default;
+  XPML_Element(const XPML_Element&) = delete;
+  XPML_Element& operator=(const XPML_Element&) = delete;
+
+  /// Begins a new element.
+  void Open(std::string_view name, std::string_view attributes);
+
+  std::string_view Name() const { return name_; }
+  const std::vector<XPML_Attribute>& Attributes() const { return attributes_; }
+  /// The first attribute of that exact name, or null.
+  const XPML_Attribute* Find(std::string_view attribute) const;
+
+ private:
+  friend class ElementStack;
+
+  std::string text_;
+  std::string_view name_;
+  std::vector<XPML_Attribute> attributes_;
+  ULONGLONG serial_ = 0;   // counts the elements opened; grows from the outermost to the innermost
+  size_t parentBase_ = 0;  // the content stack's mark
+};
+
+}  // namespace portwise

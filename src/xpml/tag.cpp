@@ -1,0 +1,102 @@
+#include "xpml/tag.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace portwise {
+namespace {
+
+constexpr size_t kEntityBytes = 6;
+
+struct NamedEntity {
+  std::string_view name;
+  char byte;
+};
+
+constexpr NamedEntity kEntities[] = {{"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"amp", '&'}};
+
+void SkipSpace(std::string_view& text) {
+  while (!text.empty() && IsXpmlSpace(text.front())) text.remove_prefix(1);
+}
+
+void StripSpace(std::string_view& text) {
+  while (!text.empty() && IsXpmlSpace(text.back())) text.remove_suffix(1);
+}
+
+char LowerAscii(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte; }
+
+}  // namespace
+
+Tag SplitTag(std::string_view text) {
+  Tag tag;
+  SkipSpace(text);
+  tag.opens = true;
+  if (!text.empty() && text.front() == '/') {
+    tag.opens = false;
+    tag.closes = true;
+    text.remove_prefix(1);
+    SkipSpace(text);
+  }
+  StripSpace(text);
+  if (!text.empty() && text.back() == '/') {
+    tag.opens = tag.closes = true;
+    text.remove_suffix(1);
+    StripSpace(text);
+  }
+  const size_t space = text.find(' ');
+  tag.name = text.substr(0, space);
+  if (space != text.npos) {
+    tag.attributes = text.substr(space);
+    SkipSpace(tag.attributes);
+  }
+  return tag;
+}
+
+bool NextAttribute(std::string_view& text, std::string_view& name, std::string_view& value) {
+  SkipSpace(text);
+  const size_t equals = text.find('=');
+  if (equals == text.npos) return false;
+  name = text.substr(0, equals);
+  StripSpace(name);
+  text.remove_prefix(equals + 1);
+  SkipSpace(text);
+  if (!text.empty() && (text.front() == '"' || text.front() == '\'')) {
+    const size_t quote = text.find(text.front(), 1);
+    if (quote == text.npos) return false;
+    value = text.substr(1, quote - 1);
+    text.remove_prefix(quote + 1);
+  } else {
+    value = text.substr(0, text.find_first_of(" \r\n\t"));
+    text.remove_prefix(value.size());
+  }
+  return true;
+}
+
+char DecodeEntity(std::string_view name) {
+  name = name.substr(0, kEntityBytes);
+  if (!name.empty() && name.front() == '#') return static_cast<char>(ParseDecimal(name.substr(1)) & 0xFF);
+  for (const NamedEntity& entity : kEntities) {
+    if (EqualsNoCase(name, entity.name)) return entity.byte;
+  }
+  return '?';
+}
+
+LONG ParseDecimal(std::string_view text) {
+  SkipSpace(text);
+  const bool negative = !text.empty() && text.front() == '-';
+  if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
+  LONGLONG value = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9') break;
+    value = std::min<LONGLONG>(value * 10 + (digit - '0'), LLONG_MAX / 100);
+  }
+  if (negative) value = -value;
+  return static_cast<LONG>(std::clamp<LONGLONG>(value, INT_MIN, INT_MAX));
+}
+
+bool EqualsNoCase(std::string_view left, std::string_view right) {
+  return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin(),
+                                                   [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
+}
+
+}  // namespace portwise

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace portwise {
+
+/// Growable bytes, which may hold NUL. The capacity starts at 64 and doubles; one buffer holds at most 256 MiB. An
+/// operation that would pass that, or that finds no memory, returns false and leaves the content as it was.
+class TextBuffer {
+ public:
+  static constexpr size_t kMaxLength = size_t{256} << 20;
+
+  TextBuffer() = default;
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
+  ~TextBuffer();
+
+  size_t Length() const { return length_ - base_; }
+  bool IsEmpty() const { return length_ == base_; }
+  size_t Room() const { return kMaxLength - Length(); }
+  /// Valid until the buffer grows; null when nothing was ever stored.
+  char* Data() { return data_ + base_; }
+  const char* Data() const { return data_ + base_; }
+  std::string_view View() const { return std::string_view(Data(), Length()); }
+
+  /// Appending nothing, or from null, does nothing. The bytes may not be the buffer's own.
+  bool Append(const void* bytes, size_t count) {
+    if (count == 0 || !bytes) return true;
+    if (count > Room() || !Reserve(count)) return false;
+    std::memcpy(data_ + length_, bytes, count);
+    length_ += count;
+    return true;
+  }
+  bool Append(std::string_view text) { return Append(text.data(), text.size()); }
+  bool Append(char byte) { return Append(&byte, 1); }
+
+  /// Puts a NUL behind the content without counting it, so that the data can be read as a C string.
+  bool Terminate();
+
+  /// Cuts the content to its first `length` bytes.
+  void Truncate(size_t length) {
+    if (length < Length()) length_ = base_ + length;
+  }
+  /// Empties the content and keeps the memory.
+  void Clear() { length_ = base_; }
+  /// Empties the content and gives the memory back.
+  void Free();
+  void Swap(TextBuffer& other) noexcept;
+
+ protected:
+  size_t base_ = 0;  ///< where the content starts; what lies before belongs to whoever moved it
+  size_t length_ = 0;
+
+ private:
+  bool Reserve(size_t count) { return capacity_ - length_ >= count || Grow(count); }
+  bool Grow(size_t count);
+
+  char* data_ = nullptr;
+  size_t capacity_ = 0;
+};
+
+/// The contents of nested elements, one behind the other in one buffer. The buffer's content is that of the innermost
+/// element; closing an element appends its content to its parent's by letting the boundary go.
+class TextStack : public TextBuffer {
+ public:
+  /// Begins an empty content on top; returns what `Pop` needs to end it.
+  size_t Push() {
+    const size_t parentBase = base_;
+    base_ = length_;
+    return parentBase;
+  }
+  /// The content on top becomes the tail of the one below; dropped when that one would pass its limit.
+  void Pop(size_t parentBase) {
+    if (length_ - parentBase > kMaxLength) length_ = base_;
+    base_ = parentBase;
+  }
+};
+
+}  // namespace portwise

@@ -1,0 +1,242 @@
+#include "connection/connection_tcp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "platform/test_clock.h"
+#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_printer.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+/// At least and less than so many milliseconds.
+auto Between(DWORD least, DWORD limit) { return testing::AllOf(testing::Ge(least), testing::Lt(limit)); }
+
+class ConnectionTcpTest : public testing::Test {
+ protected:
+  ConnectionTcpTest() {
+    SetPrinter(printer_);
+    connection_.SetPortContext(&port_);
+    connection_.RefreshAddress(false);
+  }
+  ~ConnectionTcpTest() override {
+    // Else the connection would wait for the printer to close.
+    printer_.Close();
+    printer_.Refuse();
+    platform::SetTimeScale(1);
+  }
+
+  void SetPrinter(const FakePrinter& printer) { RegisterPort("IP_1", "", "127.0.0.1", printer.Port()); }
+  void OpenToPrinter() {
+    ASSERT_TRUE(connection_.Open());
+    ASSERT_TRUE(printer_.Accept());
+  }
+  bool Write(const std::string& data) {
+    return connection_.Write(data.data(), static_cast<DWORD>(data.size()), &moved_);
+  }
+  /// Closes at its own end as soon as the connection has, as printers do.
+  std::thread PrinterThatClosesToo(std::string* received) {
+    return std::thread([this, received] {
+      *received = printer_.Receive(1 << 28);
+      printer_.Close();
+    });
+  }
+
+  TemporaryHome home_;
+  FakePrinter printer_{32768};
+  FakePortLink port_{"IP_1"};
+  Connection_TCP connection_;
+  DWORD moved_ = 0;
+};
+
+TEST_F(ConnectionTcpTest, ARefusedConnectIsTriedThreeTimes) {
+  printer_.Refuse();
+  // The shortest of some tries, because the machine may be busy; a fourth attempt would take 300 ms.
+  DWORD shortest = INFINITE;
+  for (int i = 0; i < 3; ++i) {
+    const DWORD start = GetTickCount();
+    EXPECT_FALSE(connection_.Open());
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAECONNREFUSED));
+    shortest = std::min(shortest, GetTickCount() - start);
+  }
+  EXPECT_THAT(shortest, Between(200, 300));
+
+  std::thread repair([this] {
+    Sleep(150);
+    printer_.Listen();
+  });
+  EXPECT_TRUE(connection_.Open());
+  repair.join();
+}
+
+TEST_F(ConnectionTcpTest, APrinterThatDoesNotReadTakesNothingAndLosesNothing) {
+  platform::SetTimeScale(10);
+  OpenToPrinter();
+  std::string data(4 << 20, '\0');
+  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 2654435761u >> 13);
+  std::size_t sent = 0;
+  const auto writeRest = [&] {
+    const bool done = connection_.Write(data.data() + sent, static_cast<DWORD>(data.size() - sent), &moved_);
+    sent += moved_;
+    return done;
+  };
+  ASSERT_TRUE(writeRest());
+  EXPECT_LT(sent, data.size());
+  DWORD start = GetTickCount();
+  while (writeRest()) start = GetTickCount();
+  EXPECT_EQ(moved_, 0u);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAEWOULDBLOCK));
+  EXPECT_THAT(GetTickCount() - start, Between(900, 5000));
+  EXPECT_TRUE(connection_.IsConnected());
+
+  std::string received;
+  std::thread printer = PrinterThatClosesToo(&received);
+  for (int refused = 0; sent < data.size() && refused < 100;) refused += writeRest() ? 0 : 1;
+  platform::SetTimeScale(1);
+  EXPECT_EQ(sent, data.size());
+  EXPECT_TRUE(connection_.EndDoc());
+  printer.join();
+  EXPECT_TRUE(received == data);
+}
+
+TEST_F(ConnectionTcpTest, AStandingConnectionIsKeptUntilThePrinterClosesIt) {
+  OpenToPrinter();
+  EXPECT_TRUE(connection_.Open());
+  EXPECT_FALSE(printer_.Accept(50));
+  for (const bool orderly : {true, false}) {
+    ASSERT_TRUE(connection_.Open());
+    ASSERT_TRUE(Write("first"));
+    if (!orderly) {
+      ASSERT_TRUE(printer_.Accept());
+    }
+    ASSERT_EQ(printer_.Receive(5), "first");
+    orderly ? printer_.Close() : printer_.Reset();
+    ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
+    ASSERT_TRUE(Write("again"));
+    ASSERT_TRUE(printer_.Accept()) << orderly;
+    EXPECT_EQ(printer_.Receive(5), "again");
+    printer_.Close();
+  }
+}
+
+TEST_F(ConnectionTcpTest, AFailedWriteClosesAndTheNextOneConnectsAgain) {
+  OpenToPrinter();
+  printer_.Reset();
+  EXPECT_FALSE(Write("lost"));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAECONNRESET));
+  EXPECT_FALSE(connection_.IsConnected());
+  EXPECT_TRUE(Write("found"));
+  ASSERT_TRUE(printer_.Accept());
+  EXPECT_EQ(printer_.Receive(5), "found");
+}
+
+TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) {
+  OpenToPrinter();
+  std::string received;
+  std::thread first = PrinterThatClosesToo(&received);
+  FakePrinter second;
+  SetPrinter(second);
+  ASSERT_TRUE(connection_.Open());
+  first.join();
+  ASSERT_TRUE(second.Accept());
+  EXPECT_EQ(connection_.PortNumber(), second.Port());
+  EXPECT_TRUE(connection_.RefreshAddress(true));
+  EXPECT_EQ(connection_.PortNumber(), second.Port() + 1u);
+  EXPECT_FALSE(connection_.RefreshAddress(true));
+  second.Close();
+
+  RegisterPort("IP_1", "", "", second.Port());
+  EXPECT_FALSE(connection_.Open());
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAEADDRNOTAVAIL));
+  RegisterPort("IP_1", "localhost", "10.255.255.1", second.Port());
+  EXPECT_TRUE(connection_.Open());
+  EXPECT_TRUE(second.Accept());
+}
+
+TEST_F(ConnectionTcpTest, ACloseWaitsFromThePrintersLastSignAndDeliversEverything) {
+  platform::SetTimeScale(20);
+  platform::SetTickCount(0xFFFFF000u);
+  OpenToPrinter();
+  ASSERT_TRUE(Write("all of it"));
+  std::thread chatter([this] {
+    Sleep(3000);
+    printer_.Send("status");
+  });
+  const DWORD start = GetTickCount();
+  EXPECT_FALSE(connection_.Close());
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+  EXPECT_THAT(GetTickCount() - start, Between(7500, 14000));
+  chatter.join();
+  EXPECT_EQ(printer_.Receive(100), "all of it");
+}
+
+TEST_F(ConnectionTcpTest, ReadGathersBurstsAndLeavesASilentConnectionOpen) {
+  OpenToPrinter();
+  char buffer[16];
+  const DWORD start = GetTickCount();
+  EXPECT_FALSE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_THAT(GetTickCount() - start, Between(950, 2000));
+  EXPECT_TRUE(connection_.IsConnected());
+  std::thread answer([this] {
+    printer_.Send("one ");
+    Sleep(60);
+    printer_.Send("two");
+    Sleep(400);
+    printer_.Send("late");
+    printer_.Close();
+  });
+  EXPECT_TRUE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_EQ(std::string(buffer, moved_), "one two");
+  answer.join();
+  EXPECT_TRUE(connection_.Read(buffer, 2, &moved_));
+  EXPECT_EQ(std::string(buffer, moved_), "la");
+  EXPECT_TRUE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_EQ(std::string(buffer, moved_), "te");
+  EXPECT_FALSE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_TRUE(connection_.IsConnected());
+}
+
+TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
+  const std::string data(1 << 20, 'x');
+  const std::function<void(Connection_TCP&)> underWay[] = {
+      [&](Connection_TCP& connection) {
+        DWORD written;
+        while (connection.Write(data.data(), static_cast<DWORD>(data.size()), &written)) {
+        }
+      },
+      [](Connection_TCP& connection) {
+        char buffer[16];
+        DWORD read;
+        while (!connection.Read(buffer, sizeof buffer, &read) && connection.IsConnected()) {
+        }
+      },
+      [](Connection_TCP& connection) { connection.Close(); },
+  };
+  for (const auto& work : underWay) {
+    Connection_TCP connection;
+    connection.SetPortContext(&port_);
+    ASSERT_TRUE(connection.Open());
+    ASSERT_TRUE(printer_.Accept());
+    std::thread user([&] { work(connection); });
+    Sleep(100);
+    const DWORD start = GetTickCount();
+    connection.Abort();
+    user.join();
+    EXPECT_LT(GetTickCount() - start, 900u);
+    EXPECT_FALSE(connection.Open());
+    EXPECT_FALSE(connection.Write("x", 1, &moved_));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_FALSE(connection.IsConnected());
+    EXPECT_TRUE(connection.Close());
+  }
+}
+
+}  // namespace
+}  // namespace portwise

@@ -1,0 +1,96 @@
+#include "connection/port_discovery.h"
+
+#include <gtest/gtest.h>
+
+#include "connection/address.h"
+#include "connection/create_connection.h"
+#include "tests/connection/fake_port_link.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+TEST(PortDiscoveryTest, NumberedPortsAreAPrefixAndDigits) {
+  const struct {
+    const char* prefix;
+    const char* name;
+    bool numbered;
+  } cases[] = {
+      {"COM", "COM1:", true}, {"LPT", "lpt2", true},    {"USB", "USB001", true},  {"COM", "com12::", true},
+      {"COM", "COM", false},  {"COM", "COM:", false},   {"COM", "COMX", false},   {"COM", "COM1x", false},
+      {"LPT", "COM1", false}, {"FILE", "FILE:", false}, {"LPT", "LPT1:2", false}, {"COM", "", false},
+  };
+  for (const auto& row : cases) EXPECT_EQ(IsNumberedPort(row.prefix, row.name), row.numbered) << row.name;
+}
+
+TEST(PortDiscoveryTest, RegisteredPortsComeBeforeNamesAndOnlyRawOnesAreDrivenDirectly) {
+  const TemporaryHome home;
+  RegisterPort("IP_1", "", "127.0.0.1", 9100);
+  RegisterPort("IP_LPR", "", "127.0.0.1", 515, kProtocolLpr);
+  RegisterPort("IP_BOTH", "", "127.0.0.1", 9100, kProtocolRaw, "HP Standard TCP/IP Port");
+  RegisterPort("IP_BOTH", "", "127.0.0.1", 9100);
+  RegisterPort("IP_HP", "", "127.0.0.1", 9100, kProtocolRaw, "HP Standard TCP/IP Port");
+  RegisterPort("LPT7:", "", "127.0.0.1", 9100, kProtocolRaw, "Corvane Port");
+  RegisterPort("IP_C", "", "127.0.0.1", 9100, kProtocolRaw, "Corvane TCP/IP Port");
+  RegisterPort("IP_OTHER", "", "127.0.0.1", 9100, kProtocolRaw, "Another Port");
+  const struct {
+    const char* name;
+    PortKind kind;
+    const char* monitor;  // empty when none knows the port
+    bool raw;
+  } cases[] = {
+      {"IP_1", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
+      {"ip_1", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
+      {"IP_LPR", PortKind::kStandardTcp, "Standard TCP/IP Port\\", false},
+      {"IP_BOTH", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
+      {"IP_HP", PortKind::kHpStandardTcp, "HP Standard TCP/IP Port\\", true},
+      {"LPT7:", PortKind::kCorvane, "Corvane Port\\", true},
+      {"IP_C", PortKind::kCorvaneTcp, "Corvane TCP/IP Port\\", true},
+      {"IP_OTHER", PortKind::kOther, "", false},
+      {"LPT1:", PortKind::kParallel, "", false},
+      {"USB001", PortKind::kUsb, "", false},
+      {"COM3:", PortKind::kSerial, "", false},
+      {"FILE:", PortKind::kOther, "", false},
+      {"nul:", PortKind::kOther, "", false},
+      {"", PortKind::kOther, "", false},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(ClassifyPort(row.name), row.kind) << row.name;
+    EXPECT_EQ(MonitorPortKeyPath(row.name),
+              OString("System\\CurrentControlSet\\Control\\Print\\Monitors\\") + row.monitor + "Ports\\" + row.name);
+    FakePortLink port(row.name);
+    EXPECT_EQ(IsRawTcpPort(&port), row.raw) << row.name;
+    EXPECT_EQ(CreateConnection(&port)->IsTcp(), row.raw) << row.name;
+  }
+}
+
+TEST(PortDiscoveryTest, UnreadableValuesCountAsNone) {
+  const TemporaryHome home;
+  RegisterPort("P", OString(std::string(259, 'h')), OString(std::string(260, 'a')), 9100);
+  unique_registry_key key;
+  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, MonitorPortKeyPath("P").Wide(), 0, KEY_ALL_ACCESS, key.Put()), 0);
+  RegDeleteValueW(key.Get(), TEXT("Protocol"));
+  const BYTE shortNumber[2] = {1, 2};
+  RegSetValueExW(key.Get(), TEXT("PortNumber"), 0, REG_BINARY, shortNumber, sizeof shortNumber);
+  PortAddress address;
+  EXPECT_TRUE(ReadPortAddress("P", &address));
+  EXPECT_EQ(address.hostName.Length(), 259);
+  EXPECT_TRUE(address.ipAddress.IsEmpty());
+  EXPECT_EQ(address.portNumber, 0u);
+  EXPECT_EQ(address.protocol, 0u);
+  EXPECT_FALSE(ReadPortAddress("Q", &address));
+  EXPECT_TRUE(address.hostName.IsEmpty());
+}
+
+TEST(PortDiscoveryTest, AddressesAreLookedUpAndAFailureKeepsTheOldOne) {
+  SOCKADDR_IN address = {};
+  ASSERT_TRUE(ResolveAddress("127.0.0.2", 9100, &address));
+  EXPECT_EQ(ntohl(address.sin_addr.s_addr), 0x7F000002u);
+  EXPECT_EQ(address.sin_family, AF_INET);
+  EXPECT_FALSE(ResolveAddress("", 9101, &address));
+  EXPECT_EQ(ntohl(address.sin_addr.s_addr), 0x7F000002u);
+  EXPECT_EQ(ntohs(address.sin_port), 9101);
+}
+
+}  // namespace
+}  // namespace portwise

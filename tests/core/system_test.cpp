@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "core/exception_handler.h"
+#include "core/file.h"
+#include "core/folders.h"
+#include "core/synchronizer.h"
+#include "core/thread_local_singleton.h"
+#include "platform/home.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+std::string Content(const OString& path) {
+  std::ifstream file(platform::LinuxPath(path.View()), std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+TEST(OFile, WritesLinesInItsCodePageAndHonoursItsFlags) {
+  TemporaryHome home;
+  const OString path("C:\\Logs\\a.txt");
+  ASSERT_TRUE(CreateFolder("C:\\Logs\\"));
+  OFile file;
+  EXPECT_FALSE(file.Open(path, OFile::kReadWrite));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  ASSERT_TRUE(file.Open(path, OFile::kReadWrite | OFile::kCreate | OFile::kShareRead));
+  OFile other;
+  EXPECT_FALSE(other.Open(path, OFile::kReadWrite | OFile::kAppend));
+  EXPECT_FALSE(other.Open(path, OFile::kShareWrite)) << "the first one reads too";
+  EXPECT_TRUE(other.Open(path, 0));
+  file.SetCodePage(1252);
+  EXPECT_TRUE(file.WriteLine(TEXT("caf\u00E9")));
+  const std::string big(3000, 'x');
+  EXPECT_TRUE(file.Write(big.data(), big.size()));
+  EXPECT_TRUE(file.WriteLine());
+  EXPECT_EQ(file.Size(), 3008);
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(Content(path), "caf\xE9\r\n" + big + "\r\n");
+  ASSERT_TRUE(file.Open(path, OFile::kReadWrite | OFile::kAppend));
+  EXPECT_TRUE(file.WriteString("end"));
+  file.Close();
+  EXPECT_EQ(Content(path).substr(3008), "end");
+  ASSERT_TRUE(file.Open(path, 0));
+  char start[5];
+  EXPECT_EQ(file.Read(start, 5), 5);
+  file.Write("x", 1);
+  EXPECT_FALSE(file.Flush()) << "opened for reading only";
+  ASSERT_TRUE(other.Open(path, OFile::kReadWrite));
+  EXPECT_EQ(other.Size(), 0) << "truncated";
+}
+
+TEST(Folders, AreCreatedWithTheirParents) {
+  TemporaryHome home;
+  EXPECT_TRUE(CreateFolder("C:\\a\\b/c"));
+  EXPECT_TRUE(CreateFolder("C:\\a\\b\\c\\"));
+  EXPECT_EQ(LibraryTempFolder(), CommonApplicationDataFolder() + "\\Corvane\\Drivers\\Temp");
+  OFile file;
+  ASSERT_TRUE(file.Open("C:\\a\\file", OFile::kReadWrite | OFile::kCreate));
+  EXPECT_FALSE(CreateFolder("C:\\a\\file"));
+  EXPECT_FALSE(CreateFolder("C:\\a\\file\\x"));
+}
+
+TEST(OSemaphore, GivesWayWithoutWaiting) {
+  OSemaphore lock;
+  ASSERT_TRUE(lock.TryLock());
+  EXPECT_FALSE(lock.TryLock()) << "the holder itself must not get it twice this way";
+  std::atomic<bool> got = false;
+  std::thread waiting([&] {
+    lock.Lock();
+    got = true;
+    Sleep(50);
+    lock.Unlock();
+  });
+  Sleep(30);
+  EXPECT_FALSE(got);
+  lock.Unlock();
+  // Whether the other waits or holds it by now, the lock is wanted.
+  EXPECT_FALSE(lock.TryLock());
+  waiting.join();
+  EXPECT_TRUE(got);
+  EXPECT_TRUE(lock.TryLock());
+  lock.Unlock();
+}
+
+TEST(ThreadLocalSingleton, IsOnePerThreadAndKind) {
+  struct Cache : ThreadLocalObject {
+    int value = 0;
+  };
+  struct Other : ThreadLocalObject {};
+  ThreadLocalSingleton<Cache>::Instance()->value = 1;
+  EXPECT_EQ(ThreadLocalSingleton<Cache>::Instance()->value, 1);
+  EXPECT_NE(static_cast<ThreadLocalObject*>(ThreadLocalSingleton<Other>::Instance()),
+            static_cast<ThreadLocalObject*>(ThreadLocalSingleton<Cache>::Instance()));
+  std::thread([] {
+    EXPECT_EQ(ThreadLocalSingleton<Cache>::Instance()->value, 0);
+    ThreadLocalSlot::DestroyObjects();
+  }).join();
+  ThreadLocalSlot::DestroyObjects();
+  EXPECT_EQ(ThreadLocalSingleton<Cache>::Instance()->value, 0);
+  ThreadLocalSlot::DestroyObjects();
+}
+
+TEST(RunGuarded, TurnsEveryFailureIntoALastError) {
+  const auto lastErrorOf = [](auto&& body) {
+    OExceptionHandler guard("test", OExceptionHandler::kSetLastError);
+    SetLastError(0);
+    EXPECT_EQ(RunGuarded(guard, body), FALSE);
+    return GetLastError();
+  };
+  EXPECT_EQ(lastErrorOf([]() -> BOOL { throw OException(1117); }), 1117u);
+  EXPECT_EQ(lastErrorOf([]() -> BOOL { throw CMemoryException::Instance(); }), 14u);
+  EXPECT_EQ(lastErrorOf([]() -> BOOL { throw std::bad_alloc(); }), 14u);
+  EXPECT_EQ(lastErrorOf([]() -> BOOL { throw std::out_of_range("x"); }), 1359u);
+  EXPECT_FALSE(OException(ERROR_ACCESS_DENIED).Message().empty()) << "the system's text is used";
+}
+
+}  // namespace
+}  // namespace portwise

@@ -1,0 +1,281 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "core/exception.h"
+#include "monitor/entry_points.h"
+#include "monitor/port_list.h"
+#include "platform/test_clock.h"
+#include "settings/registry.h"
+#include "tests/support/fake_port_monitor.h"
+#include "tests/support/fake_printer.h"
+#include "tests/support/fake_spooler.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+using ::testing::ElementsAre;
+
+class Monitor : public ::testing::Test {
+ protected:
+  Monitor() {
+    CreatePortList();
+    platform::SetTickCount(0xFFFFF000);  // the tick count wraps while the tests run
+  }
+  ~Monitor() override { DestroyPortList(); }
+
+  HANDLE Open(OString port, OString printer = "Labels") {
+    HANDLE handle = nullptr;
+    const BOOL opened = lmOpenPortEx2W(MonitorTable(), below_.Monitor(), const_cast<LPWSTR>(port.Wide()),
+                                       const_cast<LPWSTR>(printer.Wide()), &handle, &below_.table);
+    return opened ? handle : nullptr;
+  }
+
+  BOOL Start(HANDLE port, DWORD job) {
+    WCHAR document[] = TEXT("document");
+    WCHAR printer[] = TEXT("Labels");
+    DOC_INFO_1W info = {document, nullptr, nullptr};
+    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
+  }
+
+  BOOL Write(HANDLE port, std::string_view data, DWORD* written) {
+    return lmWritePortW(port, reinterpret_cast<LPBYTE>(const_cast<char*>(data.data())), static_cast<DWORD>(data.size()),
+                        written);
+  }
+
+  void AddTcpPort(const char* name, unsigned tcpPort) {
+    ORegistry registry;
+    const OString key = OString("PRINT:Monitors/Standard TCP//IP Port/Ports/") + name;
+    registry.SetString(key + "/HostName", "");
+    registry.SetString(key + "/IPAddress", "127.0.0.1");
+    registry.SetDword(key + "/PortNumber", tcpPort);
+    registry.SetDword(key + "/Protocol", 1);
+  }
+
+  TemporaryHome home_;
+  FakeSpooler spooler_;
+  FakePortMonitor below_;
+};
+
+TEST_F(Monitor, OffersItsSevenOperationsAndNothingElse) {
+  const MONITOR2* table = MonitorTable();
+  EXPECT_EQ(table->cbSize, offsetof(MONITOR2, pfnSendRecvBidiDataFromPort));
+  EXPECT_TRUE(table->pfnOpenPortEx && table->pfnStartDocPort && table->pfnWritePort && table->pfnReadPort &&
+              table->pfnEndDocPort && table->pfnClosePort && table->pfnGetPrinterDataFromPort);
+  EXPECT_FALSE(table->pfnEnumPorts || table->pfnOpenPort || table->pfnAddPort || table->pfnAddPortEx ||
+               table->pfnConfigurePort || table->pfnDeletePort || table->pfnSetPortTimeOuts || table->pfnXcvOpenPort ||
+               table->pfnXcvDataPort || table->pfnXcvClosePort);
+  table->pfnShutdown(MonitorTable());
+}
+
+TEST_F(Monitor, CarriesAJobThroughThePortMonitorBelow) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(port);
+  ASSERT_TRUE(Start(port, 7));
+  EXPECT_EQ(static_cast<PortContext*>(port)->JobId(), 7u);
+  DWORD written = 0;
+  EXPECT_TRUE(Write(port, "ab<xp", &written));
+  EXPECT_EQ(written, 5u);
+  EXPECT_TRUE(Write(port, "ml><uppercase>x</uppercase></xpml>cd", &written));
+  BYTE buffer[4];
+  DWORD read = 0;
+  EXPECT_TRUE(lmReadPortW(port, buffer, sizeof buffer, &read));
+  EXPECT_EQ(read, 1u);
+  EXPECT_TRUE(spooler_.jobCommands.empty());
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_EQ(static_cast<PortContext*>(port)->JobId(), 0u);
+  EXPECT_TRUE(lmClosePortW(port));
+  EXPECT_EQ(below_.output, "abXcd");
+  EXPECT_THAT(below_.calls, ElementsAre("open FILE:", "start Labels 7 1", "end", "close"));
+  EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(7u, 6u))) << "sent to printer";
+  EXPECT_EQ(Ports()->Size(), 0);
+}
+
+TEST_F(Monitor, PrintsOverTcpEvenWhenThePortBelowRefuses) {
+  FakePrinter printer;
+  spooler_.printers["Labels"] = {"IP_1", ""};
+  AddTcpPort("IP_1", printer.Port());
+  below_.refuseOpen = true;
+  const HANDLE port = Open("IP_1");
+  ASSERT_TRUE(port);
+  EXPECT_EQ(static_cast<PortContext*>(port)->PortHandle(), nullptr);
+  ASSERT_TRUE(Start(port, 1));
+  DWORD written = 0;
+  EXPECT_TRUE(Write(port, "label<xpml></xpml>s", &written));
+  EXPECT_EQ(written, 19u);
+  ASSERT_TRUE(printer.Accept());
+  EXPECT_EQ(printer.Receive(6), "labels");
+  printer.Close();
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(lmClosePortW(port));
+  EXPECT_THAT(below_.calls, ElementsAre("open IP_1"));
+  EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(1u, 5u))) << "deleted from the queue";
+}
+
+TEST_F(Monitor, RefusesAPortThatTheMonitorBelowRefuses) {
+  below_.refuseOpen = true;
+  SetLastError(0);
+  EXPECT_FALSE(Open("LPT9:"));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PRINT_MONITOR));
+  EXPECT_EQ(Ports()->Size(), 0);
+}
+
+TEST_F(Monitor, FindsPortsByPortPrinterAndShare) {
+  spooler_.printers["Labels"] = {"out 1", ""};
+  spooler_.printers["Boxes"] = {"OUT 2", "Boxes on the Net"};
+  const HANDLE first = Open("Out 1"), again = Open("Out 1"), second = Open("Out 2");
+  EXPECT_NE(first, again);
+  EXPECT_EQ(Ports()->FindByPortName("OUT 1"), first);
+  EXPECT_EQ(Ports()->FindByPortName("*"), first);
+  EXPECT_EQ(Ports()->FindByPortName("Out"), nullptr);
+  EXPECT_EQ(Ports()->FindByPrinterName("*"), first);
+  EXPECT_EQ(Ports()->FindByPrinterName("Boxes"), second);
+  EXPECT_EQ(static_cast<PortContext*>(second)->PrinterName(), "Boxes") << "the port prints for the printer asked for";
+  EXPECT_EQ(Ports()->FindByPrinterName("Nobody"), nullptr);
+  EXPECT_EQ(Ports()->FindByShareName("boxes ON THE net"), second);
+  EXPECT_EQ(Ports()->FindByShareName(""), nullptr) << "a printer that is not shared has no share name";
+  EXPECT_TRUE(lmClosePortW(first));
+  EXPECT_EQ(Ports()->FindByPortName("Out 1"), again);
+  Ports()->Remove(static_cast<PortContext*>(first));  // gone already
+  EXPECT_EQ(Ports()->Size(), 2);
+}
+
+TEST_F(Monitor, CountsNestedDocuments) {
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(Start(port, 3) && Start(port, 0));
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(lmEndDocPortW(port)) << "an end too many";
+  ASSERT_TRUE(Start(port, 4) && Start(port, 4));
+  EXPECT_TRUE(lmClosePortW(port));
+  EXPECT_EQ(std::count(below_.calls.begin(), below_.calls.end(), "start Labels 3 1"), 1);
+  const std::vector<std::string> tail(below_.calls.end() - 4, below_.calls.end());
+  EXPECT_THAT(tail, ElementsAre("start Labels 4 1", "end", "end", "close")) << "both are ended before the close";
+}
+
+TEST_F(Monitor, LeavesARefusedDocumentUnbegun) {
+  const HANDLE port = Open("FILE:");
+  below_.refuseStart = true;
+  SetLastError(0);
+  EXPECT_FALSE(Start(port, 3));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_READY)) << "the port monitor's own error";
+  EXPECT_EQ(static_cast<PortContext*>(port)->Documents().Depth(), 0u);
+  below_.refuseStart = false;
+  EXPECT_TRUE(Start(port, 3));
+}
+
+TEST_F(Monitor, PassesDeviceRequestsDown) {
+  const HANDLE port = Open("FILE:");
+  WCHAR in[3] = {}, out[5] = {};
+  DWORD returned = 0;
+  EXPECT_TRUE(lmGetPrinterDataFromPortW(port, 0x220034, nullptr, in, 3, out, 5, &returned));
+  EXPECT_EQ(returned, 4u);
+  EXPECT_EQ(below_.calls.back(), "data 2228276");
+  lmClosePortW(port);
+  below_.table.pfnGetPrinterDataFromPort = nullptr;
+  const HANDLE other = Open("FILE:");
+  SetLastError(0);
+  EXPECT_FALSE(lmGetPrinterDataFromPortW(other, 1, nullptr, in, 3, out, 5, &returned));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
+TEST_F(Monitor, ReportsOneFailureAJob) {
+  const HANDLE port = Open("FILE:");
+  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw OException(ERROR_GEN_FAILURE); };
+  DWORD written = 0;
+  const auto lastErrorOfWrite = [&] {
+    SetLastError(0);
+    EXPECT_FALSE(Write(port, "x", &written));
+    return GetLastError();
+  };
+  ASSERT_TRUE(Start(port, 11));
+  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_GEN_FAILURE));
+  EXPECT_EQ(lastErrorOfWrite(), 0u);
+  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw std::bad_alloc(); };
+  EXPECT_TRUE(lmEndDocPortW(port));
+  ASSERT_TRUE(Start(port, 12));
+  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
+  below_.onWrite = nullptr;
+  EXPECT_TRUE(Write(port, "y", &written)) << "the port goes on";
+}
+
+TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(Start(port, 5));
+  int attempts = 0;
+  below_.onWrite = [&](DWORD, DWORD* written) -> BOOL {
+    *written = 1;
+    if (++attempts == 3) spooler_.jobStatus = JOB_STATUS_DELETING;
+    return TRUE;
+  };
+  DWORD written = 0;
+  EXPECT_TRUE(Write(port, "abcdefgh", &written));
+  EXPECT_EQ(attempts, 3);
+  below_.onWrite = nullptr;
+  spooler_.jobStatus = 0;
+  EXPECT_TRUE(lmEndDocPortW(port));
+  below_.output.clear();
+  ASSERT_TRUE(Start(port, 6));
+  EXPECT_TRUE(Write(port, "next", &written));
+  EXPECT_EQ(below_.output, "next") << "nothing of the deleted job is left";
+}
+
+/// The spooler's side of a job: it goes on behind what was taken, whatever the result, and follows with empty writes
+/// when all was taken but not delivered.
+void PrintAsTheSpoolerDoes(HANDLE port, const std::string& job, size_t bufferSize) {
+  for (size_t at = 0; at < job.size();) {
+    std::string buffer = job.substr(at, bufferSize);  // a fresh copy each time, as the spooler's
+    DWORD written = 0;
+    BOOL result =
+        lmWritePortW(port, reinterpret_cast<LPBYTE>(buffer.data()), static_cast<DWORD>(buffer.size()), &written);
+    ASSERT_LE(written, buffer.size());
+    at += written;
+    for (int empty = 0; !result && written == buffer.size() && empty < 100; ++empty) {
+      result = lmWritePortW(port, nullptr, 0, &written);
+      written = static_cast<DWORD>(buffer.size());
+    }
+  }
+}
+
+TEST_F(Monitor, NeitherLosesNorDoublesAByteWhateverThePrinterTakes) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const HANDLE port = Open("FILE:");
+  std::mt19937 random(5);
+  for (DWORD job = 1; job <= 300; ++job) {
+    std::string data, expected;
+    for (int part = static_cast<int>(random() % 12); part >= 0; --part) {
+      std::string plain(random() % 50, '\0');
+      for (char& byte : plain) byte = "ab<\0&;"[random() % 6];
+      plain += '.';
+      data += plain;
+      expected += plain;
+      switch (random() % 3) {
+        case 0:
+          data += "<xpml><job id='1'></job><push>&lt;</push></xpml>";
+          break;
+        case 1:  // what commands leave behind is print data too
+          data += "<xpml><reverse>ba</reverse></xpml>";
+          expected += "ab";
+          break;
+      }
+    }
+    below_.output.clear();
+    below_.onWrite = [&](DWORD size, DWORD* written) -> BOOL {
+      *written = random() % (size + 1);
+      const unsigned fate = random() % 8;
+      if (fate == 0) platform::SetTickCount(GetTickCount() + 40000);  // longer than the send timeout
+      return fate > 1;
+    };
+    ASSERT_TRUE(Start(port, job));
+    PrintAsTheSpoolerDoes(port, data, 1 + random() % 40);
+    EXPECT_TRUE(lmEndDocPortW(port));
+    ASSERT_EQ(below_.output, expected) << data;
+  }
+}
+
+}  // namespace
+}  // namespace portwise

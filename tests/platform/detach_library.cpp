@@ -1,0 +1,43 @@
+// A library with a DllMain that writes down its calls in the environment map, which outlives the library: "A" and the
+// value of a static object at the attach, "T" and the thread's value at the end of a thread, "D" at the detach.
+
+#include <windows.h>
+
+#include <string>
+
+namespace {
+
+const std::string ready = std::string("ready ") + std::to_string(GetCurrentProcessId());
+DWORD slot = TLS_OUT_OF_INDEXES;
+
+void Log(const std::string& text) {
+  char log[256] = "";
+  GetEnvironmentVariableA("DLL_LOG", log, sizeof log);
+  SetEnvironmentVariableA("DLL_LOG", (log + text).c_str());
+}
+
+}  // namespace
+
+extern "C" {
+
+HINSTANCE instanceOfAttach = nullptr;
+
+void SetThreadText(const char* text) { TlsSetValue(slot, const_cast<char*>(text)); }
+HINSTANCE Instance() { return instanceOfAttach; }
+
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+  if (reason == DLL_PROCESS_ATTACH) {
+    if (GetEnvironmentVariableA("DLL_REFUSE", nullptr, 0) > 0) return FALSE;
+    instanceOfAttach = instance;
+    slot = TlsAlloc();
+    Log("A:" + ready.substr(0, 5) + ";");
+  } else if (reason == DLL_THREAD_DETACH) {
+    const auto text = static_cast<const char*>(TlsGetValue(slot));
+    if (text) Log(std::string("T:") + text + ";");  // threads of other tests, which may end at any time, have none
+  } else if (reason == DLL_PROCESS_DETACH) {
+    TlsFree(slot);
+    Log(reserved ? "D:exit;" : "D:free;");
+  }
+  return TRUE;
+}
+}

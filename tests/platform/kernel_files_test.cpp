@@ -1,0 +1,320 @@
+#include <gtest/gtest.h>
+#include <shlobj.h>
+#include <stdlib.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/home.h"
+#include "platform/kernel/modules.h"
+#include "platform/text.h"
+
+namespace portwise::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CloseOwned {
+  void operator()(void* handle) const {
+    if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  }
+};
+using Handle = std::unique_ptr<void, CloseOwned>;
+
+constexpr DWORD kRead = GENERIC_READ, kWrite = GENERIC_WRITE;
+constexpr DWORD kShareRead = FILE_SHARE_READ, kShareWrite = FILE_SHARE_WRITE, kShareAll = 7;
+
+/// Each test has a home of its own.
+class HomeTest : public testing::Test {
+ protected:
+  HomeTest() {
+    char folder[] = "/tmp/portwise-kernel-XXXXXX";
+    root_ = mkdtemp(folder);
+    setenv("PORTWISE_HOME", (root_ / "home").c_str(), 1);
+  }
+  ~HomeTest() override {
+    unsetenv("PORTWISE_HOME");
+    fs::remove_all(root_);
+  }
+
+  static Handle Open(LPCWSTR path, DWORD access, DWORD share, DWORD disposition) {
+    SetLastError(0);
+    return Handle(CreateFileW(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+  }
+  static void Fill(LPCWSTR path, std::string_view text) { std::ofstream(LinuxPath(path)) << text; }
+  static std::string Contents(LPCWSTR path) {
+    if (!fs::is_regular_file(LinuxPath(path))) return {};
+    std::ifstream file(LinuxPath(path));
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  fs::path root_;
+};
+
+using Paths = HomeTest;
+using Files = HomeTest;
+using Modules = HomeTest;
+
+TEST_F(Paths, MapBetweenDriveCAndLinux) {
+  const std::string drive = (root_ / "home/drive_c").string();
+  const struct {
+    std::u16string windows;
+    std::string linux;
+  } kRows[] = {
+      {u"C:\\a\\b.txt", drive + "/a/b.txt"},
+      {u"c:/a//b\\", drive + "/a/b"},
+      {u"C:\\", drive},
+      {u"C:", drive},
+      {u"C:\\..\\..\\etc\\x", drive + "/etc/x"},
+      {u"\\a", drive + "/a"},
+      {u"D:\\a", ""},
+      {u"\\\\host\\a", ""},
+      {u"/etc/a\\b", "/etc/a\\b"},
+      {u"a\\b", "a/b"},
+      {u"C:\\\u00fc\U0001F4C4", drive + "/\u00fc\U0001F4C4"},
+  };
+  for (const auto& row : kRows) EXPECT_EQ(LinuxPath(row.windows), row.linux) << ToUtf8(row.windows);
+  EXPECT_EQ(WindowsPath(drive + "/a/b"), u"C:\\a\\b");
+  EXPECT_EQ(WindowsPath(drive), u"C:\\");
+  EXPECT_EQ(WindowsPath(drive + "x/a"), ToUtf16(drive + "x/a"));
+  WCHAR path[MAX_PATH];
+  EXPECT_EQ(GetTempPathW(16, path), 17u);
+  EXPECT_EQ(GetTempPathW(17, path), 16u);
+  EXPECT_EQ(std::u16string(path), u"C:\\Windows\\Temp\\");
+  EXPECT_TRUE(fs::is_directory(drive + "/Windows/Temp"));
+}
+
+TEST_F(Files, DispositionsSayWhatTheyFound) {
+  const auto folder = root_ / "home/drive_c";
+  LinuxPath(u"C:\\");
+  ASSERT_TRUE(CreateDirectoryW(u"C:\\folder", nullptr));
+  const struct {
+    LPCWSTR path;
+    DWORD disposition, access;
+    DWORD error;  // of a success too
+    bool opens;
+    const char* after;  // the file's contents
+  } kRows[] = {
+      {u"C:\\old", CREATE_NEW, kWrite, ERROR_FILE_EXISTS, false, "1234"},
+      {u"C:\\new", CREATE_NEW, kWrite, 0, true, ""},
+      {u"C:\\old", CREATE_ALWAYS, kWrite, ERROR_ALREADY_EXISTS, true, ""},
+      {u"C:\\old", CREATE_ALWAYS, kRead, ERROR_ALREADY_EXISTS, true, ""},
+      {u"C:\\new", CREATE_ALWAYS, kWrite, 0, true, ""},
+      {u"C:\\old", OPEN_EXISTING, kRead | kWrite, 0, true, "1234"},
+      {u"C:\\new", OPEN_EXISTING, kRead, ERROR_FILE_NOT_FOUND, false, ""},
+      {u"C:\\old", OPEN_ALWAYS, kRead, ERROR_ALREADY_EXISTS, true, "1234"},
+      {u"C:\\new", OPEN_ALWAYS, kWrite, 0, true, ""},
+      {u"C:\\old", TRUNCATE_EXISTING, kWrite, 0, true, ""},
+      {u"C:\\old", TRUNCATE_EXISTING, kRead, ERROR_INVALID_PARAMETER, false, "1234"},
+      {u"C:\\new", TRUNCATE_EXISTING, kWrite, ERROR_FILE_NOT_FOUND, false, ""},
+      {u"C:\\old", 6, kWrite, ERROR_INVALID_PARAMETER, false, "1234"},
+      {u"C:\\none\\new", CREATE_ALWAYS, kWrite, ERROR_PATH_NOT_FOUND, false, ""},
+      {u"C:\\old\\new", OPEN_EXISTING, kRead, ERROR_PATH_NOT_FOUND, false, ""},
+      {u"D:\\old", OPEN_EXISTING, kRead, ERROR_PATH_NOT_FOUND, false, ""},
+      {u"C:\\ol?", OPEN_EXISTING, kRead, ERROR_INVALID_NAME, false, ""},
+      {u"C:\\folder", OPEN_EXISTING, kRead, ERROR_ACCESS_DENIED, false, ""},
+      {u"C:\\folder", CREATE_ALWAYS, kWrite, ERROR_ACCESS_DENIED, false, ""},
+      {u"C:\\fixed", OPEN_EXISTING, kWrite, ERROR_ACCESS_DENIED, false, "5"},
+      {u"C:\\fixed", OPEN_EXISTING, kRead, 0, true, "5"},
+  };
+  Fill(u"C:\\fixed", "5");
+  fs::permissions(folder / "fixed", fs::perms::owner_read);
+  EXPECT_EQ(GetFileAttributesW(u"C:\\fixed"), FILE_ATTRIBUTE_READONLY);
+  EXPECT_EQ(GetFileAttributesW(u"C:\\folder"), FILE_ATTRIBUTE_DIRECTORY);
+  for (const auto& row : kRows) {
+    Fill(u"C:\\old", "1234");
+    fs::remove(folder / "new");
+    const Handle file = Open(row.path, row.access, 0, row.disposition);
+    const auto what = ToUtf8(row.path) + " disposition " + std::to_string(row.disposition);
+    EXPECT_EQ(GetLastError(), row.error) << what;
+    EXPECT_EQ(file.get() != INVALID_HANDLE_VALUE, row.opens) << what;
+    EXPECT_EQ(Contents(row.path), row.after) << what;
+  }
+}
+
+TEST_F(Files, ShareModesHoldBetweenTheHandlesOfTheProcess) {
+  const struct {
+    DWORD firstAccess, firstShare, access, share;
+    bool opens;
+  } kRows[] = {
+      {kRead, kShareRead, kRead, kShareRead, true},
+      {kRead, 0, kRead, kShareAll, false},
+      {kRead, kShareRead, kWrite, kShareAll, false},
+      {kWrite, kShareRead, kRead, kShareRead, false},  // the second does not share the first one's access
+      {kWrite, kShareRead, kRead, kShareRead | kShareWrite, true},
+      {kWrite, kShareWrite, kWrite, kShareWrite, true},
+      {kWrite, 0, 0, 0, true},  // neither read nor written: no conflict
+  };
+  LinuxPath(u"C:\\");
+  for (const auto& row : kRows) {
+    Fill(u"C:\\shared", "1234");
+    Handle first = Open(u"C:\\shared", row.firstAccess, row.firstShare, OPEN_EXISTING);
+    const auto index = &row - kRows;
+    EXPECT_EQ(Open(u"C:\\shared", row.access, row.share, OPEN_EXISTING).get() != INVALID_HANDLE_VALUE, row.opens)
+        << index;
+    EXPECT_EQ(GetLastError(), row.opens ? 0 : DWORD{ERROR_SHARING_VIOLATION}) << index;
+    first.reset();
+    EXPECT_NE(Open(u"C:\\shared", row.access, row.share, OPEN_EXISTING).get(), INVALID_HANDLE_VALUE) << index;
+  }
+  Handle reader = Open(u"C:\\shared", kRead, kShareRead, OPEN_EXISTING);
+  EXPECT_EQ(Open(u"C:\\shared", kRead, kShareAll, CREATE_ALWAYS).get(), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(Contents(u"C:\\shared"), "1234") << "a refused handle emptied the file";
+  EXPECT_FALSE(DeleteFileW(u"C:\\shared"));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+  reader.reset();
+  EXPECT_TRUE(DeleteFileW(u"C:\\shared"));
+  EXPECT_FALSE(DeleteFileW(u"C:\\shared"));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+TEST_F(Files, ReadWriteAndMove) {
+  LinuxPath(u"C:\\");
+  const Handle file = Open(u"C:\\data", kRead | kWrite, kShareAll, CREATE_NEW);
+  char buffer[16] = "0123456789";
+  DWORD done = 99;
+  EXPECT_TRUE(WriteFile(file.get(), buffer, 10, &done, nullptr));
+  EXPECT_EQ(done, 10u);
+  EXPECT_TRUE(ReadFile(file.get(), buffer, 10, &done, nullptr));
+  EXPECT_EQ(done, 0u) << "the end of the file is no failure";
+  LARGE_INTEGER distance, position{};
+  distance.QuadPart = -4;
+  EXPECT_TRUE(SetFilePointerEx(file.get(), distance, &position, FILE_END));
+  EXPECT_EQ(position.QuadPart, 6);
+  EXPECT_TRUE(ReadFile(file.get(), buffer, sizeof buffer, &done, nullptr));
+  EXPECT_EQ(std::string(buffer, done), "6789");
+  distance.QuadPart = -11;
+  EXPECT_FALSE(SetFilePointerEx(file.get(), distance, nullptr, FILE_CURRENT));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
+  distance.QuadPart = 3;
+  EXPECT_TRUE(SetFilePointerEx(file.get(), distance, nullptr, FILE_BEGIN));
+  EXPECT_TRUE(SetEndOfFile(file.get()));
+  EXPECT_TRUE(GetFileSizeEx(file.get(), &position));
+  EXPECT_EQ(position.QuadPart, 3);
+  EXPECT_TRUE(FlushFileBuffers(file.get()));
+  const Handle reader = Open(u"C:\\data", kRead, kShareAll, OPEN_EXISTING);
+  EXPECT_FALSE(WriteFile(reader.get(), "x", 1, &done, nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  const Handle full = Open(u"/dev/full", kWrite, kShareAll, OPEN_EXISTING);
+  EXPECT_FALSE(WriteFile(full.get(), "x", 1, &done, nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
+  EXPECT_FALSE(CreateDirectoryW(u"C:\\a\\b", nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+  EXPECT_TRUE(CreateDirectoryW(u"C:\\a", nullptr));
+  EXPECT_FALSE(CreateDirectoryW(u"C:\\a", nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+}
+
+template <class Function>
+Function FunctionOf(HMODULE module, const char* name) {
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+std::string DllLog() {
+  char log[256] = "";
+  GetEnvironmentVariableA("DLL_LOG", log, sizeof log);
+  SetEnvironmentVariableA("DLL_LOG", nullptr);
+  return log;
+}
+
+TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
+  DllLog();  // what another test may have left
+  const HMODULE library = LoadLibraryW(u"detach-library.dll");
+  ASSERT_TRUE(library) << GetLastError();
+  EXPECT_EQ(DllLog(), "A:ready;") << "the static objects come first";
+  EXPECT_EQ(LoadLibraryW(u"libdetach-library.so"), library);
+  EXPECT_EQ(LoadLibraryW(u"detach-library"), library);
+  EXPECT_EQ(GetModuleHandleW(u"Detach-Library.DLL"), library);
+  const auto instance = FunctionOf<HINSTANCE (*)()>(library, "Instance");
+  const auto setText = FunctionOf<void (*)(const char*)>(library, "SetThreadText");
+  ASSERT_TRUE(instance && setText);
+  EXPECT_EQ(instance(), library);
+  WCHAR path[MAX_PATH];
+  EXPECT_EQ(GetModuleFileNameW(library, path, 5), 5u);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+  GetModuleFileNameW(library, path, MAX_PATH);
+  EXPECT_EQ(ToUtf8(path), std::string(LibraryFolder()) + "/libdetach-library.so");
+
+  std::thread([&] { setText("plain"); }).join();
+  EXPECT_EQ(DllLog(), "T:plain;");
+  std::thread([] {}).join();
+  EXPECT_EQ(DllLog(), "");
+  const auto start = +[](LPVOID function) -> DWORD {
+    reinterpret_cast<void (*)(const char*)>(function)("created");
+    return 0;
+  };
+  const Handle thread(CreateThread(nullptr, 0, start, reinterpret_cast<void*>(setText), 0, nullptr));
+  EXPECT_EQ(WaitForSingleObject(thread.get(), 20'000), WAIT_OBJECT_0);
+  EXPECT_EQ(DllLog(), "T:created;") << "a thread has ended only after the libraries know";
+
+  EXPECT_TRUE(FreeLibrary(library));
+  EXPECT_TRUE(FreeLibrary(library));
+  EXPECT_EQ(DllLog(), "");
+  EXPECT_TRUE(FreeLibrary(library));
+  EXPECT_EQ(DllLog(), "D:free;");
+  EXPECT_FALSE(FreeLibrary(library));
+  EXPECT_EQ(GetProcAddress(library, "Instance"), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+
+  SetEnvironmentVariableA("DLL_REFUSE", "1");
+  EXPECT_EQ(LoadLibraryW(u"detach-library.dll"), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
+  SetEnvironmentVariableA("DLL_REFUSE", nullptr);
+  EXPECT_EQ(GetModuleHandleW(u"detach-library.dll"), nullptr);
+  EXPECT_EQ(DllLog(), "");
+}
+
+TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
+  const auto system = root_ / "home/drive_c/Windows/System32";
+  GetSystemDirectoryW(nullptr, 0);
+  fs::copy(fs::path(LibraryFolder()) / "libdetach-library.so", system / "libcopied.so");
+  std::ofstream(system / "text.dll") << "no library";
+  for (const LPCWSTR name :
+       {u"copied.dll", u"C:\\Windows\\System32\\copied.dll", u"C:/Windows/System32/libcopied.so"}) {
+    const HMODULE library = LoadLibraryW(name);
+    ASSERT_TRUE(library) << ToUtf8(name);
+    WCHAR path[MAX_PATH];
+    GetModuleFileNameW(library, path, MAX_PATH);
+    EXPECT_EQ(ToUtf8(path), "C:\\Windows\\System32\\libcopied.so");
+    EXPECT_EQ(GetModuleHandleW(name), library);
+    // A function of a library that it depends on is not its own.
+    EXPECT_EQ(GetProcAddress(library, "GetTickCount"), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PROC_NOT_FOUND});
+    EXPECT_TRUE(FreeLibrary(library));
+  }
+  const struct {
+    LPCWSTR name;
+    DWORD error;
+  } kMissing[] = {
+      {u"none.dll", ERROR_MOD_NOT_FOUND}, {u"C:\\none.dll", ERROR_MOD_NOT_FOUND}, {u"text.dll", ERROR_BAD_EXE_FORMAT}};
+  for (const auto& row : kMissing) {
+    EXPECT_EQ(LoadLibraryW(row.name), nullptr);
+    EXPECT_EQ(GetLastError(), row.error) << ToUtf8(row.name);
+  }
+  WCHAR path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  EXPECT_EQ(ToUtf8(path), fs::read_symlink("/proc/self/exe"));
+  EXPECT_EQ(GetModuleHandleW(nullptr), GetModuleHandleW(path));
+  EXPECT_FALSE(FreeLibrary(reinterpret_cast<HMODULE>(&path)));
+
+  RegisterSystemModule("Test32.dll", {{"Answer", AsFarProc(+[] { return 42; })}});
+  const HMODULE shell = LoadLibraryW(u"SHELL32.DLL");
+  const HMODULE test = LoadLibraryW(u"test32.dll");
+  EXPECT_NE(shell, test);
+  EXPECT_EQ(GetProcAddress(shell, "Answer"), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_PROC_NOT_FOUND});
+  EXPECT_EQ(FunctionOf<int (*)()>(test, "Answer")(), 42);
+  EXPECT_TRUE(FreeLibrary(shell));
+  using GetFolder = HRESULT (*)(HWND, int, HANDLE, DWORD, LPWSTR);
+  const auto getFolder = FunctionOf<GetFolder>(shell, "SHGetFolderPathW");
+  ASSERT_TRUE(getFolder);
+  EXPECT_EQ(getFolder(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr, 0, path), S_OK);
+  EXPECT_EQ(GetFileAttributesW(path), FILE_ATTRIBUTE_DIRECTORY);
+  EXPECT_EQ(getFolder(nullptr, 1, nullptr, 0, path), E_INVALIDARG);
+}
+
+}  // namespace
+}  // namespace portwise::platform

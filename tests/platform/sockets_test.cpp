@@ -1,0 +1,250 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ws2tcpip.h>
+
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "platform/test_clock.h"
+#include "tests/support/fake_printer.h"
+
+namespace portwise {
+namespace {
+
+class SocketsTest : public testing::Test {
+ protected:
+  ~SocketsTest() override {
+    platform::SetTimeScale(1);
+    closesocket(socket_);
+    WSACloseEvent(event_);
+    EXPECT_EQ(WSACleanup(), 0);
+  }
+
+  int Connect(std::uint16_t port, std::uint32_t address = INADDR_LOOPBACK) {
+    sockaddr_in peer = {};
+    peer.sin_family = AF_INET;
+    peer.sin_port = htons(port);
+    peer.sin_addr.s_addr = htonl(address);
+    return connect(socket_, reinterpret_cast<const sockaddr*>(&peer), static_cast<int>(sizeof peer)) == 0
+               ? 0
+               : WSAGetLastError();
+  }
+  void ConnectToPrinter() {
+    ASSERT_EQ(Connect(printer_.Port()), 0);
+    ASSERT_TRUE(printer_.Accept());
+  }
+  void SetBlocking(bool blocking) {
+    ULONG nonBlocking = blocking ? 0 : 1;
+    ASSERT_EQ(ioctlsocket(socket_, static_cast<LONG>(FIONBIO), &nonBlocking), 0);
+  }
+  int Send(const char* text) { return send(socket_, text, static_cast<int>(std::strlen(text)), 0); }
+  int Receive(int size) { return recv(socket_, buffer_, size, 0); }
+  int Error(int result) { return result == SOCKET_ERROR ? WSAGetLastError() : 0; }
+
+  /// The events that the wait reports, or 0 when it runs out of `milliseconds`.
+  LONG Await(DWORD milliseconds = 2000) {
+    happened_ = {};
+    if (WSAWaitForMultipleEvents(1, &event_, FALSE, milliseconds, FALSE) != WSA_WAIT_EVENT_0) return 0;
+    EXPECT_EQ(WSAEnumNetworkEvents(socket_, event_, &happened_), 0);
+    return happened_.lNetworkEvents;
+  }
+
+  WSADATA data_;
+  const int started_ = WSAStartup(MAKEWORD(2, 2), &data_);
+  FakePrinter printer_;
+  SOCKET socket_ = WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED);
+  WSAEVENT event_ = WSACreateEvent();
+  WSANETWORKEVENTS happened_ = {};
+  char buffer_[1024];
+};
+
+TEST(SocketLibraryTest, CountsItsStartsAndGrantsAtMostItsOwnVersion) {
+  EXPECT_EQ(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, 0), INVALID_SOCKET);
+  EXPECT_EQ(WSAGetLastError(), WSANOTINITIALISED);
+  WSADATA data;
+  EXPECT_EQ(WSAStartup(MAKEWORD(0, 9), &data), WSAVERNOTSUPPORTED);
+  EXPECT_EQ(WSAStartup(MAKEWORD(1, 1), &data), 0);
+  EXPECT_EQ(data.wVersion, MAKEWORD(1, 1));
+  EXPECT_EQ(WSAStartup(MAKEWORD(3, 0), &data), 0);
+  EXPECT_EQ(data.wVersion, MAKEWORD(2, 2));
+  EXPECT_EQ(WSACleanup(), 0);
+  const SOCKET socket = WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, 0);
+  EXPECT_NE(fcntl(static_cast<int>(socket), F_GETFD) & FD_CLOEXEC, 0);
+  EXPECT_EQ(closesocket(socket), 0);
+  EXPECT_EQ(WSACleanup(), 0);
+  EXPECT_EQ(WSACleanup(), SOCKET_ERROR);
+  EXPECT_EQ(WSAGetLastError(), WSANOTINITIALISED);
+}
+
+TEST_F(SocketsTest, WhatIsNoSocketIsRefusedByEveryCall) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const SOCKET aliased = socket_ | (SOCKET{1} << 32);
+  for (const SOCKET wrong : {INVALID_SOCKET, static_cast<SOCKET>(ends[0]), static_cast<SOCKET>(9999), aliased}) {
+    ULONG argument = 1;
+    int size = sizeof argument;
+    auto* value = reinterpret_cast<char*>(&argument);
+    const std::function<int()> calls[] = {
+        [&] { return closesocket(wrong); },
+        [&] { return send(wrong, "x", 1, 0); },
+        [&] { return recv(wrong, buffer_, 1, 0); },
+        [&] { return shutdown(wrong, SD_SEND); },
+        [&] { return ioctlsocket(wrong, static_cast<LONG>(FIONBIO), &argument); },
+        [&] { return setsockopt(wrong, SOL_SOCKET, SO_RCVTIMEO, value, size); },
+        [&] { return getsockopt(wrong, SOL_SOCKET, SO_ERROR, value, &size); },
+        [&] { return WSAEventSelect(wrong, event_, FD_READ); },
+        [&] { return WSAEnumNetworkEvents(wrong, event_, &happened_); },
+    };
+    for (std::size_t i = 0; i < std::size(calls); ++i) EXPECT_EQ(Error(calls[i]()), WSAENOTSOCK) << wrong << " " << i;
+  }
+  EXPECT_EQ(::close(ends[0]) + ::close(ends[1]), 0);
+}
+
+TEST_F(SocketsTest, FailuresHaveTheirWinsockCodes) {
+  EXPECT_EQ(Connect(printer_.Port(), INADDR_ANY), WSAEADDRNOTAVAIL);
+  printer_.Refuse();
+  EXPECT_EQ(Connect(printer_.Port()), WSAECONNREFUSED);
+  EXPECT_EQ(Error(Send("x")), WSAENOTCONN);
+  printer_.Listen();
+  ConnectToPrinter();
+  SetBlocking(false);
+  EXPECT_EQ(Error(Receive(1)), WSAEWOULDBLOCK);
+  SetBlocking(true);
+
+  platform::SetTimeScale(10);
+  DWORD timeout = 3000;
+  int size = sizeof timeout;
+  ASSERT_EQ(setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeout), size), 0);
+  ASSERT_EQ(getsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<char*>(&timeout), &size), 0);
+  EXPECT_NEAR(timeout, 3000, 50);
+  const DWORD start = GetTickCount();
+  EXPECT_EQ(Error(Receive(1)), WSAETIMEDOUT);
+  EXPECT_THAT(GetTickCount() - start, testing::AllOf(testing::Ge(2900u), testing::Lt(10000u)));
+
+  shutdown(socket_, SD_SEND);
+  EXPECT_EQ(Error(Send("x")), WSAESHUTDOWN);
+  printer_.Reset();
+  EXPECT_EQ(Error(Receive(1)), WSAECONNRESET);
+  EXPECT_EQ(Error(Send("x")), WSAECONNRESET);
+}
+
+TEST_F(SocketsTest, AnEventIsReportedAgainOnlyAfterTheCallThatEnablesIt) {
+  ConnectToPrinter();
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_READ | FD_CLOSE), 0);
+  ULONG blocking = 0;
+  EXPECT_EQ(Error(ioctlsocket(socket_, static_cast<LONG>(FIONBIO), &blocking)), WSAEINVAL);
+  EXPECT_EQ(Await(20), 0);
+  printer_.Send("abcd");
+  EXPECT_EQ(Await(), FD_READ);
+  printer_.Send("ef");
+  printer_.Close();
+  EXPECT_EQ(Await(50), 0);
+  EXPECT_EQ(Receive(2), 2);
+  EXPECT_EQ(Await(), FD_READ);
+  EXPECT_EQ(Receive(8), 4);
+  EXPECT_EQ(Await(), FD_CLOSE);
+  EXPECT_EQ(happened_.iErrorCode[FD_CLOSE_BIT], 0);
+  EXPECT_EQ(Receive(1), 0);
+  EXPECT_EQ(Await(50), 0);
+}
+
+TEST_F(SocketsTest, AResetIsAnErrorOfTheCloseAndOfTheNextReceive) {
+  ConnectToPrinter();
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_CLOSE), 0);
+  printer_.Send("x");
+  EXPECT_EQ(Await(50), 0);
+  EXPECT_EQ(Receive(1), 1);
+  printer_.Reset();
+  EXPECT_EQ(Await(), FD_CLOSE);
+  EXPECT_EQ(happened_.iErrorCode[FD_CLOSE_BIT], WSAECONNRESET);
+  EXPECT_EQ(Error(Receive(1)), WSAECONNRESET);
+}
+
+TEST_F(SocketsTest, ConnectAndRoomToWriteAreEvents) {
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_CONNECT | FD_WRITE), 0);
+  EXPECT_EQ(Await(20), 0);
+  printer_.Refuse();
+  EXPECT_EQ(Connect(printer_.Port()), WSAEWOULDBLOCK);
+  EXPECT_EQ(Await(), FD_CONNECT);
+  EXPECT_EQ(happened_.iErrorCode[4], WSAECONNREFUSED);
+  closesocket(socket_);
+  printer_.Listen();
+  socket_ = WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED);
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_CONNECT | FD_WRITE), 0);
+  EXPECT_EQ(Connect(printer_.Port()), WSAEWOULDBLOCK);
+  EXPECT_EQ(Await(), FD_CONNECT | FD_WRITE);
+  EXPECT_EQ(happened_.iErrorCode[4], 0);
+  ASSERT_TRUE(printer_.Accept());
+  std::size_t sent = 0;
+  int result;
+  while ((result = send(socket_, buffer_, static_cast<int>(sizeof buffer_), 0)) > 0)
+    sent += static_cast<std::size_t>(result);
+  EXPECT_EQ(WSAGetLastError(), WSAEWOULDBLOCK);
+  EXPECT_EQ(Await(20), 0);
+  EXPECT_EQ(printer_.Receive(sent).size(), sent);
+  EXPECT_EQ(Await(), FD_WRITE);
+  EXPECT_EQ(Await(20), 0);
+}
+
+TEST_F(SocketsTest, ASelectionEndsWithZeroAndMayBeginAgain) {
+  ConnectToPrinter();
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_READ), 0);
+  ASSERT_EQ(WSAEventSelect(socket_, nullptr, 0), 0);
+  printer_.Send("x");
+  EXPECT_EQ(Await(20), 0);
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_READ), 0);
+  EXPECT_EQ(Await(), FD_READ);
+  EXPECT_EQ(Error(WSAEventSelect(socket_, reinterpret_cast<HANDLE>(0x1234), FD_READ)), WSAEINVAL);
+}
+
+TEST_F(SocketsTest, AWaitSeesWhatComesLaterAndACloseElsewhereEndsAPoll) {
+  ConnectToPrinter();
+  WSAPOLLFD polled = {socket_, POLLIN, 0};
+  platform::SetTimeScale(10);
+  const DWORD start = GetTickCount();
+  EXPECT_EQ(WSAPoll(&polled, 1, 2000), 0);
+  EXPECT_THAT(GetTickCount() - start, testing::AllOf(testing::Ge(1950u), testing::Lt(9000u)));
+  platform::SetTimeScale(1);
+
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_READ), 0);
+  std::thread sender([&] {
+    Sleep(30);
+    printer_.Send("x");
+    Sleep(50);
+    closesocket(socket_);
+  });
+  EXPECT_EQ(Await(), FD_READ);
+  EXPECT_EQ(Receive(8), 1);
+  EXPECT_GT(WSAPoll(&polled, 1, 5000), 0);
+  sender.join();
+}
+
+TEST_F(SocketsTest, NamesAreLookedUpThroughTheSystemModule) {
+  HMODULE library = GetModuleHandleW(TEXT("Ws2_32.dll"));
+  using LookUp = INT (*)(PCWSTR, PCWSTR, const ADDRINFOW*, PADDRINFOW*);
+  const auto lookUp = reinterpret_cast<LookUp>(reinterpret_cast<void (*)()>(GetProcAddress(library, "GetAddrInfoW")));
+  const auto release =
+      reinterpret_cast<void (*)(PADDRINFOW)>(reinterpret_cast<void (*)()>(GetProcAddress(library, "FreeAddrInfoW")));
+  ASSERT_TRUE(lookUp != nullptr && release != nullptr);
+  ADDRINFOW hints = {};
+  hints.ai_family = AF_INET;
+  hints.ai_protocol = IPPROTO_TCP;
+  for (const WCHAR* name : {TEXT("127.0.0.1"), TEXT("localhost")}) {
+    PADDRINFOW found = nullptr;
+    ASSERT_EQ(lookUp(name, TEXT("9100"), &hints, &found), 0);
+    const auto* address = reinterpret_cast<const sockaddr_in*>(found->ai_addr);
+    EXPECT_EQ(ntohl(address->sin_addr.s_addr), INADDR_LOOPBACK);
+    EXPECT_EQ(ntohs(address->sin_port), 9100);
+    EXPECT_EQ(found->ai_protocol, IPPROTO_TCP);
+    release(found);
+  }
+  hints.ai_flags = AI_NUMERICHOST;
+  PADDRINFOW found = nullptr;
+  EXPECT_EQ(lookUp(TEXT("no-address"), nullptr, &hints, &found), WSAHOST_NOT_FOUND);
+  EXPECT_EQ(WSAGetLastError(), WSAHOST_NOT_FOUND);
+}
+
+}  // namespace
+}  // namespace portwise

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/spooler/channel.h"
+
+namespace portwise::test {
+
+/// A home of its own with the real spooler program, which drives the fake monitor. Makes itself the home of this
+/// process; removed with everything in it when destroyed.
+class SpoolerHome {
+ public:
+  SpoolerHome();
+  ~SpoolerHome();
+  SpoolerHome(const SpoolerHome&) = delete;
+  SpoolerHome& operator=(const SpoolerHome&) = delete;
+
+  const std::string& Path() const { return path_; }
+  std::string File(const std::string& name) const { return path_ + "/" + name; }
+
+  /// True when the spooler said that it is ready. `fileLimit` bounds what it may write to one file.
+  bool Start(unsigned long fileLimit = 0);
+  /// Its standard error so far.
+  std::string Errors() const;
+  void Signal(int signal);
+  /// The exit code; -1 when a signal ended it.
+  int Wait();
+  int Stop();
+
+  /// Sets a value of the fake monitor.
+  static void Set(const char* name, DWORD value);
+  /// A file port and printers on it.
+  void AddPort(const std::string& port, const std::vector<std::string>& printers);
+
+ private:
+  std::string path_;
+  int process_ = 0;
+};
+
+/// An order over a connection of its own, and over a given one.
+platform::Message Ask(const nlohmann::json& order);
+/// The id of the acknowledged job, or 0.
+unsigned Submit(const std::string& printer, const std::string& data);
+nlohmann::json GetJob(unsigned job);
+/// The number of jobs in the queue.
+std::size_t JobCount();
+unsigned Control(unsigned job, unsigned command);
+
+/// Reads a file; empty when there is none.
+std::string ReadFile(const std::string& path);
+/// Polls up to 20 seconds of real time.
+bool Eventually(const std::function<bool()>& condition);
+/// Bytes that repeat nowhere soon, so that a lost or doubled piece shows.
+std::string Payload(std::size_t size, unsigned seed);
+/// The folder of the build's programs.
+std::string ProgramFolder();
+
+struct ProgramResult {
+  int code;
+  std::string output;  ///< standard output and standard error
+};
+ProgramResult RunProgram(const std::string& commandLine);
+
+}  // namespace portwise::test

@@ -1,0 +1,461 @@
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <winspool.h>
+
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <random>
+#include <thread>
+
+#include "tests/support/spooler_home.h"
+
+namespace portwise::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using Json = nlohmann::json;
+
+std::string Taken(const SpoolerHome& home, unsigned job) {
+  return ReadFile(home.File("fake." + std::to_string(job) + ".out"));
+}
+
+bool HasState(unsigned job, const std::string& state) { return GetJob(job).value("state", "") == state; }
+
+bool Gone(unsigned job, const std::string& outcome) { return GetJob(job).value("outcome", "") == outcome; }
+
+/// What the spool folder holds besides the last id.
+std::size_t SpoolFiles(const SpoolerHome& home) {
+  std::size_t count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(home.File("spool")))
+    count += entry.path().filename() != "last-id";
+  return count;
+}
+
+TEST(Host, EveryMixOfPartialResultsDeliversEachByteOnce) {
+  for (DWORD seed : {1u, 2u, 3u}) {
+    SpoolerHome home;
+    SpoolerHome::Set("Mix", seed);
+    ASSERT_TRUE(home.Start()) << home.Errors();
+    home.AddPort("shared", {"one", "Zwei – 二"});
+    std::map<unsigned, std::string> jobs;
+    std::string starts;
+    unsigned number = 0;
+    for (std::size_t size : {1u, 0u, 65536u, 65537u, 300001u}) {
+      std::string printer = ++number % 2 ? "one" : "Zwei – 二";
+      std::string data = Payload(size, seed * 100 + number);
+      unsigned job = Submit(printer, data);
+      ASSERT_EQ(job, number);
+      jobs[job] = data;
+      starts += "start " + std::to_string(job) + " " + printer + "\n" + "end " + std::to_string(job) + " " +
+                std::to_string(size) + "\n";
+    }
+    ASSERT_TRUE(Eventually([] { return JobCount() == 0; })) << Ask({{"op", "job-list"}, {"after", 0u}}).body;
+    for (const auto& [job, data] : jobs) EXPECT_TRUE(Taken(home, job) == data) << "job " << job << " seed " << seed;
+    // One document at a time, in the order of the jobs, over a port that was opened once.
+    EXPECT_EQ(ReadFile(home.File("fake.log")), "open shared\n" + starts);
+    EXPECT_EQ(SpoolFiles(home), 0u);
+    EXPECT_EQ(home.Stop(), 0);
+    EXPECT_THAT(ReadFile(home.File("fake.log")), testing::EndsWith("close shared\n"));
+  }
+}
+
+TEST(Host, RefusalsShowTheirReasonAndAreTriedAgain) {
+  SpoolerHome home;
+  SpoolerHome::Set("Refuse Open", 1);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer"});
+  unsigned job = Submit("printer", "data");
+  ASSERT_TRUE(Eventually([&] { return HasState(job, "waiting"); }));
+  EXPECT_THAT(GetJob(job).value("reason", ""), StartsWith("the port port cannot be opened: "));
+  SpoolerHome::Set("Refuse Start", 1);
+  SpoolerHome::Set("Refuse Open", 0);
+  ASSERT_TRUE(Eventually([&] { return GetJob(job).value("reason", "").find("not ready") != std::string::npos; }))
+      << GetJob(job);
+  // A refused document neither blocks the orders on the job nor loses it.
+  EXPECT_EQ(Control(job, JOB_CONTROL_PAUSE), 0u);
+  SpoolerHome::Set("Refuse Start", 0);
+  SpoolerHome::Set("Stubborn", 3);
+  EXPECT_TRUE(HasState(job, "paused"));
+  EXPECT_EQ(Control(job, JOB_CONTROL_RESUME), 0u);
+  ASSERT_TRUE(Eventually([&] { return Gone(job, "printed"); }));
+  EXPECT_EQ(Taken(home, job), "data");
+  EXPECT_THAT(ReadFile(home.File("fake.log")), HasSubstr("empty\nempty\nempty\nend"));
+
+  SpoolerHome::Set("Stubborn", 0);
+  SpoolerHome::Set("Silent End", 1);
+  unsigned silent = Submit("printer", "data");
+  ASSERT_TRUE(Eventually([&] { return HasState(silent, "held"); }));
+  EXPECT_THAT(GetJob(silent).value("reason", ""), HasSubstr("did not confirm"));
+}
+
+TEST(Host, OrdersReachJobsInEveryState) {
+  SpoolerHome home;
+  SpoolerHome::Set("Stop At", 70000);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer"});
+  home.AddPort("other", {"second"});
+  std::string data = Payload(200000, 7);
+  unsigned stuck = Submit("printer", data);
+  unsigned queued = Submit("printer", "queued");
+  ASSERT_TRUE(Eventually([&] { return GetJob(stuck).value("taken", 0) == 65536; }));
+  ASSERT_TRUE(Eventually([&] { return !GetJob(stuck).value("reason", "").empty(); }));
+
+  // Another port prints while this one is stuck.
+  unsigned other = Submit("second", "other");
+  EXPECT_TRUE(Eventually([&] { return Gone(other, "printed"); }));
+
+  EXPECT_EQ(Control(queued, JOB_CONTROL_CANCEL), 0u);
+  EXPECT_TRUE(Gone(queued, "deleted"));
+  EXPECT_EQ(Ask({{"op", "printer-remove"}, {"name", "printer"}}).head["error"], ERROR_PRINTER_HAS_JOBS_QUEUED);
+  EXPECT_EQ(Ask({{"op", "port-remove"}, {"name", "PORT"}}).head["error"], ERROR_BUSY);
+  EXPECT_EQ(Ask({{"op", "printer-set"}, {"name", "printer"}, {"port", "other"}}).head["error"], ERROR_BUSY);
+
+  EXPECT_EQ(Control(stuck, JOB_CONTROL_PAUSE), 0u);
+  EXPECT_TRUE(HasState(stuck, "paused"));
+  auto writes = [&] { return ReadFile(home.File("fake.log")).size(); };
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  std::size_t before = writes();
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ(writes(), before);
+
+  SpoolerHome::Set("Delay", 4000);
+  EXPECT_EQ(Control(stuck, JOB_CONTROL_RESUME), 0u);
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(Control(stuck, JOB_CONTROL_CANCEL), 0u);
+  EXPECT_TRUE(Eventually([&] { return Gone(stuck, "deleted"); }));
+  EXPECT_THAT(ReadFile(home.File("fake.log")), HasSubstr("deleting\nend 1 65536\n"));
+  EXPECT_EQ(SpoolFiles(home), 0u);
+  EXPECT_EQ(Ask({{"op", "printer-remove"}, {"name", "printer"}}).head["error"], 0u);
+  EXPECT_EQ(Ask({{"op", "port-remove"}, {"name", "port"}}).head["error"], 0u);
+  EXPECT_TRUE(Eventually([&] { return ReadFile(home.File("fake.log")).find("close port") != std::string::npos; }));
+}
+
+TEST(Host, StoppingAndCrashingHoldWhatHadBegun) {
+  SpoolerHome home;
+  SpoolerHome::Set("Stop At", 100000);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer"});
+  std::string data = Payload(150000, 9);
+  unsigned job = Submit("printer", data);
+  unsigned next = Submit("printer", "next");
+  unsigned cancelled = Submit("printer", "cancelled");
+  Control(next, JOB_CONTROL_PAUSE);
+  Control(cancelled, JOB_CONTROL_CANCEL);
+  ASSERT_TRUE(Eventually([&] { return GetJob(job).value("taken", 0) == 65536; }));
+  EXPECT_EQ(home.Stop(), 0);
+  EXPECT_FALSE(std::filesystem::exists(home.File("spooler.sock")));
+  EXPECT_THAT(ReadFile(home.File("fake.log")), testing::EndsWith("end 1 65536\nclose port\n"));
+
+  SpoolerHome::Set("Stop At", 0);
+  SpoolerHome::Set("Crash At", 100000);
+  ASSERT_TRUE(home.Start());
+  EXPECT_EQ(GetJob(job).value("reason", ""), "interrupted after 65536 of 150000 bytes");
+  EXPECT_TRUE(HasState(next, "paused"));
+  EXPECT_EQ(JobCount(), 2u);
+  EXPECT_EQ(Control(job, JOB_CONTROL_RESUME), 0u);
+  EXPECT_EQ(home.Wait(), -1);
+
+  SpoolerHome::Set("Crash At", 0);
+  ASSERT_TRUE(home.Start());
+  EXPECT_TRUE(HasState(job, "held"));
+  EXPECT_EQ(GetJob(job).value("reason", ""), "interrupted after 65536 of 150000 bytes");
+  std::filesystem::remove(home.File("fake.1.out"));
+  Control(job, JOB_CONTROL_RESUME);
+  Control(next, JOB_CONTROL_RESUME);
+  ASSERT_TRUE(Eventually([] { return JobCount() == 0; }));
+  EXPECT_TRUE(Taken(home, job) == data);
+  EXPECT_EQ(Submit("printer", "new"), 4u);
+}
+
+TEST(Host, KillAtAnyMomentLosesAndDoublesNothing) {
+  SpoolerHome home;
+  SpoolerHome::Set("Mix", 5);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"one", "two"});
+  std::mutex mutex;
+  std::map<unsigned, std::string> jobs;
+  std::atomic<bool> done = false;
+  std::thread client([&] {
+    for (unsigned number = 0; !done && number < 400; ++number) {
+      std::string data = Payload(number * 7919 % 200000, number);
+      if (unsigned job = Submit(number % 2 ? "one" : "two", data)) {
+        std::lock_guard lock(mutex);
+        EXPECT_TRUE(jobs.emplace(job, data).second) << "id " << job << " was given twice";
+      } else {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      }
+    }
+  });
+  std::mt19937 random(11);
+  for (int round = 0; round < 15; ++round) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(random() % 150));
+    home.Signal(SIGKILL);
+    home.Wait();
+    ASSERT_TRUE(home.Start()) << home.Errors();
+  }
+  done = true;
+  client.join();
+  SpoolerHome::Set("Mix", 0);
+  auto settled = [] {
+    for (const Json& job : Json::parse(Ask({{"op", "job-list"}, {"after", 0u}}).body))
+      if (job["state"] != "held") return false;
+    return true;
+  };
+  ASSERT_TRUE(Eventually(settled));
+  std::size_t held = 0;
+  for (const auto& [job, data] : jobs) {
+    Json state = GetJob(job);
+    if (state.value("state", "") != "held") {
+      EXPECT_TRUE(Taken(home, job) == data) << "job " << job;
+      continue;
+    }
+    ++held;
+    EXPECT_THAT(state.value("reason", ""), StartsWith("interrupted after ")) << state;
+    // What the monitor has is a beginning of the data, of one run only.
+    EXPECT_TRUE(data.starts_with(Taken(home, job))) << "job " << job;
+    std::filesystem::remove(home.File("fake." + std::to_string(job) + ".out"));
+    EXPECT_EQ(Control(job, JOB_CONTROL_RESUME), 0u);
+    ASSERT_TRUE(Eventually([job = job] { return Gone(job, "printed"); }));
+    EXPECT_TRUE(Taken(home, job) == data) << "job " << job;
+  }
+  EXPECT_EQ(SpoolFiles(home), 0u);
+  EXPECT_GT(jobs.size(), 15u);
+  EXPECT_GT(held, 0u);
+}
+
+TEST(Host, RefusesToStartWhereItWouldDoHarm) {
+  SpoolerHome home;
+  ASSERT_TRUE(home.Start());
+  EXPECT_THAT(RunProgram("portwise-spooler").output, HasSubstr("another spooler serves"));
+  EXPECT_EQ(RunProgram("portwise-spooler").code, 1);
+  home.Stop();
+
+  std::filesystem::remove_all(home.File("spool"));
+  std::filesystem::copy(home.File("registry.db"), home.File("spool"));
+  EXPECT_THAT(RunProgram("portwise-spooler").output, HasSubstr("/spool cannot be used"));
+  EXPECT_EQ(RunProgram("portwise-spooler").code, 1);
+  std::filesystem::remove(home.File("spool"));
+
+  std::string damage = Payload(8192, 1);
+  for (const char* rest : {"registry.db-wal", "registry.db-shm"}) std::filesystem::remove(home.File(rest));
+  FILE* file = fopen(home.File("registry.db").c_str(), "w");
+  fwrite(damage.data(), 1, damage.size(), file);
+  fclose(file);
+  ProgramResult refused = RunProgram("portwise-spooler");
+  EXPECT_EQ(refused.code, 1);
+  EXPECT_THAT(refused.output, HasSubstr("registry.db"));
+  EXPECT_TRUE(ReadFile(home.File("registry.db")) == damage);
+}
+
+int ConnectRaw(const SpoolerHome& home) {
+  platform::SpoolerAddress address(home.Path());
+  int raw = socket(AF_UNIX, SOCK_STREAM, 0);
+  EXPECT_EQ(connect(raw, reinterpret_cast<const sockaddr*>(&address.Get()), sizeof(sockaddr_un)), 0);
+  return raw;
+}
+
+TEST(Host, BadClientsHarmNobodyElse) {
+  SpoolerHome home;
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer"});
+  using namespace std::string_literals;
+  std::string deep = "{\"op\":"s + std::string(500, '[') + std::string(500, ']') + "}";
+  std::string frames[] = {
+      "GET / HTTP/1.1\r\n\r\n"s,
+      "\xff\xff\xff\xff\0\0\0\0"s,
+      "\x02\0\0\0\xff\xff\xff\x7f{}"s,
+      "\x02\0\0\0\0\0\0\0[]"s,
+      "\x02\0\0\0\0\0\0\0{\xff"s,
+      std::string{static_cast<char>(deep.size()), static_cast<char>(deep.size() >> 8)} + "\0\0\0\0\0\0"s + deep,
+  };
+  for (const std::string& frame : frames) {
+    int raw = ConnectRaw(home);
+    EXPECT_EQ(send(raw, frame.data(), frame.size(), MSG_NOSIGNAL), static_cast<ssize_t>(frame.size()));
+    char answer;
+    EXPECT_LE(recv(raw, &answer, 1, 0), 0) << frame;
+    close(raw);
+  }
+  for (const Json& order : {Json{{"op", 5}}, Json{{"op", "job-get"}, {"job", "x"}},
+                            Json{{"op", "job-get"}, {"job", -1}}, Json{{"op", "submit-data"}}, Json{{"op", "no such"}},
+                            Json::object(), Json{{"op", "port-add"}, {"name", "a\\b"}, {"file", "/x"}},
+                            Json{{"op", "port-add"}, {"name", "t"}, {"host", "h"}, {"port", 65536}}})
+    EXPECT_NE(Ask(order).head.value("error", 0u), 0u) << order;
+
+  for (bool wrongSize : {false, true}) {
+    platform::SpoolerConnection connection;
+    ASSERT_EQ(connection.Call({{{"op", "submit-begin"}, {"printer", "printer"}}, {}}).head["error"], 0u);
+    connection.Call({{{"op", "submit-data"}}, Payload(100000, 3)});
+    EXPECT_TRUE(Eventually([] { return JobCount() == 1; }));
+    if (wrongSize) {
+      EXPECT_NE(connection.Call({{{"op", "submit-end"}, {"size", 5u}}, {}}).head["error"], 0u);
+    }
+  }
+  EXPECT_TRUE(Eventually([&] { return JobCount() == 0 && SpoolFiles(home) == 0; }));
+  std::vector<int> crowd;
+  for (int client = 0; client < 300; ++client) crowd.push_back(ConnectRaw(home));
+  EXPECT_EQ(Ask({{"op", "port-list"}}).head["error"], ERROR_BUSY);
+  for (int raw : crowd) close(raw);
+  EXPECT_TRUE(Eventually([] { return Ask({{"op", "port-list"}}).head["error"] == 0u; }));
+  EXPECT_EQ(home.Stop(), 0);
+}
+
+TEST(Host, SpoolFolderThatCannotBeWrittenRefusesTheJob) {
+  SpoolerHome home;
+  SpoolerHome::Set("Mix", 0);
+  ASSERT_TRUE(home.Start(1 << 20));
+  home.AddPort("port", {"printer"});
+  ProgramResult big = RunProgram("portwise print printer " + ProgramFolder() + "/portwise-spooler");
+  EXPECT_EQ(big.code, 1);
+  EXPECT_THAT(big.output, HasSubstr("File too large"));
+  EXPECT_EQ(SpoolFiles(home), 0u);
+  unsigned small = Submit("printer", "small");
+  EXPECT_TRUE(Eventually([&] { return Gone(small, "printed"); }));
+  std::filesystem::remove_all(home.File("spool"));
+  EXPECT_EQ(Submit("printer", "nowhere to go"), 0u);
+}
+
+TEST(Host, WinspoolCallsOfOtherProcesses) {
+  SpoolerHome home;
+  HANDLE printer = nullptr;
+  EXPECT_FALSE(OpenPrinterW(std::u16string(u"printer").data(), &printer, nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{RPC_S_SERVER_UNAVAILABLE});
+  SpoolerHome::Set("Refuse Start", 1);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"Printer", "quiet"});
+  Ask({{"op", "printer-set"}, {"name", "printer"}, {"share", "Anteil"}, {"comment", "Lager ü"}});
+  unsigned job = Submit("printer", "123");
+
+  EXPECT_FALSE(OpenPrinterW(std::u16string(u"none").data(), &printer, nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PRINTER_NAME});
+  ASSERT_TRUE(OpenPrinterW(std::u16string(u"PRINTER").data(), &printer, nullptr));
+  DWORD needed = 0;
+  EXPECT_FALSE(GetPrinterW(printer, 2, nullptr, 0, &needed));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+  std::vector<BYTE> buffer(needed + 1, 0xee);
+  EXPECT_FALSE(GetPrinterW(printer, 2, buffer.data(), needed - 1, &needed));
+  ASSERT_TRUE(GetPrinterW(printer, 2, buffer.data(), needed, &needed));
+  EXPECT_EQ(buffer[needed], 0xee);
+  auto* info = reinterpret_cast<PRINTER_INFO_2W*>(buffer.data());
+  EXPECT_EQ(std::u16string(info->pPrinterName) + u"|" + info->pShareName + u"|" + info->pComment,
+            u"Printer|Anteil|Lager ü");
+  EXPECT_EQ(info->cJobs, 1u);
+  EXPECT_FALSE(GetPrinterW(printer, 1, buffer.data(), needed, &needed));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_LEVEL});
+
+  DWORD count = 0;
+  buffer.resize(4096);
+  for (auto [flags, printers] : {std::pair{PRINTER_ENUM_LOCAL, 2u}, {PRINTER_ENUM_LOCAL | PRINTER_ENUM_SHARED, 1u}}) {
+    EXPECT_TRUE(EnumPrintersW(flags, nullptr, 2, buffer.data(), 4096, &needed, &count));
+    EXPECT_EQ(count, printers);
+  }
+  ASSERT_TRUE(GetJobW(printer, job, 1, buffer.data(), 4096, &needed));
+  auto* jobInfo = reinterpret_cast<JOB_INFO_1W*>(buffer.data());
+  EXPECT_EQ(jobInfo->JobId, job);
+  EXPECT_EQ(jobInfo->Position, 1u);
+  EXPECT_GE(jobInfo->Submitted.wYear, 2024);
+  EXPECT_FALSE(GetJobW(printer, job + 1, 1, buffer.data(), 4096, &needed));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_FALSE(SetJobW(printer, job, 0, nullptr, 99));
+  EXPECT_TRUE(SetJobW(printer, job, 0, nullptr, JOB_CONTROL_DELETE));
+  EXPECT_TRUE(Eventually([&] { return Gone(job, "deleted"); }));
+  EXPECT_TRUE(ClosePrinter(printer));
+  for (HANDLE wrong : {printer, HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
+    EXPECT_FALSE(ClosePrinter(wrong));
+    EXPECT_FALSE(GetJobW(wrong, job, 1, buffer.data(), 4096, &needed));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+  }
+}
+
+/// Accepts one connection on a loopback port and reads it to its end.
+class Listener {
+ public:
+  Listener() : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+    address_.sin_family = AF_INET;
+    address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address_);
+    EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address_), size), 0);
+    EXPECT_EQ(listen(socket_, 1), 0);
+    getsockname(socket_, reinterpret_cast<sockaddr*>(&address_), &size);
+  }
+  ~Listener() { close(socket_); }
+  std::string Address() const { return "127.0.0.1:" + std::to_string(ntohs(address_.sin_port)); }
+  std::string Receive() {
+    int peer = accept(socket_, nullptr, nullptr);
+    std::string data;
+    char buffer[4096];
+    for (ssize_t size; (size = recv(peer, buffer, sizeof(buffer), 0)) > 0;)
+      data.append(buffer, static_cast<std::size_t>(size));
+    close(peer);
+    return data;
+  }
+
+ private:
+  int socket_;
+  sockaddr_in address_{};
+};
+
+TEST(Host, CommandLineAndPortMonitors) {
+  SpoolerHome home;
+  auto expect = [](const std::string& command, int code, const std::string& output) {
+    ProgramResult result = RunProgram("portwise " + command);
+    EXPECT_EQ(result.code, code) << command << "\n" << result.output;
+    EXPECT_THAT(result.output, HasSubstr(output)) << command;
+  };
+  expect("jobs", 1, "start portwise-spooler");
+  SpoolerHome::Set("Pass", 1);
+  ASSERT_TRUE(home.Start());
+  Listener listener;
+  expect("port add", 106, "NAME");
+  expect("port add net --tcp " + listener.Address(), 0, "");
+  expect("port add NET --file /x", 1, "already");
+  expect("port add file --file " + home.File("out.prn"), 0, "");
+  expect("port add gone --file " + home.File("no/such/folder"), 0, "");
+  expect("printer add nowhere --port other", 1, "there is no port other");
+  expect("printer add 'Label 二' --port net --comment 'first floor' --driver /d/zl.dll --data-file ABCDE.DAT", 0, "");
+  expect("printer add copy --port file", 0, "");
+  expect("printer add lost --port gone", 0, "");
+  expect("port list --json", 0, "\"host\": \"127.0.0.1\"");
+  expect("printer show 'label 二'", 0, "first floor");
+  expect(R"(registry get 'HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Control\Print\Environments\Windows x64\)"
+         R"(Drivers\Version-3\zl\Data File')",
+         0, "ABCDE.DAT");
+
+  std::string received;
+  std::thread printer([&] { received = listener.Receive(); });
+  expect("print 'Label 二' " + ProgramFolder() + "/portwise --wait --name doc", 0, "job 1\n");
+  printer.join();
+  EXPECT_TRUE(received == ReadFile(ProgramFolder() + "/portwise"));
+  for (const char* text : {"a longer text", "short"}) {
+    RunProgram("portwise print copy --wait - <<EOF\n" + std::string(text) + "\nEOF\n");
+    EXPECT_EQ(ReadFile(home.File("out.prn")), std::string(text) + "\n");
+  }
+  expect("print lost " + home.File("out.prn"), 0, "job 4\n");
+  EXPECT_TRUE(Eventually([] { return HasState(4, "waiting"); }));
+  expect("jobs lost", 0, "waiting");
+  expect("cancel copy 4", 1, "there is no job 4 on printer copy");
+  expect("cancel lost 4", 0, "");
+  expect("printer remove lost", 0, "");
+  expect("port remove gone", 0, "");
+  home.Stop();
+
+  expect("registry set LOCAL:Test/Number 42 --type dword", 0, "");
+  expect("registry set LOCAL:Test/List 'one' 'two' --type multi", 0, "");
+  expect("registry set LOCAL:Test/Deep/Flag true --type bool", 0, "");
+  expect("registry set LOCAL:Test/Number 4294967296 --type dword", 1, "32 bits");
+  expect("registry get LOCAL:Test/Number", 0, "42\n");
+  expect("registry get LOCAL:Test/List", 0, "one\ntwo\n");
+  expect("registry get 'HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\Test\\Deep\\Flag'", 0, "01\n");
+  expect("registry list LOCAL:Test", 0, "Deep/\nList = multi: [\"one\",\"two\"]\nNumber = dword: 42\n");
+  expect("registry delete LOCAL:Test", 1, "--recursive");
+  expect("registry delete LOCAL:Test --recursive", 0, "");
+  expect("registry get LOCAL:Test/Number", 1, "no value");
+}
+
+}  // namespace
+}  // namespace portwise::test

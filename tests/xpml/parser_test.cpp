@@ -1,0 +1,362 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+#include "tests/xpml/model_document.h"
+#include "xpml/document.h"
+#include "xpml/request.h"
+
+namespace portwise {
+namespace {
+
+/// What one run over a stream saw: the handlers' calls in order with what they could read, and the plain text.
+struct Trace {
+  std::vector<std::string> calls;
+  std::vector<std::string> texts;
+  std::string output;
+  int textCalls = 0;
+  int interruptEvery = 0;  // this text call, and every multiple, leaves half of its bytes pending
+  int refuseEvery = 0;     // this text call, and every multiple, is refused
+  std::string pending;
+
+  bool Refuses() { return refuseEvery > 0 && ++textCalls % refuseEvery == 0; }
+  /// The bytes left pending of a text that is taken.
+  std::string TakeText(const std::string& text) {
+    texts.push_back(text);
+    if (interruptEvery == 0 || texts.size() % static_cast<size_t>(interruptEvery) != 0) {
+      output += text;
+      return "";
+    }
+    output += text.substr(0, text.size() / 2);
+    return text.substr(text.size() / 2);
+  }
+};
+
+constexpr const char* kPaths[] = {"a", "/a", "/b", "/stop", "/eat"};
+
+/// What the handlers of both parsers do to the content on top.
+std::string Rewrite(const std::string& path, const std::string& content) {
+  if (path == "/b") return "[" + content + "]";
+  if (path == "/eat") return "";
+  if (path == "a") return content + "+";
+  return content;
+}
+
+class RealRun {
+ public:
+  explicit RealRun(Trace& trace) : trace_(trace) {
+    for (const char* path : kPaths) {
+      contexts_.push_back({this, path});
+    }
+    for (auto& context : contexts_) document_.RegisterHandler(context.path.c_str(), OnElement, &context);
+    document_.SetTextHandler(OnText, this);
+  }
+
+  bool Feed(const std::string& chunk, int* consumed) {
+    return document_.Parse(chunk.data(), static_cast<int>(chunk.size()), consumed);
+  }
+  bool ClearInterruption() {
+    const bool interrupted = document_.Pending() || !document_.Continue();
+    if (PendingOutput* pending = document_.Pending()) {
+      trace_.output.append(pending->data.get() + pending->offset, pending->length);
+      document_.FreePending();
+    }
+    document_.SetContinue(true);
+    return interrupted;
+  }
+
+ private:
+  struct Context {
+    RealRun* run;
+    std::string path;
+  };
+
+  static bool OnElement(XPML_Document& document, void* opaque) {
+    const auto* context = static_cast<Context*>(opaque);
+    TextBuffer& text = document.CurrentText();
+    const std::string content(text.View());
+    context->run->trace_.calls.push_back(context->path + ":" + std::string(document.GetAttribute("x", "(none)")) + ":" +
+                                         std::string(document.FindAttribute("b", "y", "(none)")) + ":" + content);
+    text.Clear();
+    text.Append(Rewrite(context->path, content));
+    if (context->path == "/stop") document.SetContinue(false);
+    return false;
+  }
+
+  static bool OnText(XPML_Document& document, void* opaque) {
+    auto* run = static_cast<RealRun*>(opaque);
+    if (run->trace_.Refuses()) return false;
+    const std::string rest = run->trace_.TakeText(std::string(document.PlainText()));
+    if (!rest.empty()) document.SetPending(rest);
+    return true;
+  }
+
+  Trace& trace_;
+  std::vector<Context> contexts_;
+  XPML_Document document_;
+};
+
+class ModelRun {
+ public:
+  explicit ModelRun(Trace& trace) : trace_(trace) {
+    model_.onElement = [this](ModelDocument& model, const std::string& path) {
+      if (std::find(std::begin(kPaths), std::end(kPaths), path) == std::end(kPaths)) return;
+      ModelDocument::Element& top = model.stack.back();
+      trace_.calls.push_back(path + ":" + model.Find(top.name, "x") + ":" + model.Find("b", "y") + ":" + top.content);
+      top.content = Rewrite(path, top.content);
+      if (path == "/stop") model.goOn = false;
+    };
+    model_.onText = [this](ModelDocument& model, const std::string& text) {
+      if (trace_.Refuses()) return false;
+      const std::string rest = trace_.TakeText(text);
+      if (!rest.empty()) {
+        model.pending = true;
+        trace_.pending = rest;
+      }
+      return true;
+    };
+  }
+
+  bool Feed(const std::string& chunk, int* consumed) { return model_.Parse(chunk, consumed); }
+  bool ClearInterruption() {
+    const bool interrupted = model_.pending || !model_.goOn;
+    trace_.output += std::exchange(trace_.pending, "");
+    model_.pending = false;
+    model_.goOn = true;
+    return interrupted;
+  }
+
+ private:
+  Trace& trace_;
+  ModelDocument model_;
+};
+
+/// Feeds the chunks as the print path does: an interrupted chunk is fed again until it is taken. Results go into the
+/// trace, so that they are compared too.
+template <class Run>
+Trace RunOver(const std::vector<std::string>& chunks, int interruptEvery, int refuseEvery, bool recordResults) {
+  Trace trace;
+  trace.interruptEvery = interruptEvery;
+  trace.refuseEvery = refuseEvery;
+  Run run(trace);
+  for (const std::string& chunk : chunks) {
+    for (int tries = 0; tries < 1000; ++tries) {
+      int consumed = -1;
+      const bool taken = run.Feed(chunk, &consumed);
+      if (recordResults) trace.calls.push_back("parse:" + std::to_string(taken) + ":" + std::to_string(consumed));
+      const bool interrupted = run.ClearInterruption();
+      if (taken || !interrupted) break;
+    }
+  }
+  return trace;
+}
+
+std::string RandomStream(std::mt19937& random) {
+  static const std::string pieces[] = {"<xpml>",
+                                       "<xpml>",
+                                       "<xpml>",
+                                       "</xpml>",
+                                       "</xpml>",
+                                       "<a x='1'>",
+                                       "<a>",
+                                       "</a>",
+                                       "<b y=\"2\" x=3>",
+                                       "</b>",
+                                       "<b/>",
+                                       "<stop/>",
+                                       "</eat>",
+                                       "<eat x=''>",
+                                       "<c z = 'q' w>",
+                                       "</ >",
+                                       "<>",
+                                       "< a / >",
+                                       "&lt;",
+                                       "&#65;",
+                                       "&nbsp;",
+                                       "&",
+                                       ";",
+                                       "<",
+                                       ">",
+                                       "'",
+                                       "<a x='unclosed>",
+                                       "plain",
+                                       "\r\n",
+                                       "<xp",
+                                       "<xpml",
+                                       "x",
+                                       "<<xpml>>",
+                                       "a=b/",
+                                       "&#300;",
+                                       "<b\ty='1'>",
+                                       std::string("\0\x01\xff", 3)};
+  std::string stream;
+  for (int count = static_cast<int>(random() % 40); count > 0; --count) stream += pieces[random() % std::size(pieces)];
+  return stream;
+}
+
+/// Whether the stream, cut at `at`, leaves the parser matching a start that is none: it does not look at those bytes
+/// again, so such a cut matters.
+bool CutsFalseStart(const std::string& stream, size_t at) {
+  static const std::string start = "<xpml>";
+  for (size_t length = 1; length < start.size() && length <= at; ++length) {
+    if (stream.compare(at - length, length, start, 0, length) == 0 && stream.compare(at - length, 6, start) != 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// Cuts the stream at random, with `harmless` only where a cut does not matter.
+std::vector<std::string> Cut(const std::string& stream, std::mt19937& random, bool harmless) {
+  std::vector<std::string> chunks;
+  size_t from = 0;
+  const unsigned largest = 1 + random() % 20;
+  while (from < stream.size()) {
+    size_t to = std::min(stream.size(), from + random() % (largest + 1));
+    while (harmless && to < stream.size() && CutsFalseStart(stream, to)) ++to;
+    chunks.push_back(stream.substr(from, to - from));
+    from = to;
+  }
+  return chunks;
+}
+
+TEST(XpmlParser, DoesWhatTheModelDoesCallByCall) {
+  std::mt19937 random(1);
+  for (int round = 0; round < 6000; ++round) {
+    const std::string stream = RandomStream(random);
+    const auto chunks = Cut(stream, random, false);
+    const int interrupt = static_cast<int>(random() % 4);
+    const int refuse = random() % 3 == 0 ? 2 + static_cast<int>(random() % 3) : 0;
+    const Trace real = RunOver<RealRun>(chunks, interrupt, refuse, true);
+    const Trace model = RunOver<ModelRun>(chunks, interrupt, refuse, true);
+    ASSERT_EQ(real.calls, model.calls) << stream;
+    ASSERT_EQ(real.texts, model.texts) << stream;
+    ASSERT_EQ(real.output, model.output) << stream;
+  }
+}
+
+TEST(XpmlParser, AnySplitGivesTheSameBytesAndCalls) {
+  std::mt19937 random(2);
+  for (int round = 0; round < 3000; ++round) {
+    const std::string stream = RandomStream(random);
+    const Trace whole = RunOver<RealRun>({stream}, 0, 0, false);
+    const Trace cut = RunOver<RealRun>(Cut(stream, random, true), static_cast<int>(random() % 4), 0, false);
+    ASSERT_EQ(whole.calls, cut.calls) << stream;
+    ASSERT_EQ(whole.output, cut.output) << stream;
+  }
+}
+
+std::string Reply(std::string_view request) {
+  TextBuffer reply;
+  ExecuteRequest(nullptr, request, reply);
+  return std::string(reply.View());
+}
+
+TEST(XpmlParser, TakesMarkupAsItIsWritten) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"", ""},
+      {"<a><b/>x</a>", "x"},
+      {"&LT;&gt;&QUOT;&amp;", "<>\"&"},
+      {"&#65;&#321;&#000065;&nbsp;&apos;&#x41;&;", std::string("AA\6??\0?", 7)},
+      {"</xpml>abc &lt; <a>", "abc &lt; <a>"},
+      {"<Query value='total' action='get'/>", ""},
+      {"<uppercase>a<lowercase>B</lowercase>c</uppercase>", "ABC"},
+      {"<unknown>1<reverse>cba</reverse>2</unknown>", "1abc2"},
+      {"<push>abc</push>x<pop/>", "xabc"},
+      {"</uppercase>x", "x"},
+      {"<a>b</uppercase>", "B"},
+      {"<uppercase/a></uppercase>", ""},
+  };
+  for (const auto& [request, expected] : cases) EXPECT_EQ(Reply(request), expected) << request;
+}
+
+TEST(XpmlParser, HandlesAttributesByTheirRules) {
+  struct Seen {
+    std::string name, value, flag;
+    LONG number = 0;
+  } seen;
+  XPML_Document document;
+  document.RegisterHandler(
+      "set",
+      [](XPML_Document& open, void* context) {
+        auto* result = static_cast<Seen*>(context);
+        result->name = open.GetAttribute("name", "-");
+        result->value = open.GetAttribute("value", "-");
+        result->flag = open.GetAttributeBool("value", true) ? "true" : "false";
+        result->number = open.GetAttributeInt("value", -7);
+        return true;
+      },
+      &seen);
+  const auto parse = [&](const std::string& tag) {
+    document.Reset();
+    seen = Seen();
+    const std::string text = "<xpml>" + tag;
+    document.Parse(text.data(), static_cast<int>(text.size()));
+    return seen.name + "|" + seen.value + "|" + seen.flag + "|" + std::to_string(seen.number);
+  };
+  EXPECT_EQ(parse("<set name=\"v\" value='a b'>"), "v|a b|true|0");
+  EXPECT_EQ(parse("<set name=v value=a b>"), "v|a|true|0");
+  EXPECT_EQ(parse("<set name = 'v' value=''>"), "v||true|-7");
+  EXPECT_EQ(parse("<set value=FALSE>"), "-|FALSE|false|0");
+  EXPECT_EQ(parse("<set value=' -12x'>"), "-| -12x|true|-12");
+  EXPECT_EQ(parse("<set value=99999999999>"), "-|99999999999|true|2147483647");
+  EXPECT_EQ(parse("<set name=1 name=2 value=0>"), "1|0|false|0");
+  EXPECT_EQ(parse("<set value='a>b'>"), "-|-|true|-7") << "a > ends the tag inside quotes too";
+  EXPECT_EQ(parse("<set\tvalue=1>"),
+            "||"
+            "|0")
+      << "a tab belongs to the name";
+  EXPECT_EQ(parse("<set value=outer><set value=inner name=n>"), "n|outer|true|0");
+}
+
+TEST(XpmlParser, NestsDeepInLinearTimeAndKeepsMemoryInProportion) {
+  constexpr int kDepth = 100000;
+  std::string request;
+  for (int i = 0; i < kDepth; ++i) request += "x<deep y='1'>";
+  for (int i = 0; i < kDepth; ++i) request += "</deep>";
+  XPML_Document document;
+  const auto look = [](XPML_Document& open, void*) { return open.GetAttribute("missing") == open.GetAttribute("y"); };
+  document.RegisterHandler("deep", look, nullptr);
+  document.RegisterHandler("/deep", look, nullptr);
+  TextBuffer reply;
+  BindDocumentToPort(nullptr, document, reply);
+  document.Parse("<xpml>", 6);
+  const auto begin = std::chrono::steady_clock::now();
+  document.Parse(request.data(), static_cast<int>(request.size()));
+  document.Parse("</xpml>", 7);
+  // Quadratic work would take tens of seconds.
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_EQ(reply.Length(), static_cast<size_t>(kDepth));
+}
+
+TEST(XpmlParser, SurvivesMegabytesWithoutAnEnd) {
+  const std::string megabyte(1 << 20, 'q');
+  for (const char* opening : {"<xpml><", "<xpml>&", "<xpml><a>", "<xpml><a x='"}) {
+    XPML_Document document;
+    TextBuffer reply;
+    BindDocumentToPort(nullptr, document, reply);
+    document.Parse(opening, static_cast<int>(std::strlen(opening)));
+    for (int i = 0; i < 300; ++i) {
+      ASSERT_TRUE(document.Parse(megabyte.data(), static_cast<int>(megabyte.size())));
+    }
+    EXPECT_EQ(reply.Length(), 0u);
+    document.Reset();
+    document.Parse("plain", 5);
+    EXPECT_EQ(reply.View(), "plain");
+  }
+}
+
+TEST(TextBuffer, StopsAtItsLimitAndKeepsItsContent) {
+  TextBuffer buffer;
+  const std::string chunk(TextBuffer::kMaxLength / 4, 'x');
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(buffer.Append(chunk));
+  EXPECT_FALSE(buffer.Append('y'));
+  EXPECT_EQ(buffer.Length(), TextBuffer::kMaxLength);
+  EXPECT_TRUE(buffer.Terminate());
+  EXPECT_EQ(buffer.Data()[buffer.Length()], '\0');
+}
+
+}  // namespace
+}  // namespace portwise
