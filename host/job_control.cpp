@@ -72,7 +72,7 @@ DWORD ControlJob(JobStore& store, DWORD id, DWORD command, bool fromMonitor, std
     case JOB_CONTROL_CANCEL:
       return Cancel(store, id);
     case JOB_CONTROL_DELETE:
-      return fromMonitor && ending && false ? MonitorSaysLeft(store, id) : Cancel(store, id);
+      return fromMonitor && ending ? MonitorSaysLeft(store, id) : Cancel(store, id);
     case JOB_CONTROL_SENT_TO_PRINTER:
       if (fromMonitor && job->active) return MonitorSaysLeft(store, id);
       break;

@@ -169,6 +169,8 @@ bool Control::CarryOut(Client* client, std::string_view line) {
     client->waitsForIdle = !printer_->Idle();
     return client->waitsForIdle || Answer(socket, "ok");
   }
+  // What was connected or sent before the order counts as before it.
+  printer_->Serve();
   try {
     const std::string result = order->carryOut(*printer_, number);
     return Answer(socket, result.empty() ? "ok" : "ok " + result);

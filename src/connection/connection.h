@@ -8,19 +8,19 @@
 namespace portwise {
 
 enum class ConnectionKind : WORD {
-  kCom = 1,
-  kParallel = 2,
-  kUsb = 4,
-  kTcp = 8,
-  kGeneric = 0x8000,
+  Com = 1,
+  Parallel = 2,
+  Usb = 4,
+  Tcp = 8,
+  Generic = 0x8000,
 };
 
 /// Bits of GetStatus.
-constexpr DWORD kStatusDisconnected = 0x1;    ///< the printer cannot be reached
-constexpr DWORD kStatusUnidirectional = 0x2;  ///< the port returns nothing, so the printer cannot be monitored
-constexpr DWORD kStatusOffLine = 0x10000;     ///< of a parallel printer, as are the next two
-constexpr DWORD kStatusPaperEmpty = 0x20000;
-constexpr DWORD kStatusSelected = 0x40000;
+constexpr DWORD STATUS_DISCONNECTED = 0x1;    ///< the printer cannot be reached
+constexpr DWORD STATUS_UNIDIRECTIONAL = 0x2;  ///< the port returns nothing, so the printer cannot be monitored
+constexpr DWORD STATUS_OFF_LINE = 0x10000;    ///< of a parallel printer, as are the next two
+constexpr DWORD STATUS_PAPER_EMPTY = 0x20000;
+constexpr DWORD STATUS_SELECTED = 0x40000;
 
 /// The port's link to its printer: print data, status requests and answers travel through it.
 ///
@@ -77,10 +77,10 @@ class Connection {
   void SetPortContext(PortLink* port) { port_ = port; }
 
   ConnectionKind GetKind() const { return kind_; }
-  bool IsCom() const { return kind_ == ConnectionKind::kCom; }
-  bool IsParallel() const { return kind_ == ConnectionKind::kParallel; }
-  bool IsUsb() const { return kind_ == ConnectionKind::kUsb; }
-  bool IsTcp() const { return kind_ == ConnectionKind::kTcp; }
+  bool IsCom() const { return kind_ == ConnectionKind::Com; }
+  bool IsParallel() const { return kind_ == ConnectionKind::Parallel; }
+  bool IsUsb() const { return kind_ == ConnectionKind::Usb; }
+  bool IsTcp() const { return kind_ == ConnectionKind::Tcp; }
 
  protected:
   explicit Connection(ConnectionKind kind);

@@ -2,6 +2,6 @@
 
 namespace portwise {
 
-DWORD Connection_Generic::GetStatus(DWORD mask) { return mask & kStatusUnidirectional; }
+DWORD Connection_Generic::GetStatus(DWORD mask) { return mask & STATUS_UNIDIRECTIONAL; }
 
 }  // namespace portwise

@@ -8,7 +8,7 @@ namespace portwise {
 /// as unidirectional, so its printer is not monitored.
 class Connection_Generic : public Connection {
  public:
-  Connection_Generic() : Connection(ConnectionKind::kGeneric) {}
+  Connection_Generic() : Connection(ConnectionKind::Generic) {}
 
   DWORD GetStatus(DWORD mask) override;
 };

@@ -36,7 +36,7 @@ bool DrainOnce(SOCKET socket) {
 
 }  // namespace
 
-Connection_TCP::Connection_TCP() : Connection(ConnectionKind::kTcp) { address_.sin_family = AF_INET; }
+Connection_TCP::Connection_TCP() : Connection(ConnectionKind::Tcp) { address_.sin_family = AF_INET; }
 
 Connection_TCP::~Connection_TCP() {
   if (connected_) CloseNow();

@@ -103,7 +103,7 @@ size_t PrintPath::LowLevelWrite(std::string_view bytes) {
   size_t done = 0;
   for (bool again = false; done < bytes.size(); again = true) {
     if (again && (JobStatus(port_.PrinterName(), port_.JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED))) break;
-    if (connection.GetStatus(kStatusDisconnected) & kStatusDisconnected) {
+    if (connection.GetStatus(STATUS_DISCONNECTED) & STATUS_DISCONNECTED) {
       unreachable_ = true;
       break;
     }

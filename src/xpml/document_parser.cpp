@@ -13,6 +13,14 @@ const char* FindByte(const char* from, const char* to, char byte) {
   return found ? static_cast<const char*>(found) : to;
 }
 
+/// Whether the bytes from a `<` on are the start of a section, as far as the chunk tells. Binary data holds many a `<`,
+/// so the byte behind it is looked at before all others.
+bool MayStart(const char* bracket, const char* end) {
+  const auto known = static_cast<size_t>(end - bracket);
+  if (known >= kStart.size()) return bracket[1] == kStart[1] && std::memcmp(bracket, kStart.data(), kStart.size()) == 0;
+  return std::memcmp(bracket, kStart.data(), known) == 0;
+}
+
 }  // namespace
 
 bool XPML_Document::Parse(const char* data, int length, int* consumed) {
@@ -79,8 +87,7 @@ const char* XPML_Document::MatchStart(const char* at) {
 const char* XPML_Document::ReadPlain(const char* at, const char* runEnd, const char* end) {
   const char* bracket = at;
   while ((bracket = FindByte(bracket, runEnd, '<')) < runEnd) {
-    const size_t known = std::min(static_cast<size_t>(end - bracket), kStart.size());
-    if (std::memcmp(bracket, kStart.data(), known) == 0) {
+    if (MayStart(bracket, end)) {
       AppendRun(at, bracket);
       FlushText();
       mode_ = Mode::MatchingStart;

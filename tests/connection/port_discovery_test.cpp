@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "connection/address.h"
 #include "connection/create_connection.h"
 #include "tests/connection/fake_port_link.h"
 #include "tests/support/temporary_home.h"
@@ -62,34 +61,6 @@ TEST(PortDiscoveryTest, RegisteredPortsComeBeforeNamesAndOnlyRawOnesAreDrivenDir
     EXPECT_EQ(IsRawTcpPort(&port), row.raw) << row.name;
     EXPECT_EQ(CreateConnection(&port)->IsTcp(), row.raw) << row.name;
   }
-}
-
-TEST(PortDiscoveryTest, UnreadableValuesCountAsNone) {
-  const TemporaryHome home;
-  RegisterPort("P", OString(std::string(259, 'h')), OString(std::string(260, 'a')), 9100);
-  unique_registry_key key;
-  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, MonitorPortKeyPath("P").Wide(), 0, KEY_ALL_ACCESS, key.Put()), 0);
-  RegDeleteValueW(key.Get(), TEXT("Protocol"));
-  const BYTE shortNumber[2] = {1, 2};
-  RegSetValueExW(key.Get(), TEXT("PortNumber"), 0, REG_BINARY, shortNumber, sizeof shortNumber);
-  PortAddress address;
-  EXPECT_TRUE(ReadPortAddress("P", &address));
-  EXPECT_EQ(address.hostName.Length(), 259);
-  EXPECT_TRUE(address.ipAddress.IsEmpty());
-  EXPECT_EQ(address.portNumber, 0u);
-  EXPECT_EQ(address.protocol, 0u);
-  EXPECT_FALSE(ReadPortAddress("Q", &address));
-  EXPECT_TRUE(address.hostName.IsEmpty());
-}
-
-TEST(PortDiscoveryTest, AddressesAreLookedUpAndAFailureKeepsTheOldOne) {
-  SOCKADDR_IN address = {};
-  ASSERT_TRUE(ResolveAddress("127.0.0.2", 9100, &address));
-  EXPECT_EQ(ntohl(address.sin_addr.s_addr), 0x7F000002u);
-  EXPECT_EQ(address.sin_family, AF_INET);
-  EXPECT_FALSE(ResolveAddress("", 9101, &address));
-  EXPECT_EQ(ntohl(address.sin_addr.s_addr), 0x7F000002u);
-  EXPECT_EQ(ntohs(address.sin_port), 9101);
 }
 
 }  // namespace
