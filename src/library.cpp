@@ -19,8 +19,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
       portwise::CreatePortList();
       break;
     case DLL_PROCESS_DETACH:
-      portwise::ThreadLocalSlot::DestroyObjects();
       portwise::DestroyPortList();
+      portwise::ThreadLocalSlot::DestroyObjects();
       break;
     case DLL_THREAD_DETACH:
       portwise::ThreadLocalSlot::DestroyObjects();

@@ -1,5 +1,5 @@
-// Compiled into each shared library that has a DllMain, as its last source file: constructors run in the order of the
-// link, and DllMain may rely on the library's own static objects.
+// Compiled into each shared library that has a DllMain, as its last source file: static objects are made in the order
+// of the link and destroyed in the reverse order, and DllMain may rely on the library's own static objects both times.
 
 #include <windows.h>
 
@@ -10,7 +10,9 @@ extern "C" __attribute__((visibility("hidden"))) BOOL WINAPI DllMain(HINSTANCE i
 
 namespace {
 
-__attribute__((constructor)) void AttachProcess() { portwise::platform::RegisterDllMain(DllMain); }
-__attribute__((destructor)) void DetachProcess() { portwise::platform::UnregisterDllMain(DllMain); }
+struct ProcessAttachment {
+  ProcessAttachment() { portwise::platform::RegisterDllMain(DllMain); }
+  ~ProcessAttachment() { portwise::platform::UnregisterDllMain(DllMain); }
+} processAttachment;
 
 }  // namespace

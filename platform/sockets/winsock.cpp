@@ -151,6 +151,8 @@ int WINAPI WSAPoll(WSAPOLLFD* sockets, ULONG count, INT milliseconds) {
   std::vector<pollfd> polled(count);
   for (ULONG i = 0; i < count; ++i) {
     polled[i] = {sockets[i].fd <= INT_MAX ? static_cast<int>(sockets[i].fd) : -1, sockets[i].events, 0};
+    // A peer that has ended its side is told, as POLLHUP, to those who wait for its data.
+    if ((sockets[i].events & POLLIN) != 0) polled[i].events |= POLLRDHUP;
   }
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + (milliseconds > 0 ? RealTime(milliseconds) : std::chrono::nanoseconds(0));
@@ -162,7 +164,10 @@ int WINAPI WSAPoll(WSAPOLLFD* sockets, ULONG count, INT milliseconds) {
     if (ready >= 0) break;
     if (errno != EINTR) return FailSocketCall(SocketErrorOf(errno));
   }
-  for (ULONG i = 0; i < count; ++i) sockets[i].revents = polled[i].revents;
+  for (ULONG i = 0; i < count; ++i) {
+    sockets[i].revents = static_cast<SHORT>(polled[i].revents & ~POLLRDHUP);
+    if ((polled[i].revents & POLLRDHUP) != 0) sockets[i].revents |= POLLHUP;
+  }
   return ready;
 }
 

@@ -16,6 +16,9 @@ constexpr INT kWriteSlice = 1000;        // ms
 constexpr INT kFirstByteWait = 1000;     // ms
 constexpr INT kNextByteWait = 200;       // ms
 constexpr DWORD kCloseSilence = 5000;    // ms without a sign of the printer
+constexpr DWORD kLongestClose = 60000;   // ms, for a printer that talks on and never closes
+constexpr DWORD kLookUpPause = 5000;     // ms until a name that was not found is looked up again
+constexpr DWORD kReopenPause = 100;      // ms after a connection that was lost did not come back
 constexpr DWORD kAbortSlice = 100;       // ms until a wait looks whether it has been aborted
 constexpr LONG kDrainEvents = FD_READ | FD_CLOSE;
 
@@ -47,7 +50,12 @@ bool Connection_TCP::Open() {
   if (RefreshAddress(false) || PeerHasClosed()) CloseNow();
   addressLock_.Lock();
   const SOCKADDR_IN address = address_;
+  const DWORD lookUpError = lookUpError_;
   addressLock_.Unlock();
+  if (lookUpError != 0) {
+    SetLastError(lookUpError);
+    return false;
+  }
 
   const OScopedLock state(stateLock_);
   if (connected_) return true;
@@ -74,13 +82,20 @@ bool Connection_TCP::EndDoc() { return Close(); }
 bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
   *written = 0;
   if (aborted_) return FailAborted();
-  if (!connected_ && !Open()) return false;
+  if (!connected_ && !Open()) {
+    // The caller tries again at once, for as long as its send timeout lasts.
+    const DWORD error = GetLastError();
+    Sleep(kReopenPause);
+    SetLastError(error);
+    return false;
+  }
   const auto* bytes = static_cast<const char*>(data);
   int sent = 0;
   Transfer transfer = SendOnce(bytes, LengthOf(length), &sent);
   if (transfer == Transfer::kWouldBlock && AwaitSocket(POLLOUT, kWriteSlice) != 0) {
     transfer = SendOnce(bytes, LengthOf(length), &sent);
   }
+  *written = static_cast<DWORD>(sent);
   if (aborted_) return FailAborted();
   if (transfer == Transfer::kWouldBlock) {
     WSASetLastError(WSAEWOULDBLOCK);
@@ -90,7 +105,6 @@ bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
     CloseAfter(WSAGetLastError());
     return false;
   }
-  *written = static_cast<DWORD>(sent);
   return true;
 }
 
@@ -121,13 +135,15 @@ bool Connection_TCP::RefreshAddress(bool statusChannel) {
   ReadPortAddress(Port().PortName(), &now);
   if (statusChannel) ++now.portNumber;
   const bool changed = now != registered_;
-  // A name that could not be looked up is tried again, since the name service may have come back.
-  if (!changed && resolved_) return false;
+  // A name that could not be looked up is tried again after a while, since the name service may have come back.
+  if (!changed && (resolved_ || GetTickCount() - lookedUpAt_ < kLookUpPause)) return false;
   registered_ = now;
   // Without this a new name that is not found would leave the old printer's address in use.
   address_.sin_addr = {};
   const OString& inUse = now.hostName.IsEmpty() ? now.ipAddress : now.hostName;
   resolved_ = ResolveAddress(inUse, static_cast<WORD>(now.portNumber), &address_);
+  lookUpError_ = resolved_ ? 0 : GetLastError();
+  lookedUpAt_ = GetTickCount();
   return changed;
 }
 
@@ -219,7 +235,8 @@ bool Connection_TCP::GracefulClose(unique_socket socket) {
   if (!event || WSAEventSelect(socket.Get(), event.Get(), kDrainEvents) != 0 || shutdown(socket.Get(), SD_SEND) != 0) {
     return false;
   }
-  DWORD lastSign = GetTickCount();
+  const DWORD begin = GetTickCount();
+  DWORD lastSign = begin;
   while (!aborted_) {
     const WSAEVENT waited = event.Get();
     if (WSAWaitForMultipleEvents(1, &waited, FALSE, kAbortSlice, FALSE) == WSA_WAIT_FAILED) return false;
@@ -229,7 +246,8 @@ bool Connection_TCP::GracefulClose(unique_socket socket) {
     if ((happened.lNetworkEvents & FD_READ) != 0) {
       if (!DrainOnce(socket.Get())) return false;
       lastSign = GetTickCount();
-    } else if (GetTickCount() - lastSign >= kCloseSilence) {
+    }
+    if (GetTickCount() - lastSign >= kCloseSilence || GetTickCount() - begin >= kLongestClose) {
       WSASetLastError(WSAETIMEDOUT);
       return false;
     }
@@ -239,6 +257,15 @@ bool Connection_TCP::GracefulClose(unique_socket socket) {
 
 bool Connection_TCP::PeerHasClosed() {
   if (!connected_) return false;
+  WSAPOLLFD state = {};
+  {
+    const OScopedLock lock(socketLock_);
+    if (!socket_) return false;
+    state.fd = socket_.Get();
+  }
+  state.events = POLLIN;
+  if (WSAPoll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) return true;
+  // Not every system tells of an orderly end that way while the printer's last words are still unread.
   char byte;
   int received = 0;
   const Transfer transfer = ReceiveOnce(&byte, 1, MSG_PEEK, &received);

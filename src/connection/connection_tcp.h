@@ -15,8 +15,9 @@ namespace portwise {
 /// port monitor keeps of the port in the registry, and is read again whenever the connection is opened.
 ///
 /// A job's end closes the connection; Write and Read open it when they need it. After Abort, Open, Write and Read fail
-/// for good with ERROR_OPERATION_ABORTED, and so does a call that is under way, within a fraction of a second. Other
-/// failures leave the socket's error as the thread's last error.
+/// for good with ERROR_OPERATION_ABORTED, and so does a call that is under way, within a second unless it looks a name
+/// up. Other failures leave the error of the socket or of the look-up as the thread's last error, but for a Read to
+/// which nothing came.
 class Connection_TCP : public Connection {
  public:
   Connection_TCP();
@@ -28,7 +29,8 @@ class Connection_TCP : public Connection {
   bool Open() override;
 
   /// Ends the connection in order: the printer gets everything that was written, and what it still sends is dropped.
-  /// False when the printer gave no sign for 5000 ms, with WSAETIMEDOUT; the system goes on delivering all the same.
+  /// False, with WSAETIMEDOUT, when the printer gave no sign for 5000 ms or did not close within a minute; the system
+  /// goes on delivering all the same.
   bool Close() override;
   void Abort() override;
 
@@ -37,7 +39,7 @@ class Connection_TCP : public Connection {
 
   /// Sends what the system takes at once, which may be less than `length`; waits for room for at most a second. When
   /// there was none, it returns false with nothing written and the last error WSAEWOULDBLOCK, and the connection stays
-  /// open. Every other failure has closed it.
+  /// open. Every other failure has closed it; one to open it again comes after a pause of 100 ms.
   bool Write(const void* data, DWORD length, DWORD* written) override;
 
   /// Gathers what arrives within a second of the call and then without a gap of more than 200 ms. False when that is
@@ -76,7 +78,7 @@ class Connection_TCP : public Connection {
   const SocketLibrary library_;
 
   // The state lock orders connect against close, and is held across both. The socket lock guards the handle, so that
-  // Abort closes no socket that a call is in; it is taken after the state lock and held only where nothing waits long.
+  // Abort closes no socket that a send or a receive is in; it is taken after the state lock and never held in a wait.
   OCriticalSection stateLock_;
   OCriticalSection socketLock_;
   unique_socket socket_;
@@ -87,6 +89,8 @@ class Connection_TCP : public Connection {
   PortAddress registered_;  // with the port number of the channel that was asked for
   SOCKADDR_IN address_ = {};
   bool resolved_ = false;
+  DWORD lookUpError_ = 0;  // of the last look-up, 0 when it found the printer
+  DWORD lookedUpAt_ = 0;   // tick count
 };
 
 }  // namespace portwise

@@ -60,8 +60,8 @@ bool OBaseArray::SetSize(int size) {
 }
 
 bool OBaseArray::InsertGap(int index, int count) {
+  if (index < 0 || index > size_ || count < 0 || count > INT_MAX - size_) return false;
   const int tail = size_ - index;
-  if (index < 0 || tail < 0 || count < 0 || count > INT_MAX - size_) return false;
   if (count == 0) return true;
   if (!SetSize(size_ + count)) return false;
   std::memmove(At(index + count), At(index), static_cast<size_t>(tail) * elementSize_);

@@ -11,7 +11,8 @@ namespace portwise {
 /// When the size must exceed the capacity, the capacity grows by GrowBy elements when that is set, else by an eighth
 /// of the size (at least 4, at most 1024), or to the size asked for when that is larger; the first allocation is
 /// exactly the size asked for. A size of 0 frees the storage; shrinking keeps it. New elements are zero-filled.
-/// Operations that need memory return false (or -1) and leave the array as it was when there is none.
+/// Operations that need memory return false (or -1) and leave the array as it was when there is none; a copy is then
+/// empty.
 class OBaseArray {
  public:
   explicit OBaseArray(size_t elementSize) : elementSize_(elementSize) {}

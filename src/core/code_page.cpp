@@ -18,7 +18,7 @@ WideString DecodeUtf8(std::string_view text) {
       continue;
     }
     const size_t following = (lead & 0xE0) == 0xC0 ? 1 : (lead & 0xF8) == 0xF0 ? 3 : 2;
-    if (text.size() - at <= following) break;
+    if (text.size() - at <= following || text.substr(at + 1, following).find('\0') != text.npos) break;
     unsigned value = lead & (following == 1 ? 0x1F : following == 2 ? 0x0F : 0x07);
     for (size_t i = 1; i <= following; ++i) value = value << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3F);
     at += following + 1;

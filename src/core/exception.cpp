@@ -12,6 +12,8 @@ std::string SystemMessage(LONG code) {
   return std::string(text, length);
 }
 
+const OException outOfMemory(ERROR_OUTOFMEMORY);
+
 }  // namespace
 
 OException::OException(LONG code, std::string message, std::string detail)
@@ -22,6 +24,8 @@ void OException::SetLocation(std::string function, std::string file, LONG line) 
   file_ = std::move(file);
   line_ = line;
 }
+
+const OException& OException::OutOfMemory() { return outOfMemory; }
 
 OStdException::OStdException(const std::exception& cause) : OException(ERROR_INTERNAL_ERROR, cause.what()) {}
 

@@ -11,6 +11,9 @@ namespace portwise {
 /// by value, caught by reference at the entry points.
 class OException {
  public:
+  /// Memory ran out: made when the library is loaded, so that telling needs no memory.
+  static const OException& OutOfMemory();
+
   /// An empty message is replaced by the system's message for `code`.
   explicit OException(LONG code, std::string message = std::string(), std::string detail = std::string());
   virtual ~OException() = default;

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <new>
-
 #include "core/exception.h"
 
 namespace portwise {
@@ -24,6 +22,10 @@ class OExceptionHandler {
   /// Reports the failure as the flags say; with kSetLastError its code becomes the thread's last error.
   virtual void Handle(const OException& exception);
 
+  /// Called in a catch clause: hands the exception in flight to Handle in the form of an OException. What is not one
+  /// of ours and does not derive from std::exception goes on.
+  void HandleCurrent();
+
   const char* ScopeName() const { return scopeName_; }
 
  private:
@@ -37,14 +39,8 @@ template <class Body>
 BOOL RunGuarded(OExceptionHandler& guard, Body&& body) {
   try {
     return body();
-  } catch (const OException& exception) {
-    guard.Handle(exception);
-  } catch (CMemoryException*) {
-    guard.Handle(OException(ERROR_OUTOFMEMORY));
-  } catch (const std::bad_alloc&) {
-    guard.Handle(OException(ERROR_OUTOFMEMORY));
-  } catch (const std::exception& exception) {
-    guard.Handle(OStdException(exception));
+  } catch (...) {
+    guard.HandleCurrent();
   }
   return FALSE;
 }

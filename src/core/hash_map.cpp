@@ -8,9 +8,11 @@
 namespace portwise {
 
 DWORD OHashMap::Hash(const OString& key) {
-  const std::string bytes = key.InCodePage(kCodePageAnsi);
+  OString ansi = key;
+  ansi.SetCodePage(kCodePageAnsi);
+  const std::string_view bytes = ansi.NarrowView();
   return static_cast<DWORD>(
-      crc32(0, reinterpret_cast<const Bytef*>(bytes.c_str()), static_cast<uInt>(bytes.size() + 1)));
+      crc32(0, reinterpret_cast<const Bytef*>(ansi.Narrow()), static_cast<uInt>(bytes.size() + 1)));
 }
 
 size_t OHashMap::FirstNotGreater(DWORD hash) const {
@@ -29,6 +31,8 @@ int OHashMap::Find(const OString& key) const {
 int OHashMap::InsertKey(const OString& key) {
   const DWORD hash = Hash(key);
   const size_t at = FirstNotGreater(hash);
+  MakeRoom(hashes_);
+  MakeRoom(keys_);
   hashes_.insert(hashes_.begin() + static_cast<std::ptrdiff_t>(at), hash);
   keys_.insert(keys_.begin() + static_cast<std::ptrdiff_t>(at), key);
   return static_cast<int>(at);

@@ -25,6 +25,11 @@ class OHashMap {
  protected:
   /// Adds a key that is not there; returns its position.
   int InsertKey(const OString& key);
+  /// Makes sure that one more element goes in without a need for memory, so that the arrays never differ in size.
+  template <class Element>
+  static void MakeRoom(std::vector<Element>& elements) {
+    if (elements.size() == elements.capacity()) elements.reserve(elements.size() + elements.size() / 2 + 4);
+  }
   void RemoveKey(int index);
   void ClearKeys();
 
@@ -53,6 +58,7 @@ class OStringMap : public OHashMap {
     if (Value* known = Get(key)) {
       *known = std::move(value);
     } else {
+      MakeRoom(values_);
       values_.insert(values_.begin() + InsertKey(key), std::move(value));
     }
   }

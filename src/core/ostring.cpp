@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <string>
 
 namespace portwise {
@@ -36,18 +37,17 @@ struct OString::Text {
   const std::string& Narrow() {
     std::string* known = narrow.load(std::memory_order_acquire);
     if (known) return *known;
-    auto* made = new std::string(ToNarrow(wide, codePage));
-    if (narrow.compare_exchange_strong(known, made, std::memory_order_acq_rel)) return *made;
-    delete made;
+    auto made = std::make_unique<std::string>(ToNarrow(wide, codePage));
+    if (narrow.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel)) return *made.release();
     return *known;
   }
 };
 
 OString::Text* OString::NewText(WideView text, UINT codePage) {
-  auto* made = new Text;
+  auto made = std::make_unique<Text>();
   made->codePage = codePage;
   made->wide.assign(text);
-  return made;
+  return made.release();
 }
 
 void OString::Release(Text* text) {
@@ -123,7 +123,9 @@ void OString::Assign(WideView text) {
 
 OString& OString::operator+=(const OString& other) {
   if (other.IsEmpty()) return *this;
-  if (text_ && text_->references == 1 && text_ != other.text_) {
+  // Read with a barrier: what another thread did with the text before it let go of it comes first.
+  const bool alone = text_ && InterlockedCompareExchange(&text_->references, 1, 1) == 1;
+  if (alone && text_ != other.text_) {
     delete text_->narrow.exchange(nullptr);
     text_->wide.append(other.View());
   } else {

@@ -75,7 +75,7 @@ class OString {
   /// Replaces every occurrence, case-sensitively and without looking at what was put in; returns their number.
   int Replace(const OString& from, const OString& to);
 
-  /// Parts of the text; what lies outside it is cut off.
+  /// Parts of the text. A start outside it is moved to its nearer end, a length past its end is cut; -1 is the rest.
   OString Left(int length) const;
   OString Mid(int start, int length = -1) const;
   OString Right(int length) const;

@@ -1,6 +1,9 @@
 #include "core/property_set.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <climits>
+
+#include "core/decimal.h"
 
 namespace portwise {
 
@@ -12,15 +15,16 @@ OString OPropertySet::GetString(const OString& name, const OString& defaultValue
 LONGLONG OPropertySet::GetNumber(const OString& name, LONGLONG defaultValue) const {
   const auto* value = values_.Get(name);
   if (!value || (*value)->IsEmpty()) return defaultValue;
-  return std::strtoll((*value)->InCodePage(kCodePageOneByte).c_str(), nullptr, 10);
+  return ReadDecimal((*value)->View());
 }
 
 LONG OPropertySet::GetInt(const OString& name, LONG defaultValue) const {
-  return static_cast<LONG>(GetNumber(name, defaultValue));
+  // A value that was stored as unsigned keeps its bits.
+  return static_cast<LONG>(std::clamp<LONGLONG>(GetNumber(name, defaultValue), INT_MIN, UINT_MAX));
 }
 
 DWORD OPropertySet::GetDword(const OString& name, DWORD defaultValue) const {
-  return static_cast<DWORD>(GetNumber(name, defaultValue));
+  return static_cast<DWORD>(std::clamp<LONGLONG>(GetNumber(name, defaultValue), INT_MIN, UINT_MAX));
 }
 
 bool OPropertySet::GetBool(const OString& name, bool defaultValue) const {

@@ -13,7 +13,8 @@ class OPropertySet {
   virtual ~OPropertySet() = default;
 
   bool Has(const OString& name) const { return values_.Find(name) >= 0; }
-  /// The default is for a name that is not there; a number whose text is empty gives its default too.
+  /// The default is for a name that is not there; a number whose text is empty gives its default too. Numbers outside
+  /// 32 bits are clamped.
   OString GetString(const OString& name, const OString& defaultValue = OString()) const;
   LONG GetInt(const OString& name, LONG defaultValue = 0) const;
   DWORD GetDword(const OString& name, DWORD defaultValue = 0) const;

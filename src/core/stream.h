@@ -18,7 +18,8 @@ class OStream {
   UINT CodePage() const { return codePage_; }
   void SetCodePage(UINT codePage) { codePage_ = codePage; }
 
-  /// False when bytes could not be delivered; those are then lost.
+  /// False when bytes that were buffered before could not be delivered; those are then lost. That these bytes arrived
+  /// is told by Flush alone.
   bool Write(const void* bytes, size_t size);
   bool WriteString(const OString& text);
   bool WriteLine(const OString& text = OString());

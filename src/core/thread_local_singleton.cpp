@@ -14,8 +14,13 @@ struct Slot {
 
 Slot slot;
 
+/// The thread's last error stays as it is.
 ThreadLocalObject* First() {
-  return slot.index == TLS_OUT_OF_INDEXES ? nullptr : static_cast<ThreadLocalObject*>(TlsGetValue(slot.index));
+  if (slot.index == TLS_OUT_OF_INDEXES) return nullptr;
+  const DWORD error = GetLastError();
+  auto* first = static_cast<ThreadLocalObject*>(TlsGetValue(slot.index));
+  SetLastError(error);
+  return first;
 }
 
 }  // namespace
@@ -35,10 +40,11 @@ bool ThreadLocalSlot::Add(const void* kind, ThreadLocalObject* object) {
 }
 
 void ThreadLocalSlot::DestroyObjects() {
-  ThreadLocalObject* object = First();
-  if (!object) return;
-  TlsSetValue(slot.index, nullptr);
-  while (object) delete std::exchange(object, object->next_);
+  // A destructor may ask for an object of another kind and so make one.
+  while (ThreadLocalObject* object = First()) {
+    TlsSetValue(slot.index, nullptr);
+    while (object) delete std::exchange(object, object->next_);
+  }
 }
 
 }  // namespace portwise

@@ -23,7 +23,7 @@ class ThreadLocalSlot {
   static ThreadLocalObject* Find(const void* kind);
   /// Gives the thread an object of a kind that it does not have yet. Destroyed, with false, when there is no slot.
   static bool Add(const void* kind, ThreadLocalObject* object);
-  /// Destroys the calling thread's objects; called when the thread ends and when the library is unloaded.
+  /// Destroys the calling thread's objects; called when the thread ends, and for the thread that unloads the library.
   static void DestroyObjects();
 };
 

@@ -31,7 +31,12 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
 
 void DocumentControl::End() {
   OScopedLock lock(lock_);
-  port_.Path().EndJob();
+  try {
+    port_.Path().EndJob();
+  } catch (...) {
+    EndAtConnection();
+    throw;
+  }
   EndAtConnection();
 }
 

@@ -23,13 +23,14 @@ class DocumentControl {
   /// error, when the connection refused.
   bool Start(DWORD job, DWORD level, BYTE* info);
 
-  /// Ends the job's processing and then the document. After the last end the spooler is told that the job has left.
+  /// Ends the job's processing and then the document. With the last end the spooler is told that the job has left,
+  /// before the connection ends the document.
   void End();
 
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
   void AbandonAll();
 
-  /// The spooler's id of the job in progress, 0 when there is none. Any thread.
+  /// The spooler's id of the job in progress, or of one that was refused last; 0 when there is none. Any thread.
   DWORD Job() const { return job_; }
   DWORD Depth() const { return depth_; }
 

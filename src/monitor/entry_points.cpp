@@ -66,15 +66,16 @@ BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR p
 }
 
 BOOL WINAPI lmClosePortW(HANDLE port) {
+  const BOOL closed = Operation("lmClosePortW", port, [](PortContext& context) {
+    context.Close();
+    return true;
+  });
   NetMonExceptionHandler guard("lmClosePortW", NetMonExceptionHandler::kOperationFlags);
-  auto* context = static_cast<PortContext*>(port);
-  guard.SetPort(context);
-  return RunGuarded(guard, [&] {
-    context->Close();
-    guard.SetPort(nullptr);
-    Ports()->Remove(context);
+  const BOOL removed = RunGuarded(guard, [&] {
+    Ports()->Remove(static_cast<PortContext*>(port));
     return TRUE;
   });
+  return closed && removed;
 }
 
 BOOL WINAPI lmStartDocPortW(HANDLE port, LPWSTR printerName, DWORD job, DWORD level, LPBYTE docInfo) {

@@ -11,7 +11,7 @@ namespace portwise {
 MONITOR2* MonitorTable();
 
 /// The spooler's seven operations. A port handle is the PortContext that lmOpenPortEx2W gave out. Every operation runs
-/// under the call guard: what is thrown inside it becomes FALSE and the thread's last error.
+/// under the call guard: what is thrown inside it becomes FALSE and, the first time in a job, the thread's last error.
 BOOL WINAPI lmOpenPortEx2W(HANDLE monitor, HANDLE monitorPort, LPWSTR portName, LPWSTR printerName, PHANDLE port,
                            MONITOR2* underlying);
 BOOL WINAPI lmClosePortW(HANDLE port);

@@ -1,6 +1,10 @@
 #include "monitor/port_context.h"
 
+#include <utility>
+
+#include "connection/connection_use.h"
 #include "connection/create_connection.h"
+#include "monitor/spooler_queries.h"
 
 namespace portwise {
 
@@ -21,7 +25,8 @@ bool PortContext::Open(HANDLE monitorPort, const MONITOR2& underlying) {
   const BOOL opened =
       underlying.pfnOpenPort && underlying.pfnOpenPort(monitorPort, const_cast<LPWSTR>(name.Wide()), &portHandle_);
   if (!opened) portHandle_ = nullptr;
-  return opened || IsTcp();
+  ready_ = opened || IsTcp();
+  return ready_;
 }
 
 void PortContext::ConnectTo() {
@@ -32,9 +37,18 @@ void PortContext::ConnectTo() {
 }
 
 void PortContext::Close() {
-  if (!IsTcp()) documents_.AbandonAll();
-  if (IsOpen() && functions_.pfnClosePort) functions_.pfnClosePort(portHandle_);
-  portHandle_ = nullptr;
+  try {
+    if (!IsTcp()) documents_.AbandonAll();
+  } catch (...) {
+    ClosePort();
+    throw;
+  }
+  ClosePort();
+}
+
+void PortContext::ClosePort() {
+  const HANDLE handle = std::exchange(portHandle_, nullptr);
+  if (handle && functions_.pfnClosePort) functions_.pfnClosePort(handle);
 }
 
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
@@ -48,16 +62,18 @@ BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
 }
 
 bool PortContext::Read(BYTE* buffer, DWORD size, DWORD* read) {
-  connection_->Lock();
-  const bool result = connection_->Read(buffer, size, read);
-  connection_->Unlock();
-  return result;
+  const ConnectionUse use(*connection_);
+  return connection_->Read(buffer, size, read);
 }
 
 BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
                                 DWORD* returned) {
   if (!IsOpen() || !functions_.pfnGetPrinterDataFromPort) return FALSE;
   return functions_.pfnGetPrinterDataFromPort(portHandle_, control, valueName, in, inSize, out, outSize, returned);
+}
+
+bool PortContext::JobIsDeleted() const {
+  return (JobStatus(PrinterName(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
 }
 
 OString PortContext::PrinterName() const {

@@ -5,6 +5,7 @@
 
 #include <winsplp.h>
 
+#include <atomic>
 #include <memory>
 
 #include "connection/connection.h"
@@ -31,7 +32,8 @@ class PortContext final : public PortLink {
   /// Chooses the connection, then opens the port at the monitor below. False when that refused, unless the printer is
   /// reached over TCP: then the port goes on without it.
   bool Open(HANDLE monitorPort, const MONITOR2& underlying);
-  /// Ends what is open at the monitor below and closes the port there. The context itself lives on.
+  /// Ends what is open at the monitor below, but for a port reached over TCP, and closes the port there. The context
+  /// itself lives on.
   void Close();
 
   bool StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info);
@@ -53,12 +55,17 @@ class PortContext final : public PortLink {
   Connection& PrinterConnection() { return *connection_; }
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
   PrintPath& Path() { return path_; }
+  /// Whether the spooler is deleting the job in progress, or has deleted it.
+  bool JobIsDeleted() const;
+  /// False until the port is open; until then nobody else may use it. Any thread.
+  bool IsReady() const { return ready_; }
   const DocumentControl& Documents() const { return documents_; }
-  /// The spooler's id of the job in progress, 0 when there is none. Any thread.
+  /// The spooler's id of the job in progress, or of one that was refused last; 0 when there is none. Any thread.
   DWORD JobId() const { return documents_.Job(); }
 
  private:
   void ConnectTo();
+  void ClosePort();
 
   HANDLE portHandle_ = nullptr;
   const OString portName_;
@@ -69,6 +76,7 @@ class PortContext final : public PortLink {
   COMMTIMEOUTS timeouts_ = {};
   DocumentControl documents_;
   PrintPath path_;
+  std::atomic<bool> ready_{false};
 };
 
 }  // namespace portwise

@@ -39,7 +39,7 @@ void PortList::Remove(PortContext* context) {
 PortContext* PortList::FindByPortName(const OString& name) {
   OScopedLock lock(lock_);
   for (PortContext* context : contexts_) {
-    if (name == "*" || context->PortName().EqualsNoCase(name)) return context;
+    if (context->IsReady() && (name == "*" || context->PortName().EqualsNoCase(name))) return context;
   }
   return nullptr;
 }

@@ -7,8 +7,9 @@
 
 namespace portwise {
 
-/// The open ports of the process. All operations may be called from any thread. The find operations return a context
-/// that stays valid as long as the spooler keeps the port open; it does not close a port in use.
+/// The open ports of the process, and those that are being opened, which are not found yet. Any thread may call. The
+/// find operations return a context that stays valid as long as the spooler keeps the port open; it does not close a
+/// port in use.
 class PortList {
  public:
   /// Adds a context for the port; the list owns it. The same port opened twice gives two contexts.

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <climits>
+#include <utility>
 
-#include "connection/connection.h"
+#include "connection/connection_use.h"
 #include "core/synchronizer.h"
 #include "monitor/port_context.h"
-#include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
 namespace portwise {
@@ -14,18 +14,6 @@ namespace {
 
 /// How long the printer may take nothing before a write gives up, in milliseconds.
 constexpr DWORD kSendTimeout = 30000;
-
-/// Holds a connection for the length of a write burst.
-class ConnectionUse {
- public:
-  explicit ConnectionUse(Connection& connection) : connection_(connection) { connection_.Lock(); }
-  ~ConnectionUse() { connection_.Unlock(); }
-  ConnectionUse(const ConnectionUse&) = delete;
-  ConnectionUse& operator=(const ConnectionUse&) = delete;
-
- private:
-  Connection& connection_;
-};
 
 }  // namespace
 
@@ -41,7 +29,13 @@ void PrintPath::BeginJob() {
 
 bool PrintPath::EndJob() {
   timedOut_ = unreachable_ = false;
-  return DeliverPending();
+  if (document_.Pending() && port_.JobIsDeleted()) {
+    document_.FreePending();
+    return false;
+  }
+  const bool delivered = DeliverPending();
+  RethrowFailure();
+  return delivered;
 }
 
 BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
@@ -50,11 +44,12 @@ BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   size = std::min<DWORD>(size, INT_MAX);
   const DWORD skipped = std::min(size, skipCount_);
   if (!DeliverPending()) {
+    RethrowFailure();
     SetLastError(ERROR_IO_DEVICE);
     return FALSE;
   }
-  skipCount_ -= skipped;
   if (size == skipped) {
+    skipCount_ -= skipped;
     *written = size;
     return TRUE;
   }
@@ -64,9 +59,11 @@ BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
 BOOL PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written) {
   int consumed = 0;
   document_.Parse(reinterpret_cast<const char*>(buffer), static_cast<int>(size), &consumed);
-  if (timedOut_ || unreachable_) {
+  skipCount_ = 0;
+  if (timedOut_ || unreachable_ || failure_) {
     skipCount_ = static_cast<DWORD>(consumed);
     *written = skipped;
+    RethrowFailure();
     if (timedOut_) SetLastError(ERROR_IO_DEVICE);
     return FALSE;
   }
@@ -77,7 +74,7 @@ BOOL PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* writ
 /// The document's text handler. What is not written becomes pending output, which stops the parser.
 bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
   const std::string_view bytes = document.PlainText();
-  const size_t written = static_cast<PrintPath*>(path)->LowLevelWrite(bytes);
+  const size_t written = static_cast<PrintPath*>(path)->WriteBytes(bytes);
   if (written < bytes.size()) document.SetPending(bytes.substr(written));
   return true;
 }
@@ -86,7 +83,7 @@ bool PrintPath::DeliverPending() {
   PendingOutput* pending = document_.Pending();
   if (!pending) return true;
   const auto written =
-      static_cast<DWORD>(LowLevelWrite(std::string_view(pending->data.get() + pending->offset, pending->length)));
+      static_cast<DWORD>(WriteBytes(std::string_view(pending->data.get() + pending->offset, pending->length)));
   pending->offset += written;
   pending->length -= written;
   if (pending->length > 0) return false;
@@ -94,22 +91,36 @@ bool PrintPath::DeliverPending() {
   return true;
 }
 
+/// Returns the bytes written, also when the connection threw: what it took must not be sent again.
+size_t PrintPath::WriteBytes(std::string_view bytes) {
+  size_t done = 0;
+  try {
+    LowLevelWrite(bytes, &done);
+  } catch (...) {
+    failure_ = std::current_exception();
+  }
+  return done;
+}
+
+void PrintPath::RethrowFailure() {
+  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+}
+
 /// Writes to the connection until all is written, the printer has taken nothing for the send timeout, it cannot be
-/// reached, or the job is being deleted. Returns the bytes written.
-size_t PrintPath::LowLevelWrite(std::string_view bytes) {
+/// reached, or the job is being deleted. `*done` counts the bytes as they are taken.
+void PrintPath::LowLevelWrite(std::string_view bytes, size_t* done) {
   Connection& connection = port_.PrinterConnection();
   ConnectionUse use(connection);
   DWORD lastProgress = GetTickCount();
-  size_t done = 0;
-  for (bool again = false; done < bytes.size(); again = true) {
-    if (again && (JobStatus(port_.PrinterName(), port_.JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED))) break;
+  for (bool again = false; *done < bytes.size(); again = true) {
+    if (again && port_.JobIsDeleted()) break;
     if (connection.GetStatus(STATUS_DISCONNECTED) & STATUS_DISCONNECTED) {
       unreachable_ = true;
       break;
     }
     DWORD written = 0;
-    const bool success = connection.Write(bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &written);
-    done += written;
+    const bool success = connection.Write(bytes.data() + *done, static_cast<DWORD>(bytes.size() - *done), &written);
+    *done += std::min<size_t>(written, bytes.size() - *done);
     if (success && written > 0) {
       lastProgress = GetTickCount();
     } else if (GetTickCount() - lastProgress > kSendTimeout) {
@@ -117,7 +128,6 @@ size_t PrintPath::LowLevelWrite(std::string_view bytes) {
       break;
     }
   }
-  return done;
 }
 
 }  // namespace portwise

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <exception>
 #include <string_view>
 
 #include "xpml/document.h"
@@ -15,7 +16,8 @@ class PortContext;
 /// Every buffer goes through the port's XPML document, which runs the sections and hands the plain bytes to the writer
 /// here. Bytes that the printer did not take stay as the document's pending output, and bytes that the parser took in a
 /// call that failed are skipped when the spooler passes them again, so a buffer may be repeated any number of times
-/// without losing or doubling a byte. Used by one thread at a time, the spooler's for this port.
+/// without losing or doubling a byte; that holds for calls that end in an exception too. Used by one thread at a time,
+/// the spooler's for this port.
 class PrintPath {
  public:
   explicit PrintPath(PortContext& port);
@@ -25,7 +27,8 @@ class PrintPath {
   /// Forgets what an earlier job left behind.
   void BeginJob();
 
-  /// Delivers what is still pending, within the send timeout; false when some of it stays undelivered.
+  /// Delivers what is still pending, within the send timeout, unless the job is being deleted; false when some of it
+  /// stays undelivered.
   bool EndJob();
 
   /// Takes a buffer of the job; `*written` is set in every case. FALSE with ERROR_IO_DEVICE when the printer took
@@ -35,7 +38,9 @@ class PrintPath {
  private:
   static bool WritePlainText(XPML_Document& document, void* path);
   bool DeliverPending();
-  size_t LowLevelWrite(std::string_view bytes);
+  size_t WriteBytes(std::string_view bytes);
+  void LowLevelWrite(std::string_view bytes, size_t* done);
+  void RethrowFailure();
   BOOL Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written);
 
   PortContext& port_;
@@ -43,6 +48,7 @@ class PrintPath {
   DWORD skipCount_ = 0;
   bool timedOut_ = false;
   bool unreachable_ = false;
+  std::exception_ptr failure_;  // what the connection threw while bytes were written
 };
 
 }  // namespace portwise

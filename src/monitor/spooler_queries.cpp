@@ -49,12 +49,13 @@ OString PrinterOfShare(const OString& share) {
 }
 
 DWORD JobStatus(const OString& printer, DWORD job) {
+  const DWORD error = GetLastError();
   const unique_printer handle = OpenByName(printer);
-  if (!handle) return 0;
   OBuffer buffer;
   const auto* info = Fetch<JOB_INFO_1W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
     return GetJobW(handle.Get(), job, 1, data, size, needed);
   });
+  SetLastError(error);
   return info ? info->Status : 0;
 }
 

@@ -15,7 +15,7 @@ OString PortOfPrinter(const OString& printer);
 /// The first printer of this computer that is shared under the name, without regard to ASCII case; empty when none is.
 OString PrinterOfShare(const OString& share);
 
-/// The job's JOB_STATUS_ bits; 0 when the spooler does not know the job.
+/// The job's JOB_STATUS_ bits; 0 when the spooler does not know the job. The thread's last error stays as it is.
 DWORD JobStatus(const OString& printer, DWORD job);
 
 /// Tells the spooler that the monitor is done with a job (a JOB_CONTROL_ command).

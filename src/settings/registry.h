@@ -37,7 +37,7 @@ class ORegistry {
 
   /// `key` is a base path in and the key in numeric-root form out; `name` is a path in and the native name of the last
   /// component out. With an empty `name` the whole of `key` is the key. False, with both in an unspecified state, when
-  /// the root is unknown.
+  /// the root is unknown or there is neither a "/" nor a ":".
   bool Resolve(OString* key, OString* name) const;
   /// The key's full native name ("HKEY_LOCAL_MACHINE\..."); empty when the path does not resolve.
   OString NativePath(const OString& path) const;
@@ -81,9 +81,9 @@ class ORegistry {
   /// Deletes the key that the path names, or the value when there is no such key. A key that has subkeys is deleted
   /// only when `recursive` is set.
   bool Delete(const OString& path, bool recursive = false) const;
-  /// Deletes every subkey and every value that matches the last component, as far as it can; without "*" or "?" as
-  /// Delete. True once the path resolves.
-  bool DeleteMatching(const OString& path, bool recursive = false) const;
+  /// Deletes every subkey, with what is below it unless `recursive` is off, and every value that matches the last
+  /// component, as far as it can; without "*" or "?" as Delete. True once the path resolves.
+  bool DeleteMatching(const OString& path, bool recursive = true) const;
   /// Keys in numeric-root form. An empty subkey, which to the registry is the key itself, is refused.
   bool DeleteKey(const OString& parent, const OString& subKey) const;
   bool DeleteValue(const OString& key, const OString& name) const;

@@ -164,7 +164,18 @@ void XPML_Document::CloseElement(std::string_view name) {
     return;
   }
   if (elements_.IsEmpty()) return;
-  if (const XPML_Handler* handler = FindHandler(true, name)) handler->function(*this, handler->context);
+  const XPML_Handler* handler = FindHandler(true, name);
+  try {
+    if (handler) handler->function(*this, handler->context);
+  } catch (...) {
+    PopElement();
+    throw;
+  }
+  PopElement();
+}
+
+/// Closes the innermost element; the outermost one's content becomes plain text.
+void XPML_Document::PopElement() {
   elements_.Close();
   if (!elements_.IsEmpty()) return;
   TextBuffer& content = elements_.Content();

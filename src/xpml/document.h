@@ -37,13 +37,14 @@ class XPML_Document {
   XPML_Document& operator=(const XPML_Document&) = delete;
 
   /// Back to the initial state: no section, no open elements, no pending output, no interruption. The handlers and
-  /// the hold text stay.
+  /// the hold text stay. Handlers must not call it.
   void Reset();
 
   /// Feeds the next chunk. True when all of it was taken. False when the text handler refused at the start
   /// (`consumed` is then where the chunk was to be resumed) or at the end (all consumed), or when pending output or a
   /// cleared continue flag stopped the parser after some byte: `consumed` is then 0, and the same chunk, fed again
-  /// from its beginning, goes on behind that byte.
+  /// from its beginning, goes on behind that byte. What a handler throws passes through; the same chunk, fed again,
+  /// goes on where it was thrown: behind the tag, or with the same plain text.
   bool Parse(const char* data, int length, int* consumed = nullptr);
 
   /// Appends a handler; returns its index. Of several with one path the first runs.
@@ -91,10 +92,13 @@ class XPML_Document {
   const char* ReadTag(const char* at, const char* runEnd);
   const char* ReadEntity(const char* at, const char* runEnd);
 
+  bool ParseFrom(const char* at, const char* end);
+  void Abandon(const char* data);
   bool Interrupted() const { return pending_.data || !continue_; }
   void ProcessTag(std::string_view text);
   void OpenElement(const Tag& tag);
   void CloseElement(std::string_view name);
+  void PopElement();
   const XPML_Handler* FindHandler(bool closing, std::string_view name) const;
 
   void AppendRun(const char* from, const char* to);
@@ -109,7 +113,7 @@ class XPML_Document {
 
   // The plain text not yet handed on: first topText_, then the bytes of the chunk between runBegin_ and runEnd_. The
   // run exists only while Parse runs.
-  TextBuffer topText_;
+  TextBuffer topText_{TextBuffer::kNoLimit};
   const char* runBegin_ = nullptr;
   const char* runEnd_ = nullptr;
   std::string_view plainText_;
@@ -118,6 +122,8 @@ class XPML_Document {
   char entity_[6];  // an entity's first bytes, all that count
   size_t entityLength_ = 0;
   TextBuffer holdText_;
+
+  const char* position_ = nullptr;  // in Parse, while a handler runs: where parsing goes on
 
   Mode mode_ = Mode::Text;
   bool inSection_ = false;

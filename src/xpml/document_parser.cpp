@@ -32,25 +32,45 @@ bool XPML_Document::Parse(const char* data, int length, int* consumed) {
   }
   const int start = resumeOffset_;
   resumeOffset_ = 0;
-  if (!FlushText()) {
-    if (consumed) *consumed = start;
-    if (Pending()) resumeOffset_ = start;
-    return false;
-  }
-  const char* const end = data + length;
-  for (const char* at = data + start; at < end;) {
-    at = Step(at, Interrupted() ? at + 1 : end, end);
-    if (Interrupted()) {
+  position_ = data + start;
+  try {
+    if (!FlushText()) {
+      if (consumed) *consumed = start;
+      if (Pending()) resumeOffset_ = start;
+      return false;
+    }
+    if (!ParseFrom(position_, data + length)) {
       KeepRun();
-      resumeOffset_ = static_cast<int>(at - data);
+      resumeOffset_ = static_cast<int>(position_ - data);
       if (consumed) *consumed = 0;
       return false;
     }
+    if (consumed) *consumed = length;
+    const bool flushed = FlushText();
+    KeepRun();
+    return flushed;
+  } catch (...) {
+    Abandon(data);
+    throw;
   }
-  if (consumed) *consumed = length;
-  const bool flushed = FlushText();
+}
+
+/// Leaves a state in which the chunk, fed again, goes on where a handler threw.
+void XPML_Document::Abandon(const char* data) {
   KeepRun();
-  return flushed;
+  plainText_ = std::string_view();
+  if (mode_ == Mode::Text) tagText_.Clear();
+  resumeOffset_ = static_cast<int>(position_ - data);
+}
+
+/// False when the parser was interrupted before `end`, or right at it; position_ then says behind which byte.
+bool XPML_Document::ParseFrom(const char* at, const char* end) {
+  while (at < end) {
+    at = Step(at, Interrupted() ? at + 1 : end, end);
+    position_ = at;
+    if (Interrupted()) return false;
+  }
+  return true;
 }
 
 /// Takes bytes from `at`, at least one and none from `runEnd` on, up to the point where the parser may have been
@@ -89,6 +109,7 @@ const char* XPML_Document::ReadPlain(const char* at, const char* runEnd, const c
   while ((bracket = FindByte(bracket, runEnd, '<')) < runEnd) {
     if (MayStart(bracket, end)) {
       AppendRun(at, bracket);
+      position_ = bracket;
       FlushText();
       mode_ = Mode::MatchingStart;
       return MatchStart(bracket);
@@ -105,6 +126,7 @@ const char* XPML_Document::ReadSection(const char* at, const char* runEnd) {
   AppendRun(at, stop);
   if (stop == runEnd) return stop;
   if (*stop == '<') {
+    position_ = stop;
     FlushText();
     mode_ = Mode::Tag;
   } else {
@@ -121,6 +143,7 @@ const char* XPML_Document::ReadTag(const char* at, const char* runEnd) {
   if (!whole) tagText_.Append(part.substr(0, tagText_.Room()));
   if (bracket == runEnd) return runEnd;
   mode_ = Mode::Text;
+  position_ = bracket + 1;
   ProcessTag(whole ? part : tagText_.View());
   tagText_.Clear();
   return bracket + 1;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <windows.h>
-
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +22,8 @@ class XPML_Element {
 
   /// Begins a new element.
   void Open(std::string_view name, std::string_view attributes);
+  /// Gives back the memory of a tag that was longer than most.
+  void Trim();
 
   std::string_view Name() const { return name_; }
   const std::vector<XPML_Attribute>& Attributes() const { return attributes_; }
@@ -36,7 +36,6 @@ class XPML_Element {
   std::string text_;
   std::string_view name_;
   std::vector<XPML_Attribute> attributes_;
-  ULONGLONG serial_ = 0;   // counts the elements opened; grows from the outermost to the innermost
   size_t parentBase_ = 0;  // the content stack's mark
 };
 

@@ -1,13 +1,13 @@
 #include "xpml/element_stack.h"
 
-#include <algorithm>
-
 namespace portwise {
 namespace {
 
-constexpr size_t kDeep = 32;           // below, a walk over the stack is cheaper than remembering
-constexpr size_t kSpareElements = 64;  // kept by Clear
-constexpr size_t kMaxLookups = 1 << 16;
+// Up to here a walk over the stack is cheaper than the index.
+constexpr size_t kWalkedElements = 32;
+constexpr size_t kWalkedAttributes = 256;
+
+constexpr size_t kSpareElements = 64;
 
 }  // namespace
 
@@ -15,60 +15,46 @@ void ElementStack::Open(std::string_view name, std::string_view attributes) {
   if (depth_ == elements_.size()) elements_.push_back(std::make_unique<XPML_Element>());
   XPML_Element& element = *elements_[depth_];
   element.Open(name, attributes);
-  element.serial_ = ++serial_;
+  openAttributes_ += element.Attributes().size();
   element.parentBase_ = content_.Push();
   ++depth_;
 }
 
 void ElementStack::Close() {
-  --depth_;
-  content_.Pop(elements_[depth_]->parentBase_);
+  XPML_Element& element = *elements_[--depth_];
+  if (indexed_ > depth_) {
+    index_.Remove(element);
+    indexed_ = depth_;
+  }
+  openAttributes_ -= element.Attributes().size();
+  content_.Pop(element.parentBase_);
+  element.Trim();
+  TrimSpare();
 }
 
 void ElementStack::Clear() {
-  depth_ = 0;
-  if (elements_.size() > kSpareElements) elements_.resize(kSpareElements);
+  index_.Clear();
+  indexed_ = openAttributes_ = 0;
+  while (depth_ > 0) elements_[--depth_]->Trim();
+  TrimSpare();
   content_.Free();
-  lookups_.clear();
+}
+
+/// Deletes unused elements once they outnumber the open ones.
+void ElementStack::TrimSpare() {
+  if (elements_.size() > 2 * depth_ + kSpareElements) elements_.resize(depth_ + kSpareElements);
 }
 
 const XPML_Attribute* ElementStack::FindAttribute(std::string_view element, std::string_view attribute) const {
-  Lookup lookup;
-  if (depth_ <= kDeep) {
-    Search(lookup, element, attribute);
-    return lookup.found;
+  if (depth_ > kWalkedElements || openAttributes_ > kWalkedAttributes) {
+    while (indexed_ < depth_) index_.Add(*elements_[indexed_++]);
+    return index_.Find(element, attribute);
   }
-  if (lookups_.size() >= kMaxLookups) lookups_.clear();
-  const size_t elementLength = element.size();
-  std::string key(reinterpret_cast<const char*>(&elementLength), sizeof elementLength);
-  key.append(element).append(attribute);
-  Lookup& known = lookups_[std::move(key)];
-  const size_t open = StillOpen(known);
-  if (known.found && known.foundAt < open) return known.found;
-  known.found = nullptr;
-  known.searched = std::min(known.searched, open);
-  Search(known, element, attribute);
-  return known.found;
-}
-
-/// How many of the elements that were open at the lookup are open still. Serials grow along the stack.
-size_t ElementStack::StillOpen(const Lookup& lookup) const {
-  const auto end = elements_.begin() + static_cast<std::ptrdiff_t>(depth_);
-  const auto newer = std::partition_point(elements_.begin(), end,
-                                          [&](const auto& element) { return element->serial_ <= lookup.serial; });
-  return static_cast<size_t>(newer - elements_.begin());
-}
-
-void ElementStack::Search(Lookup& lookup, std::string_view element, std::string_view attribute) const {
-  lookup.serial = serial_;
-  for (size_t at = lookup.searched; at < depth_; ++at) {
+  for (size_t at = 0; at < depth_; ++at) {
     if (elements_[at]->Name() != element) continue;
-    if ((lookup.found = elements_[at]->Find(attribute))) {
-      lookup.foundAt = lookup.searched = at;
-      return;
-    }
+    if (const XPML_Attribute* found = elements_[at]->Find(attribute)) return found;
   }
-  lookup.searched = depth_;
+  return nullptr;
 }
 
 }  // namespace portwise

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <climits>
 
+#include "core/decimal.h"
+
 namespace portwise {
 namespace {
 
@@ -82,16 +84,7 @@ char DecodeEntity(std::string_view name) {
 }
 
 LONG ParseDecimal(std::string_view text) {
-  SkipSpace(text);
-  const bool negative = !text.empty() && text.front() == '-';
-  if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
-  LONGLONG value = 0;
-  for (const char digit : text) {
-    if (digit < '0' || digit > '9') break;
-    value = std::min<LONGLONG>(value * 10 + (digit - '0'), LLONG_MAX / 100);
-  }
-  if (negative) value = -value;
-  return static_cast<LONG>(std::clamp<LONGLONG>(value, INT_MIN, INT_MAX));
+  return static_cast<LONG>(std::clamp<LONGLONG>(ReadDecimal(text), INT_MIN, INT_MAX));
 }
 
 bool EqualsNoCase(std::string_view left, std::string_view right) {

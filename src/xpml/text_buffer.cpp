@@ -9,7 +9,10 @@ TextBuffer::~TextBuffer() { std::free(data_); }
 
 bool TextBuffer::Grow(size_t count) {
   size_t capacity = capacity_ < 1 ? 64 : capacity_;
-  while (capacity - length_ < count) capacity *= 2;
+  while (capacity - length_ < count) {
+    if (capacity > kNoLimit) return false;
+    capacity *= 2;
+  }
   void* grown = std::realloc(data_, capacity);
   if (!grown) return false;
   data_ = static_cast<char*>(grown);

@@ -6,20 +6,21 @@
 
 namespace portwise {
 
-/// Growable bytes, which may hold NUL. The capacity starts at 64 and doubles; one buffer holds at most 256 MiB. An
-/// operation that would pass that, or that finds no memory, returns false and leaves the content as it was.
+/// Growable bytes, which may hold NUL. The capacity starts at 64 and doubles. An operation that would pass the
+/// buffer's limit, or that finds no memory, returns false and leaves the content as it was.
 class TextBuffer {
  public:
   static constexpr size_t kMaxLength = size_t{256} << 20;
+  static constexpr size_t kNoLimit = static_cast<size_t>(-1) / 4;
 
-  TextBuffer() = default;
+  explicit TextBuffer(size_t limit = kMaxLength) : limit_(limit) {}
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
   ~TextBuffer();
 
   size_t Length() const { return length_ - base_; }
   bool IsEmpty() const { return length_ == base_; }
-  size_t Room() const { return kMaxLength - Length(); }
+  size_t Room() const { return limit_ - Length(); }
   /// Valid until the buffer grows; null when nothing was ever stored.
   char* Data() { return data_ + base_; }
   const char* Data() const { return data_ + base_; }
@@ -43,10 +44,14 @@ class TextBuffer {
   void Truncate(size_t length) {
     if (length < Length()) length_ = base_ + length;
   }
-  /// Empties the content and keeps the memory.
-  void Clear() { length_ = base_; }
+  /// Empties the content and keeps the memory, unless it is large.
+  void Clear() {
+    length_ = base_;
+    if (capacity_ > kKeptCapacity && base_ == 0) Free();
+  }
   /// Empties the content and gives the memory back.
   void Free();
+  /// Exchanges contents; the limits stay, and both contents must be within either.
   void Swap(TextBuffer& other) noexcept;
 
  protected:
@@ -57,6 +62,9 @@ class TextBuffer {
   bool Reserve(size_t count) { return capacity_ - length_ >= count || Grow(count); }
   bool Grow(size_t count);
 
+  static constexpr size_t kKeptCapacity = size_t{1} << 20;
+
+  const size_t limit_;
   char* data_ = nullptr;
   size_t capacity_ = 0;
 };

@@ -12,7 +12,7 @@ namespace {
 
 TEST(OString, KeepsItsTextThroughEveryCodePage) {
   struct {
-    const char* bytes;
+    std::string_view bytes;
     UINT codePage;
     WideString wide;
     const char* back;
@@ -25,6 +25,7 @@ TEST(OString, KeepsItsTextThroughEveryCodePage) {
       {"\x81\x82\x83z", kCodePageUtf8, WideString({0x1083, 'z'}), "\xE1\x82\x83z"},
       {"a\xE2\x82", kCodePageUtf8, TEXT("a"), "a"},
       {"a\xC3", kCodePageUtf8, TEXT("a"), "a"},
+      {std::string_view("a\xE2\0bc", 5), kCodePageUtf8, TEXT("a"), "a"},
       {"a\xF0\x9F\x98", kCodePageUtf8, TEXT("a"), "a"},
       {"\xE9\xFF", kCodePageOneByte, WideString({0xE9, 0xFF}), "\xE9\xFF"},
       {"\x80", 1252, WideString({0x20AC}), "\x80"},
@@ -70,6 +71,15 @@ TEST(OString, OneTextIsReadAndCopiedByManyThreads) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
+  // The last holder writes in place, after another has read the 8-bit form and let go.
+  for (int round = 0; round < 500; ++round) {
+    OString mine = OString("text ") + OString::FromInt(round);
+    std::thread other([copy = mine] { EXPECT_EQ(copy.NarrowView().substr(0, 5), "text "); });
+    Sleep(0);
+    mine += WCHAR('!');
+    EXPECT_EQ(mine.NarrowView().back(), '!');
+    other.join();
+  }
 }
 
 TEST(OString, FindsCutsAndReplaces) {

@@ -194,12 +194,33 @@ TEST_F(Monitor, ReportsOneFailureAJob) {
   ASSERT_TRUE(Start(port, 11));
   EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_GEN_FAILURE));
   EXPECT_EQ(lastErrorOfWrite(), 0u);
-  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw std::bad_alloc(); };
+  below_.onWrite = nullptr;
   EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_EQ(below_.output, "x") << "what was kept is delivered, once";
+  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw std::bad_alloc(); };
   ASSERT_TRUE(Start(port, 12));
   EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
   below_.onWrite = nullptr;
   EXPECT_TRUE(Write(port, "y", &written)) << "the port goes on";
+}
+
+TEST_F(Monitor, LeavesNothingHeldOrOpenBehindAFailure) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(Start(port, 21));
+  below_.onRead = [] { throw OException(ERROR_GEN_FAILURE); };
+  BYTE buffer[4];
+  DWORD count = 0;
+  EXPECT_FALSE(lmReadPortW(port, buffer, sizeof buffer, &count));
+  EXPECT_TRUE(static_cast<PortContext*>(port)->PrinterConnection().TryLock()) << "the connection is free again";
+  static_cast<PortContext*>(port)->PrinterConnection().Unlock();
+  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw OException(ERROR_GEN_FAILURE); };
+  EXPECT_FALSE(Write(port, "x", &count));
+  EXPECT_FALSE(lmEndDocPortW(port));
+  EXPECT_EQ(below_.calls.back(), "end") << "the document is ended all the same";
+  below_.onWrite = nullptr;
+  EXPECT_TRUE(Start(port, 22));
+  EXPECT_EQ(below_.calls.back(), "start Labels 22 1");
 }
 
 TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
@@ -216,8 +237,9 @@ TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
   EXPECT_TRUE(Write(port, "abcdefgh", &written));
   EXPECT_EQ(attempts, 3);
   below_.onWrite = nullptr;
-  spooler_.jobStatus = 0;
   EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_EQ(below_.output, "abc") << "what was kept is not delivered at the end";
+  spooler_.jobStatus = 0;
   below_.output.clear();
   ASSERT_TRUE(Start(port, 6));
   EXPECT_TRUE(Write(port, "next", &written));
@@ -268,6 +290,7 @@ TEST_F(Monitor, NeitherLosesNorDoublesAByteWhateverThePrinterTakes) {
       *written = random() % (size + 1);
       const unsigned fate = random() % 8;
       if (fate == 0) platform::SetTickCount(GetTickCount() + 40000);  // longer than the send timeout
+      if (fate == 2) throw OException(ERROR_GEN_FAILURE);
       return fate > 1;
     };
     ASSERT_TRUE(Start(port, job));

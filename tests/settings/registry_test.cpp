@@ -265,10 +265,10 @@ TEST_F(RegistryTest, Deletion) {
   EXPECT_EQ(Values("LOCAL:D"), "Ab2|ab1|ab\\k|both|");
   EXPECT_TRUE(registry_.Delete("LOCAL:D/both"));
 
-  EXPECT_TRUE(registry_.DeleteMatching("LOCAL:D/ab*"));
+  EXPECT_TRUE(registry_.DeleteMatching("LOCAL:D/ab*", false));
   EXPECT_EQ(Values("LOCAL:D"), "Ab2|");
   EXPECT_EQ(Keys("LOCAL:D"), "Abz|abk|") << "keys with subkeys stay";
-  EXPECT_TRUE(registry_.DeleteMatching("LOCAL:D/ab*", true));
+  EXPECT_TRUE(registry_.DeleteMatching("LOCAL:D/ab*"));
   EXPECT_EQ(Keys("LOCAL:D"), "Abz|");
   EXPECT_FALSE(registry_.DeleteMatching("NOWHERE:D/*"));
 

@@ -38,6 +38,7 @@ class FakePortMonitor {
       return result;
     };
     table.pfnReadPort = [](HANDLE, LPBYTE buffer, DWORD, LPDWORD read) -> BOOL {
+      if (current->onRead) current->onRead();
       buffer[0] = 'r';
       *read = 1;
       return TRUE;
@@ -65,6 +66,7 @@ class FakePortMonitor {
   bool refuseStart = false;
   /// Given the size and a `written` of all; says what was taken and the result.
   std::function<BOOL(DWORD size, DWORD* written)> onWrite;
+  std::function<void()> onRead;
 
  private:
   BOOL Record(const std::string& call) {

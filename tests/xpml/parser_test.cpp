@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <random>
 
 #include "tests/xpml/model_document.h"
@@ -311,24 +313,77 @@ TEST(XpmlParser, HandlesAttributesByTheirRules) {
   EXPECT_EQ(parse("<set value=outer><set value=inner name=n>"), "n|outer|true|0");
 }
 
-TEST(XpmlParser, NestsDeepInLinearTimeAndKeepsMemoryInProportion) {
-  constexpr int kDepth = 100000;
-  std::string request;
-  for (int i = 0; i < kDepth; ++i) request += "x<deep y='1'>";
-  for (int i = 0; i < kDepth; ++i) request += "</deep>";
+bool LookUp(XPML_Document& document, void*) {
+  return document.GetAttribute("missing") == document.FindAttribute("get", "a", "none");
+}
+
+double SecondsFor(const std::string& markup) {
   XPML_Document document;
-  const auto look = [](XPML_Document& open, void*) { return open.GetAttribute("missing") == open.GetAttribute("y"); };
-  document.RegisterHandler("deep", look, nullptr);
-  document.RegisterHandler("/deep", look, nullptr);
-  TextBuffer reply;
-  BindDocumentToPort(nullptr, document, reply);
-  document.Parse("<xpml>", 6);
+  for (const char* path : {"deep", "/deep", "/get"}) document.RegisterHandler(path, LookUp, nullptr);
   const auto begin = std::chrono::steady_clock::now();
-  document.Parse(request.data(), static_cast<int>(request.size()));
-  document.Parse("</xpml>", 7);
-  // Quadratic work would take tens of seconds.
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-  EXPECT_EQ(reply.Length(), static_cast<size_t>(kDepth));
+  document.Parse("<xpml>", 6);
+  document.Parse(markup.data(), static_cast<int>(markup.size()));
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+std::string Times(int count, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+TEST(XpmlParser, TakesTimeInProportionToTheMarkup) {
+  const auto nested = [](int n) { return Times(n, "x<deep y='1'>") + Times(n, "</deep>"); };
+  const auto manyNames = [](int n) {
+    std::string markup = Times(n, "<x>");
+    for (int i = 0; i < n; ++i) markup += "<n" + std::to_string(i) + "></get>";
+    return markup;
+  };
+  const auto manyAttributes = [](int n) { return "<get " + Times(n, "b=1 ") + ">" + Times(n, "<get/>"); };
+  for (const auto& make : {std::function<std::string(int)>(nested), std::function<std::string(int)>(manyNames),
+                           std::function<std::string(int)>(manyAttributes)}) {
+    // Eight times the markup; quadratic work would take 64 times as long.
+    const double small = SecondsFor(make(10000)), large = SecondsFor(make(80000));
+    EXPECT_LT(large, 32 * small + 0.2) << make(1);
+  }
+}
+
+TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
+  struct Thrower {
+    std::string output;
+    int throws;
+  };
+  const std::string stream = "ab<xpml><boom><uppercase>c</uppercase></boom>d</xpml>e<xpml></xpml>f";
+  for (int texts = 0; texts < 4; ++texts) {
+    Thrower thrower{"", texts};
+    XPML_Document document;
+    bool boom = true;
+    document.SetTextHandler(
+        [](XPML_Document& open, void* context) {
+          auto* sink = static_cast<Thrower*>(context);
+          if (sink->throws-- == 0) throw std::runtime_error("text");
+          sink->output += open.PlainText();
+          return true;
+        },
+        &thrower);
+    document.RegisterHandler(
+        "/boom",
+        [](XPML_Document&, void* first) -> bool {
+          if (std::exchange(*static_cast<bool*>(first), false)) throw std::runtime_error("command");
+          return true;
+        },
+        &boom);
+    for (int thrown = 0; thrown < 3; ++thrown) {
+      const auto chunk = std::make_unique<std::string>(stream);  // gone before the parser is fed again
+      try {
+        document.Parse(chunk->data(), static_cast<int>(chunk->size()));
+        break;
+      } catch (const std::runtime_error&) {
+      }
+    }
+    document.Parse("!", 1);
+    EXPECT_EQ(thrower.output, "abCdef!") << texts;
+  }
 }
 
 TEST(XpmlParser, SurvivesMegabytesWithoutAnEnd) {
