@@ -30,7 +30,7 @@ class Connection_TCP : public Connection {
 
   /// Ends the connection in order: the printer gets everything that was written, and what it still sends is dropped.
   /// False, with WSAETIMEDOUT, when the printer gave no sign for 5000 ms or did not close within a minute; the system
-  /// goes on delivering all the same.
+  /// goes on delivering all the same, as long as the printer sends nothing more.
   bool Close() override;
   void Abort() override;
 

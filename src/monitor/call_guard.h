@@ -6,8 +6,9 @@ namespace portwise {
 
 class PortContext;
 
-/// The guard of the spooler's calls and of the monitor's threads. When it knows the port it reports one failure per
-/// job: a job whose every call fails is reported once. A failure that is not reported leaves the last error as it was.
+/// The guard of the spooler's calls and of the monitor's threads. When it knows the port it does not report a failure
+/// in the job that the last report of the process was about: a job whose every call fails is reported once, unless two
+/// jobs fail in turn. A failure that is not reported leaves the last error as it was.
 class NetMonExceptionHandler : public OExceptionHandler {
  public:
   /// What the guards of the spooler's operations do.

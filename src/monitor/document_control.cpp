@@ -10,9 +10,10 @@ namespace portwise {
 
 bool DocumentControl::Start(DWORD job, DWORD level, BYTE* info) {
   OScopedLock lock(lock_);
+  const OString name = info ? OString(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName) : name_;
   if (!BeginAtConnection(job, level, info)) return false;
   if (info) {
-    name_ = OString(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName);
+    name_ = name;
     port_.Path().BeginJob();
   }
   return true;
@@ -23,7 +24,13 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
   if (depth_ == 0 && port_.IsOpen()) {
     Connection& connection = port_.PrinterConnection();
     if (!connection.StartDoc(job, level, info)) return false;
-    if (port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
+    // A failure from here on must not leave a document that nobody ends.
+    try {
+      if (port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
+    } catch (...) {
+      connection.EndDoc();
+      throw;
+    }
   }
   ++depth_;
   return true;
@@ -44,7 +51,12 @@ void DocumentControl::EndAtConnection() {
   if (depth_ > 0) --depth_;
   if (depth_ == 0) {
     Connection& connection = port_.PrinterConnection();
-    ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
+    try {
+      ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
+    } catch (...) {
+      connection.EndDoc();
+      throw;
+    }
     connection.EndDoc();
   }
   job_ = 0;

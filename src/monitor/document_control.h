@@ -30,7 +30,8 @@ class DocumentControl {
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
   void AbandonAll();
 
-  /// The spooler's id of the job in progress, or of one that was refused last; 0 when there is none. Any thread.
+  /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
+  /// thread.
   DWORD Job() const { return job_; }
   DWORD Depth() const { return depth_; }
 

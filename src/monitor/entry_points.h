@@ -20,7 +20,7 @@ BOOL WINAPI lmWritePortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD written
 BOOL WINAPI lmReadPortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD read);
 BOOL WINAPI lmEndDocPortW(HANDLE port);
 /// Device requests (a control other than 0) go to the port monitor below. ERROR_INVALID_PARAMETER when the result is
-/// FALSE.
+/// FALSE, unless something was thrown.
 BOOL WINAPI lmGetPrinterDataFromPortW(HANDLE port, DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out,
                                       DWORD outSize, LPDWORD returned);
 

@@ -37,6 +37,7 @@ void PortContext::ConnectTo() {
 }
 
 void PortContext::Close() {
+  ready_ = false;
   try {
     if (!IsTcp()) documents_.AbandonAll();
   } catch (...) {

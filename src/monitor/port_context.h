@@ -57,10 +57,11 @@ class PortContext final : public PortLink {
   PrintPath& Path() { return path_; }
   /// Whether the spooler is deleting the job in progress, or has deleted it.
   bool JobIsDeleted() const;
-  /// False until the port is open; until then nobody else may use it. Any thread.
+  /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
   bool IsReady() const { return ready_; }
   const DocumentControl& Documents() const { return documents_; }
-  /// The spooler's id of the job in progress, or of one that was refused last; 0 when there is none. Any thread.
+  /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
+  /// thread.
   DWORD JobId() const { return documents_.Job(); }
 
  private:

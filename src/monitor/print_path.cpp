@@ -25,14 +25,18 @@ PrintPath::PrintPath(PortContext& port) : port_(port) {
 void PrintPath::BeginJob() {
   document_.Reset();
   skipCount_ = 0;
+  takenOfText_ = 0;
+  failure_ = nullptr;
 }
 
 bool PrintPath::EndJob() {
   timedOut_ = unreachable_ = false;
+  failure_ = nullptr;
   if (document_.Pending() && port_.JobIsDeleted()) {
     document_.FreePending();
     return false;
   }
+  document_.Parse(nullptr, 0);  // hands on what a failure may have left in the document
   const bool delivered = DeliverPending();
   RethrowFailure();
   return delivered;
@@ -73,9 +77,12 @@ BOOL PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* writ
 
 /// The document's text handler. What is not written becomes pending output, which stops the parser.
 bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
+  // When there is no memory for the pending output, the same text comes again; what was written of it is not.
+  size_t& taken = static_cast<PrintPath*>(path)->takenOfText_;
   const std::string_view bytes = document.PlainText();
-  const size_t written = static_cast<PrintPath*>(path)->WriteBytes(bytes);
-  if (written < bytes.size()) document.SetPending(bytes.substr(written));
+  taken += static_cast<PrintPath*>(path)->WriteBytes(bytes.substr(taken));
+  if (taken < bytes.size()) document.SetPending(bytes.substr(taken));
+  taken = 0;
   return true;
 }
 
@@ -119,8 +126,15 @@ void PrintPath::LowLevelWrite(std::string_view bytes, size_t* done) {
       break;
     }
     DWORD written = 0;
-    const bool success = connection.Write(bytes.data() + *done, static_cast<DWORD>(bytes.size() - *done), &written);
-    *done += std::min<size_t>(written, bytes.size() - *done);
+    bool success = false;
+    const size_t left = bytes.size() - *done;
+    try {
+      success = connection.Write(bytes.data() + *done, static_cast<DWORD>(left), &written);
+    } catch (...) {
+      *done += std::min<size_t>(written, left);
+      throw;
+    }
+    *done += std::min<size_t>(written, left);
     if (success && written > 0) {
       lastProgress = GetTickCount();
     } else if (GetTickCount() - lastProgress > kSendTimeout) {

@@ -31,8 +31,9 @@ class PrintPath {
   /// stays undelivered.
   bool EndJob();
 
-  /// Takes a buffer of the job; `*written` is set in every case. FALSE with ERROR_IO_DEVICE when the printer took
-  /// nothing for longer than the send timeout; the spooler then goes on behind `*written`.
+  /// Takes a buffer of the job; `*written` is set in every case, and the spooler goes on behind it. FALSE with
+  /// ERROR_IO_DEVICE when no attempt succeeded for longer than the send timeout, or while kept output is undelivered;
+  /// FALSE with the last error as it was when the printer cannot be reached.
   BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
 
  private:
@@ -46,6 +47,7 @@ class PrintPath {
   PortContext& port_;
   XPML_Document document_;
   DWORD skipCount_ = 0;
+  size_t takenOfText_ = 0;  // bytes of the document's plain text that were written although its handling failed
   bool timedOut_ = false;
   bool unreachable_ = false;
   std::exception_ptr failure_;  // what the connection threw while bytes were written

@@ -17,11 +17,12 @@ unique_printer OpenByName(const OString& name) {
 template <class Info, class Query>
 const Info* Fetch(OBuffer& buffer, Query query) {
   DWORD needed = 0;
-  if (query(nullptr, 0, &needed) || GetLastError() != ERROR_INSUFFICIENT_BUFFER || needed < sizeof(Info) ||
-      !buffer.Allocate(needed) || !query(buffer.Data(), needed, &needed)) {
-    return nullptr;
+  if (query(nullptr, 0, &needed)) return nullptr;
+  // What is asked for may grow between two calls.
+  while (GetLastError() == ERROR_INSUFFICIENT_BUFFER && needed >= sizeof(Info) && buffer.Allocate(needed)) {
+    if (query(buffer.Data(), needed, &needed)) return reinterpret_cast<const Info*>(buffer.Data());
   }
-  return reinterpret_cast<const Info*>(buffer.Data());
+  return nullptr;
 }
 
 }  // namespace

@@ -149,7 +149,7 @@ OString NormalizePath(const OString& path) {
 }
 
 OString JoinPath(const OString& base, const OString& path) {
-  if (path.Find(WCHAR(':')) >= 1) return path;
+  if (path.Find(WCHAR(':'), 1) >= 1) return path;
   OString joined = base;
   joined.TrimRight("/");
   if (path.IsEmpty()) return joined;
@@ -175,16 +175,22 @@ OString ChildPath(const OString& key, const OString& name) {
 
 bool HasNumericRoot(const OString& key) { return RootNumber(key) >= 0; }
 
+OString CollapseSeparators(const OString& key) {
+  WideString collapsed;
+  const auto root = static_cast<size_t>(key.Find(WCHAR(':')) + 1);
+  for (const WCHAR unit : key.View()) {
+    const bool superfluous = unit == '/' && (collapsed.size() == root || collapsed.back() == '/');
+    if (!superfluous) collapsed += unit;
+  }
+  return OString(collapsed);
+}
+
 bool ParseRoot(const OString& key, HKEY* root, OString* subKey) {
   const int number = RootNumber(key);
   if (number < 0) return false;
-  // The registry takes a path neither with a separator in front nor with one at its end.
-  WideString path;
-  for (const WCHAR unit : key.View().substr(static_cast<size_t>(key.Find(WCHAR(':'))) + 1)) {
-    const bool separator = unit == '/' || unit == '\\';
-    if (separator && (path.empty() || path.back() == '\\')) continue;
-    path += separator ? WCHAR('\\') : unit;
-  }
+  OString path = CollapseSeparators(key);
+  path = path.Mid(path.Find(WCHAR(':')) + 1);
+  path.Replace("/", "\\");
   *root = Roots()[number].key;
   *subKey = UnescapePath(path);
   subKey->TrimRight("\\");

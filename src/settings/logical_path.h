@@ -57,6 +57,8 @@ bool SplitPath(const OString& path, OString* key, OString* name);
 /// The path of the subkey or value `name`, as the registry spells it, below a key.
 OString ChildPath(const OString& key, const OString& name);
 
+/// Drops the separators too many of a key with a root: the registry takes none in front and not two in a row.
+OString CollapseSeparators(const OString& key);
 /// Whether the number in front of the first colon is that of a registry root.
 bool HasNumericRoot(const OString& key);
 /// The registry root of a key in numeric-root form and the native path below it. False when the root is not 0 to 3 or

@@ -48,7 +48,7 @@ unique_registry_key ORegistry::OpenKey(const OString& key, bool create) const {
 }
 
 bool ORegistry::Translate(OString* key) const {
-  *key = TranslateRoots(*key);
+  *key = CollapseSeparators(TranslateRoots(*key));
   return HasNumericRoot(*key);
 }
 

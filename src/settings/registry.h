@@ -12,9 +12,10 @@ namespace portwise {
 /// The registry by logical paths (settings/logical_path.h): typed values, enumeration, deletion and access rights.
 ///
 /// A small value; each user makes its own, and one thread at a time uses it. Every operation opens the key it needs
-/// and closes it before it returns. No operation throws or reports: a path that does not resolve, a key that does not
-/// open and a value of the wrong length all give the operation's failure value, -1, false, an empty string or the
-/// caller's default. A path without a root is relative to the base path, except where the comment says otherwise.
+/// and closes it before it returns. No operation reports, nor throws but for lack of memory: a path that does not
+/// resolve, a key that does not open and a value of the wrong length all give the operation's failure value, -1, false,
+/// an empty string or the caller's default. A path without a root is relative to the base path, except where the
+/// comment says otherwise.
 class ORegistry {
  public:
   ORegistry() = default;

@@ -5,7 +5,7 @@
 namespace portwise {
 
 AttributeIndex::AttributeIndex() {
-  static const std::uint64_t seed = std::random_device()();
+  static const std::uint64_t seed = std::uint64_t{std::random_device()()} << 32 | std::random_device()();
   seed_ = seed;
 }
 
@@ -23,7 +23,9 @@ void AttributeIndex::Add(const XPML_Element& element) {
   for (const XPML_Attribute& attribute : element.Attributes()) {
     std::vector<Place>& places = places_[Hash(start, attribute.name)];
     // Of attributes written twice only the first is ever found.
-    if (places.empty() || places.back().element != &element) places.push_back({&element, &attribute});
+    if (places.empty() || places.back().element != &element || places.back().attribute->name != attribute.name) {
+      places.push_back({&element, &attribute});
+    }
   }
 }
 
@@ -31,8 +33,8 @@ void AttributeIndex::Remove(const XPML_Element& element) {
   const std::uint64_t start = Hash(0, element.Name());
   for (const XPML_Attribute& attribute : element.Attributes()) {
     const auto found = places_.find(Hash(start, attribute.name));
-    if (found == places_.end() || found->second.back().element != &element) continue;
-    found->second.pop_back();
+    if (found == places_.end()) continue;
+    while (!found->second.empty() && found->second.back().element == &element) found->second.pop_back();
     if (found->second.empty()) places_.erase(found);
   }
 }

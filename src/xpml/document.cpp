@@ -1,6 +1,6 @@
 #include "xpml/document.h"
 
-#include <utility>
+#include <new>
 
 #include "xpml/general_commands.h"
 
@@ -22,6 +22,7 @@ void XPML_Document::Reset() {
   topText_.Free();
   runBegin_ = runEnd_ = nullptr;
   resumeOffset_ = 0;
+  flushOwed_ = false;
   continue_ = true;
   FreePending();
   elements_.Clear();
@@ -111,18 +112,18 @@ void XPML_Document::AppendRun(const char* from, const char* to) {
 }
 
 /// Adds a copy of the bytes to the current text, as many as it may still hold.
-void XPML_Document::AppendBytes(std::string_view bytes) {
-  TextBuffer& text = CurrentText();
-  text.Append(bytes.substr(0, text.Room()));
+void XPML_Document::AppendBytes(std::string_view bytes) { AppendTo(CurrentText(), bytes); }
+
+/// Lack of memory must not pass for a text that is full.
+void XPML_Document::AppendTo(TextBuffer& text, std::string_view bytes) {
+  if (!text.Append(bytes.substr(0, text.Room()))) throw std::bad_alloc();
 }
 
 /// Copies the marked run behind the text that is kept already.
 void XPML_Document::KeepRun() {
-  if (runBegin_ != runEnd_) {
-    const std::string_view run(runBegin_, static_cast<size_t>(runEnd_ - runBegin_));
-    topText_.Append(run.substr(0, topText_.Room()));
-  }
+  const std::string_view run(runBegin_, static_cast<size_t>(runEnd_ - runBegin_));
   runBegin_ = runEnd_ = nullptr;
+  AppendTo(topText_, run);
 }
 
 /// Hands the plain text to the text handler when it is the current text; false, with the text kept, when refused.
@@ -183,7 +184,7 @@ void XPML_Document::PopElement() {
   if (topText_.IsEmpty()) {
     topText_.Swap(content);
   } else {
-    topText_.Append(content.View());
+    AppendTo(topText_, content.View());
   }
   content.Clear();
 }

@@ -103,6 +103,7 @@ class XPML_Document {
 
   void AppendRun(const char* from, const char* to);
   void AppendBytes(std::string_view bytes);
+  static void AppendTo(TextBuffer& text, std::string_view bytes);
   void KeepRun();
   bool FlushText();
 
@@ -130,6 +131,7 @@ class XPML_Document {
   char startMatch_[6];
   size_t startMatchCount_ = 0;
   int resumeOffset_ = 0;
+  bool flushOwed_ = false;  // the text at a chunk's end was not handed on, because the text handler threw
   bool continue_ = true;
 };
 

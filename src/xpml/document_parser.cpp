@@ -25,6 +25,16 @@ bool MayStart(const char* bracket, const char* end) {
 
 bool XPML_Document::Parse(const char* data, int length, int* consumed) {
   length = std::max(length, 0);
+  if (flushOwed_) {
+    flushOwed_ = false;
+    try {
+      FlushText();
+    } catch (...) {
+      flushOwed_ = true;
+      plainText_ = std::string_view();
+      throw;
+    }
+  }
   if (resumeOffset_ >= length) {
     if (consumed) *consumed = length;
     resumeOffset_ -= length;
@@ -46,7 +56,9 @@ bool XPML_Document::Parse(const char* data, int length, int* consumed) {
       return false;
     }
     if (consumed) *consumed = length;
+    flushOwed_ = true;
     const bool flushed = FlushText();
+    flushOwed_ = false;
     KeepRun();
     return flushed;
   } catch (...) {
@@ -57,10 +69,10 @@ bool XPML_Document::Parse(const char* data, int length, int* consumed) {
 
 /// Leaves a state in which the chunk, fed again, goes on where a handler threw.
 void XPML_Document::Abandon(const char* data) {
-  KeepRun();
   plainText_ = std::string_view();
   if (mode_ == Mode::Text) tagText_.Clear();
   resumeOffset_ = static_cast<int>(position_ - data);
+  KeepRun();
 }
 
 /// False when the parser was interrupted before `end`, or right at it; position_ then says behind which byte.

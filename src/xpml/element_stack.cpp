@@ -42,12 +42,24 @@ void ElementStack::Clear() {
 
 /// Deletes unused elements once they outnumber the open ones.
 void ElementStack::TrimSpare() {
-  if (elements_.size() > 2 * depth_ + kSpareElements) elements_.resize(depth_ + kSpareElements);
+  if (elements_.size() <= 2 * depth_ + kSpareElements) return;
+  elements_.resize(depth_ + kSpareElements);
+  elements_.shrink_to_fit();
+}
+
+void ElementStack::IndexElements() const {
+  try {
+    for (; indexed_ < depth_; ++indexed_) index_.Add(*elements_[indexed_]);
+  } catch (...) {
+    index_.Clear();
+    indexed_ = 0;
+    throw;
+  }
 }
 
 const XPML_Attribute* ElementStack::FindAttribute(std::string_view element, std::string_view attribute) const {
   if (depth_ > kWalkedElements || openAttributes_ > kWalkedAttributes) {
-    while (indexed_ < depth_) index_.Add(*elements_[indexed_++]);
+    IndexElements();
     return index_.Find(element, attribute);
   }
   for (size_t at = 0; at < depth_; ++at) {

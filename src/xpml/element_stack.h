@@ -33,6 +33,7 @@ class ElementStack {
 
  private:
   void TrimSpare();
+  void IndexElements() const;
 
   std::vector<std::unique_ptr<XPML_Element>> elements_;  // the first depth_ are open, the others wait to be used again
   size_t depth_ = 0;

@@ -184,7 +184,10 @@ TEST_F(Monitor, PassesDeviceRequestsDown) {
 
 TEST_F(Monitor, ReportsOneFailureAJob) {
   const HANDLE port = Open("FILE:");
-  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw OException(ERROR_GEN_FAILURE); };
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    *taken = 0;
+    throw OException(ERROR_GEN_FAILURE);
+  };
   DWORD written = 0;
   const auto lastErrorOfWrite = [&] {
     SetLastError(0);
@@ -197,7 +200,10 @@ TEST_F(Monitor, ReportsOneFailureAJob) {
   below_.onWrite = nullptr;
   EXPECT_TRUE(lmEndDocPortW(port));
   EXPECT_EQ(below_.output, "x") << "what was kept is delivered, once";
-  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw std::bad_alloc(); };
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    *taken = 0;
+    throw std::bad_alloc();
+  };
   ASSERT_TRUE(Start(port, 12));
   EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
   below_.onWrite = nullptr;
@@ -214,7 +220,10 @@ TEST_F(Monitor, LeavesNothingHeldOrOpenBehindAFailure) {
   EXPECT_FALSE(lmReadPortW(port, buffer, sizeof buffer, &count));
   EXPECT_TRUE(static_cast<PortContext*>(port)->PrinterConnection().TryLock()) << "the connection is free again";
   static_cast<PortContext*>(port)->PrinterConnection().Unlock();
-  below_.onWrite = [](DWORD, DWORD*) -> BOOL { throw OException(ERROR_GEN_FAILURE); };
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    *taken = 0;
+    throw OException(ERROR_GEN_FAILURE);
+  };
   EXPECT_FALSE(Write(port, "x", &count));
   EXPECT_FALSE(lmEndDocPortW(port));
   EXPECT_EQ(below_.calls.back(), "end") << "the document is ended all the same";

@@ -33,8 +33,15 @@ class FakePortMonitor {
     };
     table.pfnWritePort = [](HANDLE, LPBYTE buffer, DWORD size, LPDWORD written) -> BOOL {
       *written = size;
-      const BOOL result = current->onWrite ? current->onWrite(size, written) : TRUE;
-      current->output.append(reinterpret_cast<const char*>(buffer), *written);
+      const auto take = [&] { current->output.append(reinterpret_cast<const char*>(buffer), *written); };
+      BOOL result = TRUE;
+      try {
+        if (current->onWrite) result = current->onWrite(size, written);
+      } catch (...) {
+        take();
+        throw;
+      }
+      take();
       return result;
     };
     table.pfnReadPort = [](HANDLE, LPBYTE buffer, DWORD, LPDWORD read) -> BOOL {
@@ -64,7 +71,8 @@ class FakePortMonitor {
   std::string output;
   bool refuseOpen = false;
   bool refuseStart = false;
-  /// Given the size and a `written` of all; says what was taken and the result.
+  /// Given the size and a `written` of all; says what was taken and the result. What it says was taken is taken even
+  /// when it throws.
   std::function<BOOL(DWORD size, DWORD* written)> onWrite;
   std::function<void()> onRead;
 

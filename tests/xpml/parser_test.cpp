@@ -354,7 +354,7 @@ TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
     int throws;
   };
   const std::string stream = "ab<xpml><boom><uppercase>c</uppercase></boom>d</xpml>e<xpml></xpml>f";
-  for (int texts = 0; texts < 4; ++texts) {
+  for (int texts = 0; texts < 6; ++texts) {
     Thrower thrower{"", texts};
     XPML_Document document;
     bool boom = true;
@@ -381,8 +381,7 @@ TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
       } catch (const std::runtime_error&) {
       }
     }
-    document.Parse("!", 1);
-    EXPECT_EQ(thrower.output, "abCdef!") << texts;
+    EXPECT_EQ(thrower.output, "abCdef") << texts;
   }
 }
 
