@@ -31,21 +31,16 @@ DWORD Resume(JobStore& store, DWORD id, std::string* why) {
   return store.Save(id, why) ? ERROR_SUCCESS : ERROR_CANTWRITE;
 }
 
-DWORD Cancel(JobStore& store, DWORD id) {
+DWORD Cancel(JobStore& store, DWORD id, std::string* why) {
   bool idle = false;
   store.Change(id, [&](Job& job) {
     job.deleting = true;
     idle = !job.active && job.state != JobState::Spooling;
   });
-  // A job that is running or being received is removed by whoever has it. A record that cannot be written does not
-  // hinder that.
-  std::string ignored;
-  if (idle) {
-    store.Remove(id, JobOutcome::Deleted);
-  } else {
-    store.Save(id, &ignored);
-  }
-  return ERROR_SUCCESS;
+  // A job that is running or being received is removed by whoever has it. What is not on disk would be undone by a
+  // restart, so it is told; the job does not print before that all the same.
+  const bool kept = idle ? store.Remove(id, JobOutcome::Deleted, why) : store.Save(id, why);
+  return kept ? ERROR_SUCCESS : ERROR_CANTWRITE;
 }
 
 /// The monitor says "deleted" or "sent" of every document that it ends, also of one that was cut off.
@@ -70,9 +65,9 @@ DWORD ControlJob(JobStore& store, DWORD id, DWORD command, bool fromMonitor, std
     case JOB_CONTROL_RESTART:
       return Resume(store, id, why);
     case JOB_CONTROL_CANCEL:
-      return Cancel(store, id);
+      return Cancel(store, id, why);
     case JOB_CONTROL_DELETE:
-      return fromMonitor && ending ? MonitorSaysLeft(store, id) : Cancel(store, id);
+      return fromMonitor && ending ? MonitorSaysLeft(store, id) : Cancel(store, id, why);
     case JOB_CONTROL_SENT_TO_PRINTER:
       if (fromMonitor && job->active) return MonitorSaysLeft(store, id);
       break;

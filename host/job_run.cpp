@@ -135,7 +135,8 @@ bool JobRun::Finish(Ending ending) {
     deleting = job.deleting;
   });
   if (delivered && left) {
-    store_.Remove(job_.id, JobOutcome::Printed);
+    std::string why;
+    if (!store_.Remove(job_.id, JobOutcome::Printed, &why)) Hold("it has printed, but " + why);
   } else if (delivered && !deleting) {
     Hold("the print monitor did not confirm that the job has left it; it may not have printed");
   } else if (delivered || ending == Ending::Cancelled) {

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "host/complain.h"
 #include "host/names.h"
 
 namespace portwise {
@@ -150,16 +151,23 @@ bool JobStore::Save(DWORD id, std::string* why) {
   return folder_->SaveJob(job, why);
 }
 
-void JobStore::Remove(DWORD id, JobOutcome outcome) {
+bool JobStore::Remove(DWORD id, JobOutcome outcome, std::string* why) {
   EntryPointer entry = FindEntry(id);
-  if (!entry) return;
+  if (!entry) return true;
   std::lock_guard disk(entry->disk);
-  if (std::exchange(entry->gone, true)) return;
-  folder_->Remove(id);
+  if (entry->gone) return true;
+  std::string fault;
+  if (!folder_->Remove(id, &fault)) {
+    if (why) *why = fault;
+    Complain(fault);
+    return false;
+  }
+  entry->gone = true;
   std::lock_guard lock(mutex_);
   jobs_.erase(id);
   outcomes_[id] = outcome;
   if (outcomes_.size() > kOutcomes) outcomes_.erase(outcomes_.begin());
+  return true;
 }
 
 JobOutcome JobStore::Outcome(DWORD id) const {

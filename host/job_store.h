@@ -47,8 +47,8 @@ class JobStore {
   bool Change(DWORD id, const std::function<void(Job&)>& change);
   /// Writes the job's record; a job that is gone or still being received is left alone, with success.
   bool Save(DWORD id, std::string* why);
-  /// Removes the job and its files.
-  void Remove(DWORD id, JobOutcome outcome);
+  /// Removes the job and its files; false, with the job where it is, when its record cannot be removed.
+  bool Remove(DWORD id, JobOutcome outcome, std::string* why = nullptr);
   /// How a job left the queue: remembered for the last few thousand of this run.
   JobOutcome Outcome(DWORD id) const;
 

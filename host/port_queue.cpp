@@ -67,7 +67,10 @@ DWORD PortQueue::Step(DWORD lastPause) {
     store_.Release(job->id, [](Job&) {});
     return kIdleWait;
   }
-  return JobRun(*port_, store_, wakeUp_, *job).Run() ? 0 : Grow(lastPause);
+  if (JobRun(*port_, store_, wakeUp_, *job).Run()) return 0;
+  // The end of the document wakes this thread too; it must not cut the pause short.
+  wakeUp_.Forget();
+  return Grow(lastPause);
 }
 
 }  // namespace portwise

@@ -84,8 +84,9 @@ std::vector<Job> SpoolFolder::Load() {
     lastId_ = std::max(lastId_, id);
     if (extension == ".json") {
       auto job = LoadJob(name);
+      std::string why;
       if (job && job->deleting) {
-        Remove(id);
+        if (!Remove(id, &why)) Complain(why);
       } else if (job) {
         jobs.push_back(*job);
       }
@@ -149,11 +150,16 @@ void SpoolFolder::SaveProgress(const UniqueFd& file, std::uint64_t taken) {
   [[maybe_unused]] ssize_t written = pwrite(file.Get(), text, kProgressDigits, 0);
 }
 
-void SpoolFolder::Remove(DWORD id) {
-  unlinkat(folder_.Get(), FileName(id, "json").c_str(), 0);
+bool SpoolFolder::Remove(DWORD id, std::string* why) {
+  const std::string record = FileName(id, "json");
+  if (unlinkat(folder_.Get(), record.c_str(), 0) != 0 && errno != ENOENT) {
+    *why = Describe("spool/" + record + " cannot be removed");
+    return false;
+  }
   fsync(folder_.Get());
   unlinkat(folder_.Get(), FileName(id, "spl").c_str(), 0);
   unlinkat(folder_.Get(), FileName(id, "progress").c_str(), 0);
+  return true;
 }
 
 UniqueFd SpoolFolder::OpenFile(const std::string& name, int flags, std::string* why) {

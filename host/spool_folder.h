@@ -34,8 +34,8 @@ class SpoolFolder {
   platform::UniqueFd CreateProgress(DWORD id, std::string* why);
   static void SaveProgress(const platform::UniqueFd& file, std::uint64_t taken);
 
-  /// Removes the job's files, the record first.
-  void Remove(DWORD id);
+  /// Removes the job's files, the record first; false when that cannot be removed.
+  bool Remove(DWORD id, std::string* why);
 
  private:
   explicit SpoolFolder(platform::UniqueFd folder) : folder_(std::move(folder)) {}

@@ -19,6 +19,8 @@ class WakeUp {
   void Wait(DWORD milliseconds) {
     if (!Stopping()) WaitForSingleObject(event_, milliseconds);
   }
+  /// Forgets a wake that came since the last wait.
+  void Forget() { ResetEvent(event_); }
   void Wake() { SetEvent(event_); }
   void Stop() {
     stopping_ = true;

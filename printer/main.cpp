@@ -57,7 +57,9 @@ int main(int argc, char** argv) {
   app.add_option("--control", controlPort, "TCP port that takes orders; 0 for any free one")->capture_default_str();
   app.add_option("--record", settings.recordFolder,
                  "folder that gets NNNN.prn for each connection; without it only counts and a CRC-32 are kept");
-  app.add_option("--speed", settings.speed, "bytes printed a second; 0 for at once")->capture_default_str();
+  app.add_option("--speed", settings.speed, "bytes printed a second; 0 for at once")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
   app.add_option("--buffer", settings.buffer, "bytes taken ahead of printing")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();

@@ -1,9 +1,25 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
 
+namespace {
+
+/// Standard streams that the caller closed lead nowhere, so that no socket takes their place.
+void FillStandardStreams() {
+  int descriptor;
+  do descriptor = open("/dev/null", O_RDWR);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  FillStandardStreams();
   CLI::App app("Prints to label printers and manages them.", "portwise");
   app.require_subcommand(1);
   portwise::AddPortCommands(app);

@@ -1,4 +1,8 @@
+#include <arpa/inet.h>
+
+#include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <memory>
 
 #include "host/cli/client.h"
@@ -19,7 +23,17 @@ struct PortArguments {
   bool json = false;
 };
 
-/// Takes "host", "host:port", "[address]:port" apart.
+/// A host name as name services know it, or four numbers of an IPv4 address.
+bool IsHost(const std::string& text) {
+  in_addr address;
+  if (text.find_first_not_of("0123456789.") == text.npos) return inet_pton(AF_INET, text.c_str(), &address) == 1;
+  constexpr char kHostCharacters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._";
+  const bool ascii =
+      std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) > 0; });
+  return text.size() <= 253 && text.front() != '-' && (!ascii || text.find_first_not_of(kHostCharacters) == text.npos);
+}
+
+/// Takes "host", "host:port", "[host]:port" apart.
 void ParseTcp(const std::string& text, Json* order) {
   std::size_t colon = text.rfind(':');
   std::size_t bracket = text.rfind(']');
@@ -33,6 +47,7 @@ void ParseTcp(const std::string& text, Json* order) {
     if (result.ec != std::errc() || result.ptr != end || port == 0 || port > 65535) port = 0;
   }
   if (host.empty() || port == 0) throw CommandError("--tcp takes HOST:PORT with a port from 1 to 65535");
+  if (!IsHost(host)) throw CommandError("--tcp: " + host + " is neither a host name nor an IPv4 address");
   (*order)["host"] = host;
   (*order)["port"] = port;
 }
@@ -43,6 +58,7 @@ void Add(const PortArguments& arguments) {
     throw CommandError("say where the port leads to: --tcp HOST:PORT or --file PATH");
   if (arguments.tcp.empty()) {
     order["file"] = AbsolutePath(arguments.file);
+    if (std::filesystem::is_directory(arguments.file)) throw CommandError("--file: " + arguments.file + " is a folder");
   } else {
     ParseTcp(arguments.tcp, &order);
   }

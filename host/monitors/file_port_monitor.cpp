@@ -8,6 +8,8 @@ namespace portwise {
 
 namespace {
 
+constexpr DWORD kPauseAfterFailure = 250;  // ms
+
 class FilePort {
  public:
   explicit FilePort(Port port) : port_(std::move(port)) {}
@@ -23,7 +25,12 @@ class FilePort {
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
-    return WriteFile(file_, buffer, size, written, nullptr);
+    if (WriteFile(file_, buffer, size, written, nullptr)) return true;
+    // Whoever prints tries again at once; a file does not become writable that fast.
+    const DWORD error = GetLastError();
+    Sleep(kPauseAfterFailure);
+    SetLastError(error);
+    return false;
   }
 
   bool Read(BYTE*, DWORD, LPDWORD) {

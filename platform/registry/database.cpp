@@ -235,12 +235,14 @@ Session::Session(Use use) {
   }
 }
 
+bool Connection::InTransaction() const { return sqlite3_get_autocommit(database_) == 0; }
+
 Session::~Session() {
-  if (!inTransaction_) return;
+  if (!inTransaction_ || !connection_->InTransaction()) return;
   try {
     Query(*connection_, "ROLLBACK").Step();
   } catch (const RegistryError&) {
-    // SQLite has rolled back by itself where the failure that ended the session left nothing to roll back.
+    // Told already; the next session begins anew.
   }
 }
 

@@ -55,6 +55,9 @@ class Connection {
 
   void SetBusyTimeout(int milliseconds);
 
+  /// False when SQLite has rolled back by itself, as it does when the disk is full.
+  bool InTransaction() const;
+
   const std::string& Path() const { return path_; }
   /// Tells the homes of one process apart: keys of another home are not keys of this one.
   std::int64_t HomeNumber() const { return homeNumber_; }

@@ -32,12 +32,15 @@ void PrintPath::BeginJob() {
 bool PrintPath::EndJob() {
   timedOut_ = unreachable_ = false;
   failure_ = nullptr;
-  if (document_.Pending() && port_.JobIsDeleted()) {
+  if (port_.JobIsDeleted()) {
     document_.FreePending();
     return false;
   }
-  document_.Parse(nullptr, 0);  // hands on what a failure may have left in the document
-  const bool delivered = DeliverPending();
+  bool delivered = DeliverPending();
+  if (delivered && !failure_) {
+    document_.EndStream();
+    delivered = DeliverPending();
+  }
   RethrowFailure();
   return delivered;
 }

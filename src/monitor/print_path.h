@@ -27,8 +27,8 @@ class PrintPath {
   /// Forgets what an earlier job left behind.
   void BeginJob();
 
-  /// Delivers what is still pending, within the send timeout, unless the job is being deleted; false when some of it
-  /// stays undelivered.
+  /// Delivers what is still pending, and what the parser kept because a section might have gone on, within the send
+  /// timeout, unless the job is being deleted; false when some of it stays undelivered.
   bool EndJob();
 
   /// Takes a buffer of the job; `*written` is set in every case, and the spooler goes on behind it. FALSE with

@@ -47,6 +47,10 @@ class XPML_Document {
   /// goes on where it was thrown: behind the tag, or with the same plain text.
   bool Parse(const char* data, int length, int* consumed = nullptr);
 
+  /// The stream has ended: bytes that might have begun a section are plain text after all, and so is, outside a
+  /// section, the content of elements that were never closed. Hands the plain text on; false when it was refused.
+  bool EndStream();
+
   /// Appends a handler; returns its index. Of several with one path the first runs.
   int RegisterHandler(const OString& path, HandlerFunction function, void* context);
   /// Replaces the handler of plain text. It reads the text with PlainText; false leaves the text for the next call.

@@ -67,6 +67,16 @@ bool XPML_Document::Parse(const char* data, int length, int* consumed) {
   }
 }
 
+bool XPML_Document::EndStream() {
+  if (mode_ == Mode::MatchingStart) {
+    AppendBytes(std::string_view(startMatch_, startMatchCount_));
+    mode_ = Mode::Text;
+    startMatchCount_ = 0;
+  }
+  while (!inSection_ && !elements_.IsEmpty()) PopElement();
+  return FlushText();
+}
+
 /// Leaves a state in which the chunk, fed again, goes on where a handler threw.
 void XPML_Document::Abandon(const char* data) {
   plainText_ = std::string_view();

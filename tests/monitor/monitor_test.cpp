@@ -255,6 +255,26 @@ TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
   EXPECT_EQ(below_.output, "next") << "nothing of the deleted job is left";
 }
 
+TEST_F(Monitor, DeliversAtTheEndWhatMightHaveBeenASection) {
+  const HANDLE port = Open("FILE:");
+  const std::pair<const char*, const char*> jobs[] = {
+      {"ABC<", "ABC<"},
+      {"ABC<xpm", "ABC<xpm"},
+      {"HEAD<xpml><a><b>x</a></xpml>tail<", "HEADxtail<"},  // an element that its section leaves open
+      {"HEAD<xpml><a>never closed", "HEAD"},
+      {"HEAD<xpml></xpml", "HEAD"},
+  };
+  DWORD job = 30;
+  for (const auto& [data, expected] : jobs) {
+    below_.output.clear();
+    ASSERT_TRUE(Start(port, ++job));
+    DWORD written = 0;
+    EXPECT_TRUE(Write(port, data, &written));
+    EXPECT_TRUE(lmEndDocPortW(port));
+    EXPECT_EQ(below_.output, expected);
+  }
+}
+
 /// The spooler's side of a job: it goes on behind what was taken, whatever the result, and follows with empty writes
 /// when all was taken but not delivered.
 void PrintAsTheSpoolerDoes(HANDLE port, const std::string& job, size_t bufferSize) {
