@@ -10,5 +10,6 @@ void AddPrinterCommands(CLI::App& app);
 void AddPrintCommand(CLI::App& app);
 void AddJobCommands(CLI::App& app);
 void AddRegistryCommands(CLI::App& app);
+void AddEventCommand(CLI::App& app);
 
 }  // namespace portwise

@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   portwise::AddPrintCommand(app);
   portwise::AddJobCommands(app);
   portwise::AddRegistryCommands(app);
+  portwise::AddEventCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

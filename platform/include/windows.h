@@ -1,5 +1,6 @@
 #pragma once
 
+#include <eventlog.h>
 #include <winbase.h>
 #include <windef.h>
 #include <winerror.h>

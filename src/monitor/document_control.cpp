@@ -14,6 +14,7 @@ bool DocumentControl::Start(DWORD job, DWORD level, BYTE* info) {
   if (!BeginAtConnection(job, level, info)) return false;
   if (info) {
     name_ = name;
+    port_.Diagnostics().Reload();
     port_.Path().BeginJob();
   }
   return true;

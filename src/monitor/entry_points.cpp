@@ -24,6 +24,15 @@ BOOL Operation(const char* name, HANDLE port, Body&& body) {
   return RunGuarded(guard, [&] { return body(*context) ? TRUE : FALSE; });
 }
 
+/// The same for an operation whose call is logged first.
+template <class Body>
+BOOL LoggedOperation(const char* name, HANDLE port, Body&& body) {
+  return Operation(name, port, [&](PortContext& context) {
+    context.Diagnostics().LogCall(name);
+    return body(context);
+  });
+}
+
 }  // namespace
 
 MONITOR2* MonitorTable() {
@@ -51,6 +60,7 @@ BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR p
     context = Ports()->Create(portName);
     guard.SetPort(context);
     context->SetPrinterName(printerName);
+    context->Diagnostics().LogCall("lmOpenPortEx2W");
     const bool done = context->Open(monitorPort, *underlying);
     if (!done) SetLastError(ERROR_INVALID_PRINT_MONITOR);
     return done ? TRUE : FALSE;
@@ -66,7 +76,7 @@ BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR p
 }
 
 BOOL WINAPI lmClosePortW(HANDLE port) {
-  const BOOL closed = Operation("lmClosePortW", port, [](PortContext& context) {
+  const BOOL closed = LoggedOperation("lmClosePortW", port, [](PortContext& context) {
     context.Close();
     return true;
   });
@@ -84,15 +94,16 @@ BOOL WINAPI lmStartDocPortW(HANDLE port, LPWSTR printerName, DWORD job, DWORD le
 }
 
 BOOL WINAPI lmWritePortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD written) {
-  return Operation("lmWritePortW", port, [&](PortContext& context) { return context.Write(buffer, size, written); });
+  return LoggedOperation("lmWritePortW", port,
+                         [&](PortContext& context) { return context.Write(buffer, size, written); });
 }
 
 BOOL WINAPI lmReadPortW(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD read) {
-  return Operation("lmReadPortW", port, [&](PortContext& context) { return context.Read(buffer, size, read); });
+  return LoggedOperation("lmReadPortW", port, [&](PortContext& context) { return context.Read(buffer, size, read); });
 }
 
 BOOL WINAPI lmEndDocPortW(HANDLE port) {
-  return Operation("lmEndDocPortW", port, [&](PortContext& context) {
+  return LoggedOperation("lmEndDocPortW", port, [&](PortContext& context) {
     context.EndDocument();
     return true;
   });
@@ -100,7 +111,7 @@ BOOL WINAPI lmEndDocPortW(HANDLE port) {
 
 BOOL WINAPI lmGetPrinterDataFromPortW(HANDLE port, DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out,
                                       DWORD outSize, LPDWORD returned) {
-  return Operation("lmGetPrinterDataFromPortW", port, [&](PortContext& context) {
+  return LoggedOperation("lmGetPrinterDataFromPortW", port, [&](PortContext& context) {
     const BOOL result = control != 0 && context.GetDeviceData(control, valueName, in, inSize, out, outSize, returned);
     if (!result) SetLastError(ERROR_INVALID_PARAMETER);
     return result;

@@ -54,6 +54,7 @@ void PortContext::ClosePort() {
 
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   SetPrinterName(printer);
+  diagnostics_.LogCall("lmStartDocPortW");
   return documents_.Start(job, level, info);
 }
 
@@ -63,6 +64,7 @@ BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
 }
 
 bool PortContext::Read(BYTE* buffer, DWORD size, DWORD* read) {
+  diagnostics_.SaveReadBuffer(buffer, size);
   const ConnectionUse use(*connection_);
   return connection_->Read(buffer, size, read);
 }

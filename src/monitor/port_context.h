@@ -12,6 +12,7 @@
 #include "connection/port_link.h"
 #include "core/ostring.h"
 #include "core/synchronizer.h"
+#include "monitor/diagnostics.h"
 #include "monitor/document_control.h"
 #include "monitor/print_path.h"
 
@@ -55,6 +56,7 @@ class PortContext final : public PortLink {
   Connection& PrinterConnection() { return *connection_; }
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
   PrintPath& Path() { return path_; }
+  MonitorDiagnostics& Diagnostics() { return diagnostics_; }
   /// Whether the spooler is deleting the job in progress, or has deleted it.
   bool JobIsDeleted() const;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
@@ -77,6 +79,7 @@ class PortContext final : public PortLink {
   COMMTIMEOUTS timeouts_ = {};
   DocumentControl documents_;
   PrintPath path_;
+  MonitorDiagnostics diagnostics_;
   std::atomic<bool> ready_{false};
 };
 

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "logging/event_log.h"
+
+namespace portwise {
+
+/// Messages about a port, in the System log under "Corvane Print Monitor". Each begins with the port's name and, as
+/// far as it is known, the printer's.
+class PrinterPortEventLog final : public OEventLog {
+ public:
+  explicit PrinterPortEventLog(const OString& portName);
+
+  /// Empty for none. Any thread.
+  void SetPrinterName(const OString& name);
+  /// Without a printer name the text follows the port's directly.
+  bool Report(WORD type, const OString& text, WORD category) override;
+
+ private:
+  const OString portName_;
+  OString printerName_;  // under Lock()
+};
+
+}  // namespace portwise

@@ -1,0 +1,50 @@
+#include "monitor/diagnostics.h"
+
+#include <string>
+
+#include "core/file.h"
+#include "core/folders.h"
+#include "core/synchronizer.h"
+#include "settings/registry.h"
+
+namespace portwise {
+namespace {
+
+constexpr char kLogFile[] = "C:\\MonitorLog.txt";
+constexpr char kCaptureFolder[] = "C:\\Monitor\\Read";
+constexpr size_t kDigits = 4;
+
+// A file is opened at its end: of two lines written at once one would cover the other.
+OCriticalSection logLock;
+
+/// At least four digits, with leading zeros.
+std::string Padded(DWORD number) {
+  const std::string digits = std::to_string(number);
+  return digits.size() < kDigits ? std::string(kDigits - digits.size(), '0') + digits : digits;
+}
+
+}  // namespace
+
+void MonitorDiagnostics::Reload() {
+  const ORegistry registry("GLOBAL:Development");
+  logCalls_ = registry.GetBool("Monitor Log API Calls", false);
+  saveReads_ = registry.GetBool("Monitor Save Read Data", false);
+}
+
+void MonitorDiagnostics::LogCall(const char* operation) {
+  if (!logCalls_) return;
+  const std::string line = Padded(++lines_) + "\t" + operation + "\tEntry\r\n";
+  OScopedLock lock(logLock);
+  OFile log;
+  if (log.Open(kLogFile, OFile::kReadWrite | OFile::kCreate | OFile::kAppend)) log.Write(line.data(), line.size());
+}
+
+void MonitorDiagnostics::SaveReadBuffer(const void* buffer, DWORD size) {
+  if (!saveReads_) return;
+  const std::string path = std::string(kCaptureFolder) + "\\Data" + Padded(++captures_) + ".txt";
+  CreateFolder(kCaptureFolder);
+  OFile capture;
+  if (buffer && capture.Open(path.c_str(), OFile::kReadWrite | OFile::kCreate)) capture.Write(buffer, size);
+}
+
+}  // namespace portwise

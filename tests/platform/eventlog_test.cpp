@@ -1,0 +1,319 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <fstream>
+#include <map>
+
+#include "platform/eventlog/event_reader.h"
+#include "platform/eventlog/event_texts.h"
+#include "platform/home.h"
+#include "platform/kernel/modules.h"
+#include "platform/registry/registry_control.h"
+#include "platform/resources/message_table.h"
+#include "platform/text.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+void WriteFile(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+
+/// The message library of this build.
+std::string MessageLibrary() {
+  std::ifstream file(fs::path(LibraryFolder()) / "msgtable.dll", std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/// Where its resources begin. The message table is 0x58 bytes further on.
+std::size_t DirectoryAt(const std::string& library) {
+  return library.find(std::string("\13\0\0\0\x18\0\0\x80", 8)) - 16;
+}
+
+HANDLE Register(LPCWSTR source) { return RegisterEventSourceW(nullptr, source); }
+
+BOOL Report(HANDLE source, std::vector<LPCWSTR> strings, WORD type = EVENTLOG_ERROR_TYPE, std::string data = {}) {
+  return ReportEventW(source, type, 0xFFFF, 0xC0FF0600, nullptr, static_cast<WORD>(strings.size()),
+                      static_cast<DWORD>(data.size()), strings.data(), data.data());
+}
+
+std::vector<Event> Read(const EventFilter& filter = {}) {
+  std::int64_t after = 0;
+  std::vector<Event> events;
+  EXPECT_EQ(ReadEvents(&after, filter, 1000000, &events), ERROR_SUCCESS);
+  return events;
+}
+
+std::u16string TextOf(const char* log, const char* source, DWORD id, std::vector<std::u16string> strings) {
+  Event event;
+  event.log = log;
+  event.source = source;
+  event.id = id;
+  event.strings = std::move(strings);
+  return EventTexts().TextOf(event);
+}
+
+/// Expects a call to have failed with the error.
+void ExpectFailed(bool result, DWORD error) {
+  EXPECT_FALSE(result);
+  EXPECT_EQ(GetLastError(), error);
+}
+
+class EventLogTest : public testing::Test {
+ protected:
+  ~EventLogTest() override { SetRegistryBusyTimeout(5000); }
+
+  /// A key of a source, with its message files when they are given.
+  static void MakeSource(const std::u16string& path, LPCWSTR messageFiles = nullptr, DWORD type = REG_EXPAND_SZ) {
+    HKEY key = nullptr;
+    const std::u16string whole = u"SYSTEM\\CurrentControlSet\\Services\\Eventlog\\" + path;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, whole.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), 0);
+    if (messageFiles != nullptr) {
+      const auto size = static_cast<DWORD>((std::u16string_view(messageFiles).size() + 1) * sizeof(WCHAR));
+      RegSetValueExW(key, u"EventMessageFile", 0, type, reinterpret_cast<const BYTE*>(messageFiles), size);
+    }
+    RegCloseKey(key);
+  }
+  fs::path File() const { return home_.Path() / "registry.db"; }
+
+  TemporaryHome home_;
+};
+
+TEST_F(EventLogTest, EntriesKeepWhatWasReported) {
+  MakeSource(u"System\\Known");
+  MakeSource(u"Application\\Other");
+  EXPECT_TRUE(Read().empty()) << "a registry of before the first entry";
+  const struct {
+    LPCWSTR name;
+    const char* log;
+  } sources[] = {{u"kNOWN", "System"}, {u"Other", "Application"}, {u"Nobody \u4E2D", "Application"}};
+  const std::string data("r\0w", 3);
+  for (const auto& row : sources) {
+    const HANDLE source = Register(row.name);
+    EXPECT_TRUE(Report(source, {u"one\r\n\u4E8C\xD800", u"", nullptr, u"last"}, EVENTLOG_WARNING_TYPE, data));
+    EXPECT_TRUE(DeregisterEventSource(source));
+    const Event event = Read().back();
+    EXPECT_EQ(event.log, row.log);
+    EXPECT_EQ(event.strings, (std::vector<std::u16string>{u"one\r\n\u4E8C\xD800", u"", u"", u"last"}));
+    EXPECT_EQ(event.data, data);
+    EXPECT_TRUE(event.type == EVENTLOG_WARNING_TYPE && event.category == 0xFFFF && event.id == 0xC0FF0600);
+    EXPECT_EQ(event.process, static_cast<DWORD>(getpid()));
+    EXPECT_TRUE(event.time / 1000 >= time(nullptr) - 60 && event.time / 1000 <= time(nullptr)) << event.time;
+  }
+  EXPECT_EQ(Read().back().source, "Nobody \u4E2D");
+  EXPECT_EQ(Read({"NOBODY \u4E2D", 0}).size(), 1u);
+  EXPECT_EQ(Read({"Nobody", 0}).size(), 0u);
+
+  // Pages, and the last entries of a kind.
+  const HANDLE source = Register(u"Known");
+  for (int i = 0; i < 6; ++i) Report(source, {}, i % 2 ? EVENTLOG_ERROR_TYPE : EVENTLOG_INFORMATION_TYPE);
+  EXPECT_EQ(Read({"known", EVENTLOG_ERROR_TYPE}).size(), 3u);
+  std::int64_t after = 0;
+  std::vector<Event> page;
+  // Entries 4 and 6, entry 8, and none; what is not wanted is passed over.
+  for (const auto& [size, next] : {std::pair{2u, 6}, {1u, 9}, {0u, 9}}) {
+    EXPECT_EQ(ReadEvents(&after, {"", EVENTLOG_INFORMATION_TYPE}, 2, &page), ERROR_SUCCESS);
+    EXPECT_TRUE(page.size() == size && after == next) << page.size() << ' ' << after;
+  }
+  for (const auto& [count, expected] : std::map<std::size_t, std::int64_t>{{0, 9}, {1, 7}, {2, 5}, {3, 0}, {99, 0}}) {
+    EXPECT_EQ(FindLastEvents({"", EVENTLOG_ERROR_TYPE}, count, &after), ERROR_SUCCESS);
+    EXPECT_EQ(after, expected) << count;
+  }
+  DeregisterEventSource(source);
+}
+
+TEST_F(EventLogTest, WrongUseFails) {
+  const HANDLE source = Register(u"Source");
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const std::u16string longest(31839, u'x'), tooLong(31840, u'x');
+  ExpectFailed(Report(source, {}, 3), ERROR_INVALID_PARAMETER);
+  ExpectFailed(ReportEventW(source, 1, 0, 1, nullptr, 1, 0, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+  ExpectFailed(Report(source, {tooLong.c_str()}), RPC_S_INVALID_BOUND);
+  ExpectFailed(Report(source, {longest.c_str(), longest.c_str()}), RPC_S_INVALID_BOUND);
+  ExpectFailed(Report(source, std::vector<LPCWSTR>(257, u"")), RPC_S_INVALID_BOUND);
+  ExpectFailed(Report(source, {}, 1, std::string(61441, 'r')), RPC_S_INVALID_BOUND);
+  ExpectFailed(Report(event, {}), ERROR_INVALID_HANDLE);
+  EXPECT_TRUE(Report(source, {longest.c_str()}));
+  ExpectFailed(DeregisterEventSource(event), ERROR_INVALID_HANDLE);
+  EXPECT_TRUE(CloseHandle(event)) << "a handle of another kind stays open";
+  EXPECT_TRUE(DeregisterEventSource(source));
+  ExpectFailed(Report(source, {}), ERROR_INVALID_HANDLE);
+  ExpectFailed(DeregisterEventSource(source), ERROR_INVALID_HANDLE);
+  ExpectFailed(Register(u""), ERROR_INVALID_PARAMETER);
+  ExpectFailed(RegisterEventSourceW(u"\\\\some-other-computer", u"Source"), RPC_S_SERVER_UNAVAILABLE);
+  EXPECT_EQ(Read().size(), 1u);
+}
+
+TEST_F(EventLogTest, ProcessesShareOneLogAndAKilledOneLosesNothing) {
+  constexpr int kCount = 150;
+  const auto spawn = [](int count) {
+    const pid_t child = fork();
+    if (child != 0) return static_cast<DWORD>(child);
+    alarm(60);
+    const HANDLE source = Register(u"Shared");
+    for (int i = 0; i < count && Report(source, {ToUtf16(std::to_string(i)).c_str()}); ++i) {
+    }
+    _exit(0);
+  };
+  const DWORD workers[] = {spawn(kCount), spawn(kCount)};
+  const DWORD killed = spawn(1 << 30);
+  std::map<DWORD, int> counts;
+  while (counts[killed] < 20) {
+    counts.clear();
+    for (const Event& event : Read()) ++counts[event.process];
+  }
+  kill(static_cast<pid_t>(killed), SIGKILL);
+  for (const DWORD child : {workers[0], workers[1], killed}) waitpid(static_cast<pid_t>(child), nullptr, 0);
+  const HANDLE source = Register(u"Shared");
+  EXPECT_TRUE(Report(source, {u"0"}));
+  std::int64_t record = 0;
+  counts.clear();
+  for (const Event& event : Read()) {
+    EXPECT_EQ(event.record, ++record);
+    EXPECT_EQ(event.strings, std::vector<std::u16string>{ToUtf16(std::to_string(counts[event.process]++))});
+  }
+  for (const DWORD worker : workers) EXPECT_EQ(counts[worker], kCount);
+  DeregisterEventSource(source);
+}
+
+TEST_F(EventLogTest, TheOldestEntriesAreDropped) {
+  const HANDLE source = Register(u"Source");
+  EXPECT_TRUE(Report(source, {u"first"}));
+  sqlite3* database = nullptr;
+  sqlite3_open(File().c_str(), &database);
+  sqlite3_exec(database,
+               "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n WHERE i < 100001) INSERT INTO events "
+               "SELECT i, 0, 'System', 'a', 'a', 1, 0, 0, 0, '', x'', x'' FROM n",
+               nullptr, nullptr, nullptr);
+  sqlite3_close(database);
+  EXPECT_TRUE(Report(source, {u"last"}));
+  const std::vector<Event> events = Read();
+  EXPECT_EQ(events.size(), 100000u);
+  EXPECT_EQ(events.front().record, 3);
+  EXPECT_EQ(events.back().strings, std::vector<std::u16string>{u"last"});
+  DeregisterEventSource(source);
+}
+
+TEST_F(EventLogTest, ADamagedOrLockedFileFails) {
+  const HANDLE source = Register(u"Source");
+  EXPECT_TRUE(Report(source, {u"x"}));
+  SetRegistryBusyTimeout(50);
+  sqlite3* holder = nullptr;
+  sqlite3_open(File().c_str(), &holder);
+  sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+  ExpectFailed(Report(source, {u"y"}), ERROR_BUSY);
+  EXPECT_EQ(Read().size(), 1u) << "readers do not wait";
+  sqlite3_exec(holder, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_close(holder);
+  EXPECT_TRUE(Report(source, {u"z"}));
+
+  TemporaryHome home;
+  WriteFile(home.Path() / "registry.db", std::string(8192, 'x'));
+  ExpectFailed(Report(source, {u"x"}), ERROR_BADDB);
+  ExpectFailed(Register(u"Source"), ERROR_BADDB);
+  std::int64_t after = 0;
+  EXPECT_EQ(FindLastEvents({}, 10, &after), ERROR_BADDB);
+  DeregisterEventSource(source);
+}
+
+TEST_F(EventLogTest, TextsComeFromTheMessageFile) {
+  fs::create_directories(home_.Path() / "drive_c/Windows/System32");
+  WriteFile(home_.Path() / "drive_c/Windows/System32/msgtable.dll", MessageLibrary());
+  MakeSource(u"System\\Expanded", u"C:\\none.dll;%SystemRoot%\\System32\\msgtable.dll");
+  MakeSource(u"System\\Plain", u"%SystemRoot%\\System32\\msgtable.dll", REG_SZ);
+  for (const DWORD id : {0x40000100u, 0x40FF0400u, 0x80000200u, 0x80FF0500u, 0xC0000300u, 0xC0FF0600u})
+    EXPECT_EQ(TextOf("System", "Expanded", id, {u"100% %1", u"second"}), u"100% %1") << std::hex << id;
+  EXPECT_EQ(TextOf("System", "Expanded", 1, {}), u"Jobs");
+  EXPECT_EQ(TextOf("System", "Expanded", 2, {}), u"Printer");
+  for (const DWORD id : {0u, 3u, 0x40000101u, 0x400000FFu, 0xFFFFFFFFu})
+    EXPECT_EQ(TextOf("System", "Expanded", id, {u"a", u"b"}), u"a\r\nb") << std::hex << id;
+  EXPECT_EQ(TextOf("System", "Plain", 0x40FF0400u, {u"a", u"b"}), u"a\r\nb") << "no variables in such a value";
+  EXPECT_EQ(TextOf("System", "Unknown", 0x40FF0400u, {}), u"");
+
+  // A table of one block, identifiers 7 and 8, the second in bytes.
+  const std::u16string message = u"%2 of %1!d!,%n%t%%%9 %10%!%r%b.%0gone";
+  std::string table("\1\0\0\0\7\0\0\0\10\0\0\0\20\0\0\0", 16);
+  const auto addEntry = [&](std::string text, char unicode) {
+    text.resize((text.size() + 4) / 4 * 4);
+    table += std::string{static_cast<char>(text.size() + 4), '\0', unicode, '\0'} + text;
+  };
+  addEntry({reinterpret_cast<const char*>(message.data()), message.size() * sizeof(WCHAR)}, 1);
+  addEntry("bytes \xC3\xA4 %1", 0);
+  const fs::path file = home_.Path() / "table.dll";
+  std::string library = MessageLibrary();
+  WriteFile(file, library.replace(DirectoryAt(library) + 0x58, table.size(), table));
+  MakeSource(u"Application\\Source", ToUtf16(file.string()).c_str());
+  EXPECT_EQ(TextOf("Application", "Source", 7, {u"one", u"two"}), u"two of one,\r\n\t%%9 %10!\r .");
+  EXPECT_EQ(TextOf("Application", "Source", 8, {u"one"}), u"bytes \u00E4 one");
+}
+
+/// What is read of a PE file: the first 100 units of a text.
+std::u16string MessageOf(const fs::path& path, const ResourceName& type, const ResourceName& name) {
+  const auto file = ResourceFile::Open(path);
+  std::string_view table;
+  std::u16string text;
+  if (!file || !file->Find(type, name, &table) || !FindMessage(table, 0xC0FF0600, &text)) return u"none";
+  return text.substr(0, 100);
+}
+
+TEST_F(EventLogTest, ResourcesOfBothFormatsAndNames) {
+  const fs::path path = home_.Path() / "file.dll";
+  std::string library = MessageLibrary();
+  WriteFile(path, library);
+  EXPECT_EQ(MessageOf(path, kMessageTableType, WORD{2}), u"none");
+  EXPECT_EQ(MessageOf(path, WORD{10}, WORD{1}), u"none");
+  // The name of the table becomes a text, which is written after the resources.
+  const std::size_t directory = DirectoryAt(library);
+  library.replace(directory + 0x24, 8, std::string("\1\0\0\0\xC0\1\0\x80", 8));
+  library.replace(directory + 0x1C0, 8, std::string("\3\0A\0b\0\xC4\0", 8));
+  WriteFile(path, library);
+  EXPECT_EQ(MessageOf(path, kMessageTableType, std::u16string(u"aB\u00E4")), u"%1\n");
+  EXPECT_EQ(MessageOf(path, kMessageTableType, std::u16string(u"aBc")), u"none");
+  // The 32-bit optional header is 16 bytes shorter before the directories.
+  const std::size_t optional = static_cast<unsigned char>(library[0x3C]) + 24u;
+  library.replace(optional, 2, "\x0B\1");
+  library.replace(optional + 92, 36, library.substr(optional + 108, 36));
+  WriteFile(path, library);
+  EXPECT_EQ(MessageOf(path, kMessageTableType, std::u16string(u"ab\u00C4")), u"%1\n");
+}
+
+TEST_F(EventLogTest, DamagedFilesLackTextsAndDoNothingWorse) {
+  const fs::path path = home_.Path() / "file.dll";
+  const std::string library = MessageLibrary();
+  ASSERT_GT(library.size(), 1000u);
+  WriteFile(path, library);
+  const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+  int sound = 0, lost = 0;
+  const auto tryFile = [&] { (MessageOf(path, kMessageTableType, WORD{1}) == u"%1\n" ? sound : lost) += 1; };
+  for (std::size_t at = 0; at < library.size(); ++at) {
+    for (const char flip : {'\xFF', '\x80', '\x01'}) {
+      const char bad = static_cast<char>(library[at] ^ flip);
+      ASSERT_EQ(pwrite(file, &bad, 1, static_cast<off_t>(at)), 1);
+      tryFile();
+    }
+    ASSERT_EQ(pwrite(file, &library[at], 1, static_cast<off_t>(at)), 1);
+  }
+  EXPECT_GT(lost, 100);
+  EXPECT_GT(sound, 1000) << "most bytes are padding";
+  lost = 0;
+  for (std::size_t size = library.size(); size-- > 0;) {
+    ASSERT_EQ(ftruncate(file, static_cast<off_t>(size)), 0);
+    tryFile();
+  }
+  EXPECT_GT(lost, 2000);
+  close(file);
+  fs::remove(path);
+  ExpectFailed(ResourceFile::Open(path) != nullptr, ERROR_FILE_NOT_FOUND);
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  ExpectFailed(ResourceFile::Open(path) != nullptr, ERROR_BAD_EXE_FORMAT);
+}
+
+}  // namespace
+}  // namespace portwise::platform
