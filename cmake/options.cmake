@@ -4,6 +4,8 @@ set(PORTWISE_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefin
 
 add_library(portwise-options INTERFACE)
 target_compile_options(portwise-options INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor)
+# A processor fault becomes an exception at the instruction where it happens.
+target_compile_options(portwise-options INTERFACE -fnon-call-exceptions -fasynchronous-unwind-tables)
 target_compile_definitions(portwise-options INTERFACE UNICODE _UNICODE)
 if(WIN32)
   target_compile_definitions(portwise-options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)

@@ -8,18 +8,28 @@
 #include "core/exception_handler.h"
 #include "core/module_instance.h"
 #include "core/thread_local_singleton.h"
+#include "logging/event_log_report.h"
 #include "monitor/call_guard.h"
 #include "monitor/entry_points.h"
 #include "monitor/port_list.h"
+
+namespace {
+
+/// For guards that know no port.
+portwise::EventLogReport noLog(nullptr);
+
+}  // namespace
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
       portwise::SetModuleInstance(instance);
+      portwise::OExceptionHandler::SetDefaultReport(&noLog);
       portwise::CreatePortList();
       break;
     case DLL_PROCESS_DETACH:
       portwise::DestroyPortList();
+      portwise::OExceptionHandler::SetDefaultReport(nullptr);
       portwise::ThreadLocalSlot::DestroyObjects();
       break;
     case DLL_THREAD_DETACH:

@@ -114,6 +114,11 @@ HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_AT
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, OVERLAPPED* overlapped);
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD written, OVERLAPPED* overlapped);
 BOOL WINAPI FlushFileBuffers(HANDLE file);
+#define STD_INPUT_HANDLE static_cast<DWORD>(-10)
+#define STD_OUTPUT_HANDLE static_cast<DWORD>(-11)
+#define STD_ERROR_HANDLE static_cast<DWORD>(-12)
+/// The process's standard stream, whatever its descriptor stands for at the moment. Not to be closed.
+HANDLE WINAPI GetStdHandle(DWORD which);
 BOOL WINAPI SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method);
 BOOL WINAPI SetEndOfFile(HANDLE file);
 BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <errhandlingapi.h>
 #include <eventlog.h>
 #include <winbase.h>
 #include <windef.h>

@@ -59,6 +59,7 @@ constexpr Row kTexts[] = {
     {ERROR_NO_MORE_ITEMS, "There are no further entries."},
     {ERROR_DIRECTORY, "The name of the folder is not valid."},
     {ERROR_MR_MID_NOT_FOUND, "There is no text for this message number."},
+    {ERROR_INVALID_ADDRESS, "The memory address is not valid."},
     {ERROR_ARITHMETIC_OVERFLOW, "A number is too large for its type."},
     {ERROR_OPERATION_ABORTED, "The operation was broken off."},
     {ERROR_STACK_OVERFLOW, "The stack is used up."},

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <optional>
 
 #include "platform/kernel/errno_map.h"
@@ -104,6 +105,13 @@ HANDLE OpenFile(const OpenRequest& request, DWORD share) {
   return handle;
 }
 
+/// A handle of one of the process's own descriptors.
+HANDLE OpenStandard(int descriptor) {
+  auto claim = ShareClaim::Take({}, 0, 0);
+  return OpenHandle(
+      std::make_shared<File>(UniqueFd(descriptor), GENERIC_READ | GENERIC_WRITE, false, std::move(*claim)));
+}
+
 /// Sets a file's size or position and turns the result of the system call into the API's.
 BOOL Result(long long result) { return result >= 0 ? TRUE : Fail(ErrorOfErrno(errno)); }
 
@@ -123,6 +131,16 @@ HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_AT
   }
   if (!ResolvePath(path, &request.path)) return INVALID_HANDLE_VALUE;
   return OpenFile(request, share);
+}
+
+HANDLE WINAPI GetStdHandle(DWORD which) {
+  static const HANDLE handles[] = {OpenStandard(STDIN_FILENO), OpenStandard(STDOUT_FILENO),
+                                   OpenStandard(STDERR_FILENO)};
+  // -10, -11 and -12
+  const DWORD index = STD_INPUT_HANDLE - which;
+  if (index < std::size(handles)) return handles[index];
+  SetLastError(ERROR_INVALID_HANDLE);
+  return INVALID_HANDLE_VALUE;
 }
 
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, OVERLAPPED* overlapped) {

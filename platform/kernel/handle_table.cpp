@@ -36,7 +36,7 @@ class HandleTable {
       return nullptr;
     }
     slots_[index].object = std::move(object);
-    return reinterpret_cast<HANDLE>((slots_[index].generation << kSlotBits | (index + 1)) << 2);
+    return HandleOf(index);
   }
 
   std::shared_ptr<KernelObject> Find(HANDLE handle) {
@@ -55,7 +55,20 @@ class HandleTable {
     return std::move(slot->object);
   }
 
+  std::vector<HANDLE> TryList() {
+    std::vector<HANDLE> handles;
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    for (ULONG_PTR index = 0; lock && index < slots_.size(); ++index) {
+      if (slots_[index].object) handles.push_back(HandleOf(index));
+    }
+    return handles;
+  }
+
  private:
+  HANDLE HandleOf(ULONG_PTR index) const {
+    return reinterpret_cast<HANDLE>((slots_[index].generation << kSlotBits | (index + 1)) << 2);
+  }
+
   Slot* SlotOf(HANDLE handle) {
     const auto value = reinterpret_cast<ULONG_PTR>(handle);
     const ULONG_PTR index = (value >> 2 & kMaxSlots) - 1;
@@ -78,6 +91,8 @@ HandleTable& Table() {
 }  // namespace
 
 HANDLE OpenHandle(std::shared_ptr<KernelObject> object) { return Table().Open(std::move(object)); }
+
+std::vector<HANDLE> TryListHandles() { return Table().TryList(); }
 
 std::shared_ptr<KernelObject> FindObject(HANDLE handle) {
   auto object = Table().Find(handle);

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <vector>
 
 namespace portwise::platform {
 
@@ -22,6 +23,10 @@ HANDLE OpenHandle(std::shared_ptr<KernelObject> object);
 /// The object of an open handle. Null with ERROR_INVALID_HANDLE for null, INVALID_HANDLE_VALUE, handles that were
 /// closed and values that never were handles. Any thread.
 std::shared_ptr<KernelObject> FindObject(HANDLE handle);
+
+/// The handles that are open; none when the table is in use just now, possibly by the calling thread itself. Any
+/// thread.
+std::vector<HANDLE> TryListHandles();
 
 /// As FindObject; a handle of another kind is not a valid one.
 template <class Kind>

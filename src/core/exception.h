@@ -14,8 +14,15 @@ class OException {
   /// Memory ran out: made when the library is loaded, so that telling needs no memory.
   static const OException& OutOfMemory();
 
+  /// The code of a failure that was raised with a source location.
+  static constexpr LONG kRaised = -1;
+
   /// An empty message is replaced by the system's message for `code`.
   explicit OException(LONG code, std::string message = std::string(), std::string detail = std::string());
+
+  /// A failure that the system raised. With kRaised the location and the message come from the source-location record
+  /// that the exception carries.
+  OException(LONG code, std::string message, EXCEPTION_POINTERS* exceptionPointers);
   virtual ~OException() = default;
 
   LONG Code() const { return code_; }
@@ -28,6 +35,9 @@ class OException {
   const std::string& File() const { return file_; }
   LONG Line() const { return line_; }
 
+  /// Those of the processor fault, until the thread's next one; null when it was none.
+  EXCEPTION_POINTERS* ExceptionPointers() const { return exceptionPointers_; }
+
  private:
   LONG code_;
   std::string message_;
@@ -35,7 +45,11 @@ class OException {
   std::string function_;
   std::string file_;
   LONG line_ = -1;
+  EXCEPTION_POINTERS* exceptionPointers_ = nullptr;
 };
+
+/// The translator of the guards: throws an OException with what the fault means.
+[[noreturn]] void ThrowFaultAsException(EXCEPTION_POINTERS* pointers);
 
 /// A failure of the standard library, reported as an internal error with its text.
 class OStdException : public OException {

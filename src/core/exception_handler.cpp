@@ -1,14 +1,74 @@
 #include "core/exception_handler.h"
 
+#include <atomic>
 #include <new>
 
+#include "core/exception_report.h"
+#include "core/minidump.h"
+
 namespace portwise {
+namespace {
+
+std::atomic<FaultReport*> defaultReport = nullptr;
+
+/// Runs a part of the report. What it throws ends here: a fault as well, whose stack may have to be mended first.
+template <class Body>
+void Absorb(Body&& body) {
+  try {
+    body();
+  } catch (const OException&) {
+    EndFault();
+  } catch (CMemoryException*) {
+  } catch (const std::exception&) {
+  }
+}
+
+}  // namespace
+
+OExceptionHandler::OExceptionHandler(const char* scopeName, DWORD flags)
+    : previousTranslator_(SetFaultTranslator(ThrowFaultAsException)), scopeName_(scopeName), flags_(flags) {}
+
+OExceptionHandler::~OExceptionHandler() { SetFaultTranslator(previousTranslator_); }
+
+void OExceptionHandler::SetDefaultReport(FaultReport* report) { defaultReport = report; }
+
+/// The line that tells of the minidump; empty when there was nothing to write one of.
+std::string OExceptionHandler::TryDump(const OException& exception) {
+  if (!exception.ExceptionPointers()) return std::string();
+  bool written = false;
+  OString path;
+  Absorb([&] {
+    FaultReport* report = defaultReport;
+    const OString library = report ? report->DebugLibraryPath() : OString();
+    written = WriteMinidump(library, exception.ExceptionPointers(), &path);
+  });
+  const WideView kept = path.View().substr(0, MAX_PATH - 1);
+  if (!kept.empty()) dumpPath_[kept.copy(dumpPath_, MAX_PATH - 1)] = 0;
+  return written ? std::string("MiniDump File: ") + OString(dumpPath_).Narrow()
+                 : std::string("Attemped to generate minidump file but failed");
+}
+
+void OExceptionHandler::Report(const OException& exception, const std::string& dumpLine) {
+  const ExceptionReport report(exception, scopeName_, dumpLine);
+  if (flags_ & kReportStandardError) Absorb([&] { report.WriteToStandardError(); });
+  if (flags_ & kReportMessageBox) Absorb([&] { report.ShowMessageBox(); });
+  if ((flags_ & kReportEventLog) && report_) Absorb([&] { report_->ReportError(OString(report.EventText())); });
+}
 
 void OExceptionHandler::Handle(const OException& exception) {
-  if (flags_ & kSetLastError) SetLastError(static_cast<DWORD>(exception.Code()));
+  const DWORD error = GetLastError();
+  Absorb([&] { Report(exception, TryDump(exception)); });
+  SetLastError(flags_ & kSetLastError ? static_cast<DWORD>(exception.Code()) : error);
 }
 
 void OExceptionHandler::HandleCurrent() {
+  // The stack has been unwound to here.
+  EndFault();
+  // Even an override of Handle may fault.
+  Absorb([this] { HandleInFlight(); });
+}
+
+void OExceptionHandler::HandleInFlight() {
   try {
     try {
       throw;
@@ -22,9 +82,20 @@ void OExceptionHandler::HandleCurrent() {
       Handle(OStdException(exception));
     }
   } catch (const std::bad_alloc&) {
-    // Even the report found no memory.
+    // There was not even memory for the wrapper.
     Handle(OException::OutOfMemory());
   }
+}
+
+// A function of its own, which sees nothing of the body: otherwise the compiler might conclude that the body does not
+// throw, and leave the handler out.
+BOOL CallGuarded(OExceptionHandler& guard, BOOL (*function)(void* body), void* body) {
+  try {
+    return function(body);
+  } catch (...) {
+    guard.HandleCurrent();
+  }
+  return FALSE;
 }
 
 }  // namespace portwise

@@ -13,6 +13,11 @@ DWORD lastReportedJob = kNoJob;  // under reportLock
 
 }  // namespace
 
+void NetMonExceptionHandler::ReportTo(PortContext* port) {
+  port_ = port;
+  SetReport(port ? port->Faults() : nullptr);
+}
+
 void NetMonExceptionHandler::Handle(const OException& exception) {
   if (!port_) {
     OExceptionHandler::Handle(exception);

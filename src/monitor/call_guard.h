@@ -16,12 +16,13 @@ class NetMonExceptionHandler : public OExceptionHandler {
 
   NetMonExceptionHandler(const char* scopeName, DWORD flags) : OExceptionHandler(scopeName, flags) {}
 
-  void SetPort(const PortContext* port) { port_ = port; }
+  /// From now on the guard reports to the port's event log. The port must outlive the guarded call.
+  void ReportTo(PortContext* port);
 
   void Handle(const OException& exception) override;
 
  private:
-  const PortContext* port_ = nullptr;
+  PortContext* port_ = nullptr;
 };
 
 }  // namespace portwise

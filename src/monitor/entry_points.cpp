@@ -20,7 +20,7 @@ template <class Body>
 BOOL Operation(const char* name, HANDLE port, Body&& body) {
   NetMonExceptionHandler guard(name, NetMonExceptionHandler::kOperationFlags);
   auto* context = static_cast<PortContext*>(port);
-  guard.SetPort(context);
+  guard.ReportTo(context);
   return RunGuarded(guard, [&] { return body(*context) ? TRUE : FALSE; });
 }
 
@@ -58,7 +58,7 @@ BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR p
   PortContext* context = nullptr;
   const BOOL opened = RunGuarded(guard, [&] {
     context = Ports()->Create(portName);
-    guard.SetPort(context);
+    guard.ReportTo(context);
     context->SetPrinterName(printerName);
     context->Diagnostics().LogCall("lmOpenPortEx2W");
     const bool done = context->Open(monitorPort, *underlying);

@@ -8,7 +8,8 @@
 
 namespace portwise {
 
-PortContext::PortContext(const OString& portName) : portName_(portName), documents_(*this), path_(*this) {}
+PortContext::PortContext(const OString& portName)
+    : portName_(portName), eventLog_(portName), documents_(*this), path_(*this) {}
 
 PortContext::~PortContext() = default;
 
@@ -86,7 +87,9 @@ OString PortContext::PrinterName() const {
 
 void PortContext::SetPrinterName(const OString& printer) {
   OScopedLock lock(nameLock_);
-  if (printerName_ != printer) printerName_ = printer;
+  if (printerName_ == printer) return;
+  printerName_ = printer;
+  eventLog_.SetPrinterName(printer);
 }
 
 }  // namespace portwise

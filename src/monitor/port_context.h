@@ -12,6 +12,8 @@
 #include "connection/port_link.h"
 #include "core/ostring.h"
 #include "core/synchronizer.h"
+#include "logging/event_log_report.h"
+#include "logging/printer_port_event_log.h"
 #include "monitor/diagnostics.h"
 #include "monitor/document_control.h"
 #include "monitor/print_path.h"
@@ -57,6 +59,10 @@ class PortContext final : public PortLink {
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
   PrintPath& Path() { return path_; }
   MonitorDiagnostics& Diagnostics() { return diagnostics_; }
+  /// Messages about the port and its printer.
+  PrinterPortEventLog& EventLog() { return eventLog_; }
+  /// Where the guards of the port's calls and threads report.
+  FaultReport* Faults() { return &faults_; }
   /// Whether the spooler is deleting the job in progress, or has deleted it.
   bool JobIsDeleted() const;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
@@ -74,6 +80,8 @@ class PortContext final : public PortLink {
   const OString portName_;
   OString printerName_;  // under nameLock_
   mutable OCriticalSection nameLock_;
+  PrinterPortEventLog eventLog_;
+  EventLogReport faults_{&eventLog_};
   std::unique_ptr<Connection> connection_;
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};

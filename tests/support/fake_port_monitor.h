@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/text.h"
@@ -32,6 +33,7 @@ class FakePortMonitor {
       return !current->refuseStart;
     };
     table.pfnWritePort = [](HANDLE, LPBYTE buffer, DWORD size, LPDWORD written) -> BOOL {
+      current->Enter("write");
       *written = size;
       const auto take = [&] { current->output.append(reinterpret_cast<const char*>(buffer), *written); };
       BOOL result = TRUE;
@@ -45,6 +47,7 @@ class FakePortMonitor {
       return result;
     };
     table.pfnReadPort = [](HANDLE, LPBYTE buffer, DWORD, LPDWORD read) -> BOOL {
+      current->Enter("read");
       if (current->onRead) current->onRead();
       buffer[0] = 'r';
       *read = 1;
@@ -75,11 +78,18 @@ class FakePortMonitor {
   /// when it throws.
   std::function<BOOL(DWORD size, DWORD* written)> onWrite;
   std::function<void()> onRead;
+  /// Runs at the begin of each operation, once it is recorded: "open", "start", "write", "read", "end", "close" or
+  /// "data".
+  std::function<void(std::string_view operation)> onCall;
 
  private:
   BOOL Record(const std::string& call) {
     calls.push_back(call);
+    Enter(std::string_view(call).substr(0, call.find(' ')));
     return TRUE;
+  }
+  void Enter(std::string_view operation) {
+    if (onCall) onCall(operation);
   }
 
   static inline FakePortMonitor* current = nullptr;

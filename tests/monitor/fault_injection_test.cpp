@@ -1,0 +1,246 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <new>
+#include <thread>
+
+#include "core/exception.h"
+#include "core/thread_local_singleton.h"
+#include "monitor/entry_points.h"
+#include "monitor/port_list.h"
+#include "platform/eventlog/event_reader.h"
+#include "platform/home.h"
+#include "platform/text.h"
+#include "settings/registry.h"
+#include "tests/support/fake_port_monitor.h"
+#include "tests/support/fake_printer.h"
+#include "tests/support/fake_spooler.h"
+#include "tests/support/faults.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+struct Injection {
+  const char* name;
+  void (*fail)();
+  DWORD error;
+  const char* text;
+  bool isFault;
+};
+
+const Injection kInjections[] = {
+    {"division by zero", DivideByZero, 1359, "Error: Division by zero.\r\n", true},
+    {"null pointer", ReadNull, 487, "Error: The memory address is not valid.\r\n", true},
+#ifndef __SANITIZE_THREAD__  // the stack may end inside the sanitizer, which then keeps a lock
+    {"stack overflow", [] { OverflowStack(); }, 1001, "Error: The stack is used up.\r\n", true},
+#endif
+    {"own exception", [] { throw OException(4711, "It broke."); }, 4711, "Error: It broke.\r\n", false},
+    {"memory exception", [] { throw CMemoryException::Instance(); }, 14, "Error: ", false},
+    {"out of memory", [] { throw std::bad_alloc(); }, 14, "Error: ", false},
+    {"standard exception", [] { throw std::runtime_error("Bad luck."); }, 1359, "Error: Bad luck.\r\n", false},
+};
+
+class FaultInjection : public testing::Test {
+ protected:
+  FaultInjection() { CreatePortList(); }
+  ~FaultInjection() override { DestroyPortList(); }
+
+  HANDLE Open(OString port) {
+    HANDLE handle = nullptr;
+    WCHAR printer[] = TEXT("Labels");
+    lmOpenPortEx2W(MonitorTable(), below_.Monitor(), const_cast<LPWSTR>(port.Wide()), printer, &handle, &below_.table);
+    return handle;
+  }
+  BOOL Start(HANDLE port, DWORD job) {
+    WCHAR document[] = TEXT("document"), printer[] = TEXT("Labels");
+    DOC_INFO_1W info = {document, nullptr, nullptr};
+    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
+  }
+  static BOOL Write(HANDLE port, std::string data) {
+    DWORD written = 0;
+    return lmWritePortW(port, reinterpret_cast<LPBYTE>(data.data()), static_cast<DWORD>(data.size()), &written);
+  }
+
+  /// From now on the operation of the monitor below fails, until Disarm.
+  void Arm(std::string_view operation, void (*fail)()) {
+    below_.onCall = [operation, fail](std::string_view called) {
+      if (called == operation) fail();
+    };
+  }
+  void Disarm() { below_.onCall = nullptr; }
+
+  /// The texts of the monitor's log entries since the last call.
+  std::vector<std::string> NewReports() {
+    std::vector<platform::Event> events;
+    EXPECT_EQ(platform::ReadEvents(&lastEvent_, {}, 1000, &events), ERROR_SUCCESS);
+    std::vector<std::string> texts;
+    for (const platform::Event& event : events) {
+      EXPECT_EQ(event.id, 0xC0FF0600u);
+      texts.push_back(platform::ToUtf8(event.strings.at(0)));
+    }
+    return texts;
+  }
+
+  /// Whether there are dumps; they are removed.
+  static bool TakeDumps() {
+    const auto folder = platform::LinuxPath(u"C:\\ProgramData\\Corvane\\Drivers\\Dump");
+    return std::filesystem::remove_all(folder) > 1;
+  }
+
+  TemporaryHome home_;
+  FakeSpooler spooler_;
+  FakePortMonitor below_;
+  std::int64_t lastEvent_ = 0;
+};
+
+/// A port that prints over TCP on a thread of its own, until it is destroyed.
+class Neighbour {
+ public:
+  explicit Neighbour(std::function<HANDLE(const char* port)> open) {
+    ORegistry registry;
+    const OString key = "PRINT:Monitors/Standard TCP//IP Port/Ports/IP_1";
+    registry.SetString(key + "/IPAddress", "127.0.0.1");
+    registry.SetDword(key + "/PortNumber", printer_.Port());
+    registry.SetDword(key + "/Protocol", 1);
+    port_ = open("IP_1");
+  }
+  void Run() {
+    thread_ = std::thread([this] {
+      WCHAR document[] = TEXT("long"), printer[] = TEXT("Others");
+      DOC_INFO_1W info = {document, nullptr, nullptr};
+      EXPECT_TRUE(lmStartDocPortW(port_, printer, 999, 1, reinterpret_cast<LPBYTE>(&info)));
+      do {
+        std::string line = "label " + std::to_string(sent_++) + "\n";
+        DWORD written = 0;
+        EXPECT_TRUE(
+            lmWritePortW(port_, reinterpret_cast<LPBYTE>(line.data()), static_cast<DWORD>(line.size()), &written));
+        expected_ += line;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      } while (!over_);
+      printed_ = lmEndDocPortW(port_);
+      ThreadLocalSlot::DestroyObjects();
+    });
+    ASSERT_TRUE(printer_.Accept());
+  }
+  void Finish() {
+    over_ = true;
+    // The end of the job waits for the printer to read it.
+    const std::string all = printer_.Receive(~std::size_t{0});
+    printer_.Close();
+    thread_.join();
+    EXPECT_TRUE(printed_);
+    EXPECT_EQ(all, expected_);
+    EXPECT_GT(sent_, 5);
+    EXPECT_TRUE(lmClosePortW(port_));
+  }
+
+ private:
+  FakePrinter printer_;
+  HANDLE port_ = nullptr;
+  std::atomic<bool> over_ = false;
+  int sent_ = 0;
+  std::string expected_;
+  BOOL printed_ = FALSE;
+  std::thread thread_;
+};
+
+TEST_F(FaultInjection, InEveryOperationCostsOneCallAndOneReport) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  spooler_.printers["Others"] = {"IP_1", ""};
+  Neighbour neighbour([this](const char* port) { return Open(port); });
+  neighbour.Run();
+  DWORD job = 100;
+  for (const Injection& injection : kInjections) {
+    for (const std::string operation : {"open", "start", "write", "read", "data", "end", "close"}) {
+      SCOPED_TRACE(operation + ": " + injection.name);
+      ++job;
+      const bool opens = operation == "open";
+      const HANDLE port = opens ? nullptr : Open("FILE:");
+      if (!opens && operation != "start") {
+        ASSERT_TRUE(Start(port, job));
+      }
+      const auto call = [&]() -> BOOL {
+        BYTE byte = 0;
+        DWORD count = 0;
+        WCHAR word[3] = {};
+        if (opens) return Open("FILE:") != nullptr;
+        if (operation == "start") return Start(port, job);
+        if (operation == "write") return Write(port, "x");
+        if (operation == "read") return lmReadPortW(port, &byte, 1, &count);
+        if (operation == "data") return lmGetPrinterDataFromPortW(port, 1, nullptr, word, 3, word, 5, &count);
+        if (operation == "end") return lmEndDocPortW(port);
+        return lmClosePortW(port);
+      };
+      Arm(operation, injection.fail);
+      SetLastError(1);
+      EXPECT_FALSE(call());
+      EXPECT_EQ(GetLastError(), injection.error);
+      const auto reports = NewReports();
+      ASSERT_EQ(reports.size(), 1u);
+      EXPECT_THAT(reports[0], AllOf(StartsWith("Port: FILE:\tPrinter: Labels\r\n" + std::string(injection.text)),
+                                    HasSubstr("\r\nCaught in [lm")));
+      EXPECT_EQ(reports[0].find("MiniDump File: ") != std::string::npos, injection.isFault);
+      EXPECT_EQ(TakeDumps(), injection.isFault);
+      if (operation == "write" || operation == "read") {
+        SetLastError(1);
+        EXPECT_FALSE(call());
+        EXPECT_EQ(GetLastError(), 1u) << "a report that is held back leaves the last error";
+        EXPECT_TRUE(NewReports().empty()) << "one a job";
+        EXPECT_FALSE(TakeDumps());
+      }
+      Disarm();
+      if (port && operation != "close") {
+        if (operation != "start" && operation != "end") {
+          EXPECT_TRUE(Write(port, "goes on"));
+          EXPECT_TRUE(lmEndDocPortW(port));
+        }
+        EXPECT_TRUE(lmClosePortW(port));
+      }
+      // The next job's first failure is told again, in whatever operation it comes.
+      const HANDLE other = Open("FILE:");
+      ASSERT_TRUE(Start(other, ++job));
+      Arm("write", [] { throw OException(5); });
+      EXPECT_FALSE(Write(other, "x"));
+      Disarm();
+      EXPECT_EQ(NewReports().size(), 1u);
+      EXPECT_TRUE(lmEndDocPortW(other));
+      EXPECT_TRUE(lmClosePortW(other));
+      EXPECT_EQ(Ports()->Size(), 1) << "the neighbour's";
+    }
+  }
+  neighbour.Finish();
+}
+
+TEST_F(FaultInjection, ThatCannotBeReportedStillCostsOneCall) {
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(port);
+  // Neither the dump's folder nor the event log can be made.
+  const auto common = platform::LinuxPath(u"C:\\ProgramData");
+  std::filesystem::remove_all(common);
+  std::ofstream(common).put('x');
+  std::filesystem::remove_all(home_.Path() / "registry.db");
+  std::filesystem::create_directory(home_.Path() / "registry.db");
+  DWORD job = 1;
+  for (const Injection& injection : kInjections) {
+    ASSERT_TRUE(Start(port, ++job));
+    Arm("write", injection.fail);
+    EXPECT_FALSE(Write(port, "x"));
+    EXPECT_EQ(GetLastError(), injection.error);
+    Disarm();
+    EXPECT_TRUE(Write(port, "y"));
+    EXPECT_TRUE(lmEndDocPortW(port));
+  }
+  EXPECT_TRUE(lmClosePortW(port));
+}
+
+}  // namespace
+}  // namespace portwise
