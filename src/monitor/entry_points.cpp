@@ -5,6 +5,7 @@
 #include "monitor/call_guard.h"
 #include "monitor/port_context.h"
 #include "monitor/port_list.h"
+#include "monitor/request_channel.h"
 
 namespace portwise {
 namespace {
@@ -112,7 +113,8 @@ BOOL WINAPI lmEndDocPortW(HANDLE port) {
 BOOL WINAPI lmGetPrinterDataFromPortW(HANDLE port, DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out,
                                       DWORD outSize, LPDWORD returned) {
   return LoggedOperation("lmGetPrinterDataFromPortW", port, [&](PortContext& context) {
-    const BOOL result = control != 0 && context.GetDeviceData(control, valueName, in, inSize, out, outSize, returned);
+    const BOOL result = control != 0 ? context.GetDeviceData(control, valueName, in, inSize, out, outSize, returned)
+                                     : AnswerRequest(context, OString(valueName).NarrowView(), out, outSize, returned);
     if (!result) SetLastError(ERROR_INVALID_PARAMETER);
     return result;
   });

@@ -16,6 +16,7 @@
 #include "logging/printer_port_event_log.h"
 #include "monitor/diagnostics.h"
 #include "monitor/document_control.h"
+#include "monitor/job_records.h"
 #include "monitor/print_path.h"
 
 namespace portwise {
@@ -58,6 +59,7 @@ class PortContext final : public PortLink {
   Connection& PrinterConnection() { return *connection_; }
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
   PrintPath& Path() { return path_; }
+  JobRecords& Jobs() { return jobs_; }
   MonitorDiagnostics& Diagnostics() { return diagnostics_; }
   /// Messages about the port and its printer.
   PrinterPortEventLog& EventLog() { return eventLog_; }
@@ -87,6 +89,7 @@ class PortContext final : public PortLink {
   COMMTIMEOUTS timeouts_ = {};
   DocumentControl documents_;
   PrintPath path_;
+  JobRecords jobs_;
   MonitorDiagnostics diagnostics_;
   std::atomic<bool> ready_{false};
 };

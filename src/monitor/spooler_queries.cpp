@@ -6,10 +6,10 @@
 namespace portwise {
 namespace {
 
-unique_printer OpenByName(const OString& name) {
+unique_printer OpenByName(const OString& name, PRINTER_DEFAULTSW* defaults = nullptr) {
   unique_printer printer;
   OString text = name;
-  if (!OpenPrinterW(const_cast<LPWSTR>(text.Wide()), printer.Put(), nullptr)) printer.Detach();
+  if (!OpenPrinterW(const_cast<LPWSTR>(text.Wide()), printer.Put(), defaults)) printer.Detach();
   return printer;
 }
 
@@ -58,6 +58,19 @@ DWORD JobStatus(const OString& printer, DWORD job) {
   });
   SetLastError(error);
   return info ? info->Status : 0;
+}
+
+bool ReadJob(const OString& printer, DWORD job, SpoolerJob* info) {
+  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
+  const unique_printer handle = OpenByName(printer, &defaults);
+  if (!handle) return false;
+  OBuffer buffer;
+  const auto* found = Fetch<JOB_INFO_1W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
+    return GetJobW(handle.Get(), job, 1, data, size, needed);
+  });
+  if (!found) return false;
+  *info = {OString(found->pDocument), OString(found->pUserName), OString(found->pMachineName), found->Status};
+  return true;
 }
 
 bool ControlJob(const OString& printer, DWORD job, DWORD command) {

@@ -18,6 +18,15 @@ OString PrinterOfShare(const OString& share);
 /// The job's JOB_STATUS_ bits; 0 when the spooler does not know the job. The thread's last error stays as it is.
 DWORD JobStatus(const OString& printer, DWORD job);
 
+/// What the spooler knows of a job.
+struct SpoolerJob {
+  OString document;
+  OString user;
+  OString machine;
+  DWORD status = 0;  ///< JOB_STATUS_ bits
+};
+bool ReadJob(const OString& printer, DWORD job, SpoolerJob* info);
+
 /// Tells the spooler that the monitor is done with a job (a JOB_CONTROL_ command).
 bool ControlJob(const OString& printer, DWORD job, DWORD command);
 

@@ -23,6 +23,8 @@ class FakeSpooler final : public platform::SpoolerService {
 
   std::map<std::string, Printer> printers;
   unsigned jobStatus = 0;
+  unsigned noJob = 0;                                      ///< is not known
+  nlohmann::json jobTexts = nlohmann::json::object();      ///< "document", "user", "machine" of every job
   std::vector<std::pair<unsigned, unsigned>> jobCommands;  ///< job, command
 
   platform::Message Call(const platform::Message& request) override {
@@ -38,7 +40,9 @@ class FakeSpooler final : public platform::SpoolerService {
       if (found == printers.end()) return platform::Failure(1801, "no such printer");
       reply.head.update(Describe(found->first, found->second));
     } else if (operation == "job-get") {
+      if (request.head["job"] == noJob) return platform::Failure(87, "no such job");
       reply.head.update({{"job", request.head["job"]}, {"status", jobStatus}});
+      reply.head.update(jobTexts);
     } else if (operation == "job-control") {
       jobCommands.emplace_back(request.head["job"].get<unsigned>(), request.head["command"].get<unsigned>());
     } else {
