@@ -7,12 +7,18 @@ target_compile_options(portwise-options INTERFACE -Wall -Wextra -Wpedantic -Werr
 # A processor fault becomes an exception at the instruction where it happens.
 target_compile_options(portwise-options INTERFACE -fnon-call-exceptions -fasynchronous-unwind-tables)
 target_compile_definitions(portwise-options INTERFACE UNICODE _UNICODE)
-if(WIN32)
+if(NOT WIN32)
+  # A frame larger than what lies below the stack would step over it. On Windows every compiler touches page by page.
+  target_compile_options(portwise-options INTERFACE -fstack-clash-protection)
+else()
   target_compile_definitions(portwise-options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)
 endif()
 if(PORTWISE_SANITIZE)
   target_compile_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE})
+endif()
+if(PORTWISE_FUZZ)
+  target_compile_options(portwise-options INTERFACE -fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
 
 # portwise_folder(name [USES folders...] SOURCES files...): the object library of one folder under src/. It sees the

@@ -9,9 +9,9 @@
 #include <cstring>
 
 #include "host/complain.h"
-#include "host/message_library.h"
 #include "host/server.h"
 #include "host/spooler.h"
+#include "host/system_files.h"
 #include "platform/home.h"
 #include "platform/registry/registry_control.h"
 
@@ -64,8 +64,8 @@ int RunSpooler() {
   platform::UniqueFd lock = LockHome(home, &why);
   if (!lock) return Refuse(why);
   if (std::string fault = platform::RegistryFault(); !fault.empty()) return Refuse(fault);
-  // Without the texts the event log still shows what its entries say.
-  if (std::string fault = InstallMessageLibrary(); !fault.empty()) Complain(fault);
+  // Without them the event log still shows what its entries say, and everything is in English.
+  if (std::string fault = InstallSystemFiles(); !fault.empty()) Complain(fault);
   auto spooler = Spooler::Start(home, &why);
   if (!spooler) return Refuse(why);
   auto server = Server::Start(home, *spooler, &why);

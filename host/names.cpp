@@ -26,6 +26,28 @@ std::string NameFault(const std::string& what, const std::string& name) {
   return {};
 }
 
+bool IsRemoteName(const std::string& name) { return name.starts_with("\\\\"); }
+
+std::string NameOrRemoteFault(const std::string& what, const std::string& name) {
+  if (!IsRemoteName(name)) return NameFault(what, name);
+  std::size_t separator = name.find('\\', 2);
+  if (separator == std::string::npos)
+    return "the " + what + " name begins with two backslashes but is not \\\\SERVER\\NAME";
+  if (std::string fault = NameFault("server", name.substr(2, separator - 2)); !fault.empty()) return fault;
+  if (platform::ToUtf16(name).size() > kMaximumName) return "the " + what + " name is longer than 220 characters";
+  return NameFault(what, name.substr(separator + 1));
+}
+
+std::string KeyOfName(std::string name) {
+  std::replace(name.begin(), name.end(), '\\', ',');
+  return name;
+}
+
+std::string NameOfKey(std::string key) {
+  std::replace(key.begin(), key.end(), ',', '\\');
+  return key;
+}
+
 std::string TextFault(const std::string& what, const std::string& text) {
   std::u16string units = platform::ToUtf16(text);
   if (units.size() > kMaximumText) return "the " + what + " is longer than 4095 characters";

@@ -1,5 +1,7 @@
 #include "host/order.h"
 
+#include <winspool.h>
+
 #include "platform/registry/registry_control.h"
 
 namespace portwise {
@@ -16,6 +18,20 @@ std::uint64_t NumberOf(const nlohmann::json& order, const char* field, std::uint
   if (found == order.end() || !found->is_number_unsigned() || found->get<std::uint64_t>() > maximum)
     throw OrderError(ERROR_INVALID_PARAMETER, std::string(field) + " is not a number that can be used");
   return found->get<std::uint64_t>();
+}
+
+Printer RequirePrinter(const nlohmann::json& order, const char* field) {
+  std::string name = TextOf(order, field);
+  auto printer = FindPrinter(name);
+  if (!printer)
+    throw OrderError(ERROR_INVALID_PRINTER_NAME,
+                     "there is no printer " + name + "; 'portwise printer list' shows them");
+  return *printer;
+}
+
+void RequireAdminister(const nlohmann::json& order) {
+  if (order.contains("access") && !(NumberOf(order, "access", UINT32_MAX) & PRINTER_ACCESS_ADMINISTER))
+    throw OrderError(ERROR_ACCESS_DENIED, "the printer was opened to be used, not to be changed");
 }
 
 void RequireNone(const std::string& fault) {

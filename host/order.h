@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/printers.h"
 #include "platform/spooler/message.h"
 
 namespace portwise {
@@ -24,6 +25,11 @@ std::string TextOf(const nlohmann::json& order, const char* field);
 /// A whole number from 0 to `maximum`. OrderError when it is missing or something else.
 std::uint64_t NumberOf(const nlohmann::json& order, const char* field, std::uint64_t maximum);
 
+/// The printer that the text `field` of an order names. OrderError when there is none.
+Printer RequirePrinter(const nlohmann::json& order, const char* field);
+/// Throws OrderError with ERROR_ACCESS_DENIED when the order says with which access its client opened the printer, and
+/// that is not enough to change it.
+void RequireAdminister(const nlohmann::json& order);
 /// Throws OrderError with ERROR_INVALID_NAME unless `fault` is empty.
 void RequireNone(const std::string& fault);
 /// OrderError when the registry did not take a change.

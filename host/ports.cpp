@@ -28,7 +28,7 @@ bool IsAddress(const std::string& host) {
 
 std::string KeyPath(PortKind kind, const std::string& name) {
   for (const PortPlace& place : kPlaces) {
-    if (place.kind == kind) return std::string(place.path) + "\\" + name;
+    if (place.kind == kind) return std::string(place.path) + "\\" + KeyOfName(name);
   }
   return {};
 }
@@ -55,18 +55,18 @@ std::vector<Port> ListPorts() {
   std::vector<Port> ports;
   for (const PortPlace& place : kPlaces) {
     for (const std::string& name : RegistryKey::Open(place.path).Subkeys()) {
-      if (auto port = ReadPort(place.kind, name)) ports.push_back(*port);
+      if (auto port = ReadPort(place.kind, NameOfKey(name))) ports.push_back(*port);
     }
   }
   return ports;
 }
 
 std::optional<Port> FindPort(const std::string& name) {
-  if (!NameFault("port", name).empty()) return std::nullopt;
+  if (!NameOrRemoteFault("port", name).empty()) return std::nullopt;
   for (const PortPlace& place : kPlaces) {
     // The name is listed rather than opened, so that it comes back in the case it was given.
     for (const std::string& found : RegistryKey::Open(place.path).Subkeys()) {
-      if (NameKey(found) == NameKey(name)) return ReadPort(place.kind, found);
+      if (NameKey(NameOfKey(found)) == NameKey(name)) return ReadPort(place.kind, NameOfKey(found));
     }
   }
   return std::nullopt;

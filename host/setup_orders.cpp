@@ -1,5 +1,6 @@
 #include <winspool.h>
 
+#include "host/drivers.h"
 #include "host/names.h"
 #include "host/ports.h"
 #include "host/spooler.h"
@@ -21,84 +22,111 @@ Message ListReply(const Json& list) {
   return {{{"error", 0u}}, list.dump(-1, ' ', false, Json::error_handler_t::replace)};
 }
 
-Printer RequirePrinter(const Json& order) {
-  auto printer = FindPrinter(TextOf(order, "name"));
-  if (!printer) throw OrderError(ERROR_INVALID_PRINTER_NAME, "there is no printer " + TextOf(order, "name"));
-  return *printer;
-}
-
 Port RequirePort(const std::string& name) {
   auto port = FindPort(name);
   if (!port) throw OrderError(ERROR_UNKNOWN_PORT, "there is no port " + name + "; 'portwise port add' makes one");
   return *port;
 }
 
-/// Sets what the order names of the printer, and leaves the rest.
-void Apply(const Json& order, Printer* printer) {
-  struct {
-    const char* field;
-    std::string Printer::*member;
-  } constexpr kTexts[] = {{"share", &Printer::share}, {"comment", &Printer::comment}, {"location", &Printer::location}};
+struct {
+  const char* field;
+  std::string Printer::*member;
+} constexpr kTexts[] = {
+    {"server", &Printer::server},     {"share", &Printer::share},           {"comment", &Printer::comment},
+    {"location", &Printer::location}, {"separator", &Printer::separator},   {"processor", &Printer::processor},
+    {"datatype", &Printer::datatype}, {"parameters", &Printer::parameters},
+};
+
+/// "driver" and "data" are files of a driver, which is registered under "driverName" or the file's own name;
+/// "driverName" alone is a driver that is registered.
+void ApplyDriver(const Json& order, Printer* printer) {
+  std::string name = TextOf(order, "driverName");
+  if (std::string file = TextOf(order, "driver"); !file.empty()) {
+    RequireNone(TextFault("driver", file));
+    RequireNone(TextFault("data file", TextOf(order, "data")));
+    if (name.empty()) name = DriverNameOfFile(file);
+    RequireNone(NameFault("driver", name));
+    RequireSaved(SaveDriver(name, file, TextOf(order, "data")));
+  } else if (!name.empty() && NameKey(name) != NameKey(printer->driver) && !FindDriver(name)) {
+    throw OrderError(ERROR_UNKNOWN_PRINTER_DRIVER, "there is no driver " + name + "; give its file with --driver");
+  }
+  if (!name.empty()) printer->driver = name;
+}
+
+/// Sets what the order and its body name of the printer, and leaves the rest.
+void Apply(const Message& request, Printer* printer) {
+  const Json& order = request.head;
   if (order.contains("port")) printer->port = RequirePort(TextOf(order, "port")).name;
   for (const auto& text : kTexts) {
     if (!order.contains(text.field)) continue;
     printer->*text.member = TextOf(order, text.field);
     RequireNone(TextFault(text.field, printer->*text.member));
   }
-  if (std::string driver = TextOf(order, "driver"); !driver.empty()) {
-    RequireNone(TextFault("driver", driver));
-    RequireNone(TextFault("data file", TextOf(order, "data")));
-    printer->driver = SaveDriver(driver, TextOf(order, "data"));
-    RequireSaved(!printer->driver.empty());
+  if (!printer->server.empty() && order.contains("server")) {
+    printer->server.erase(0, printer->server.find_first_not_of('\\'));
+    RequireNone(NameFault("server", printer->server));
+    printer->server.insert(0, "\\\\");
   }
+  if (order.contains("attributes")) {
+    printer->attributes = static_cast<DWORD>(NumberOf(order, "attributes", UINT32_MAX));
+    if ((printer->attributes & PRINTER_ATTRIBUTE_SHARED) && printer->share.empty())
+      throw OrderError(ERROR_INVALID_SHARENAME, "a printer is shared under a name; give it one with --share");
+  }
+  if (!request.body.empty()) printer->devMode = request.body;
+  ApplyDriver(order, printer);
 }
 
 }  // namespace
 
 Spooler::Json Spooler::Describe(const Printer& printer) {
-  std::size_t jobs = store_->Count(NameKey(printer.name));
-  return {{"name", printer.name},
-          {"port", printer.port},
-          {"driver", printer.driver},
-          {"share", printer.share},
-          {"comment", printer.comment},
-          {"location", printer.location},
-          {"attributes", printer.attributes},
-          {"jobs", jobs}};
+  Json description{{"name", printer.name},
+                   {"port", printer.port},
+                   {"driver", printer.driver},
+                   {"attributes", printer.attributes},
+                   {"jobs", store_->Count(NameKey(printer.name))}};
+  for (const auto& text : kTexts) description[text.field] = printer.*text.member;
+  return description;
 }
 
-Message Spooler::PrinterList(const Json&) {
+Message Spooler::PrinterList(const Message&) {
   Json list = Json::array();
   for (const Printer& printer : ListPrinters()) list.push_back(Describe(printer));
   return ListReply(list);
 }
 
-Message Spooler::PrinterGet(const Json& order) {
-  Json head = Describe(RequirePrinter(order));
+Message Spooler::PrinterGet(const Message& request) {
+  Printer printer = RequirePrinter(request.head, "name");
+  Json head = Describe(printer);
   head["error"] = 0u;
-  return {head, {}};
+  return {head, printer.devMode};
 }
 
-Message Spooler::PrinterAdd(const Json& order) {
+Message Spooler::PrinterAdd(const Message& request) {
+  const Json& order = request.head;
   std::lock_guard lock(setupMutex_);
   Printer printer;
   printer.name = TextOf(order, "name");
   printer.driver = kNoDriver;
-  RequireNone(NameFault("printer", printer.name));
+  RequireNone(NameOrRemoteFault("printer", printer.name));
+  printer.processor = "winprint";
+  printer.datatype = "RAW";
+  printer.attributes = IsRemoteName(printer.name) ? PRINTER_ATTRIBUTE_NETWORK : PRINTER_ATTRIBUTE_LOCAL;
   if (FindPrinter(printer.name))
     throw OrderError(ERROR_PRINTER_ALREADY_EXISTS, "there is a printer " + printer.name + " already");
   printer.port = RequirePort(TextOf(order, "port")).name;
-  Apply(order, &printer);
+  Apply(request, &printer);
   RequireSaved(SavePrinter(printer));
   queues_.Dispatch();
   return Done();
 }
 
-Message Spooler::PrinterSet(const Json& order) {
+Message Spooler::PrinterSet(const Message& request) {
+  const Json& order = request.head;
+  RequireAdminister(order);
   std::unique_lock lock(setupMutex_);
-  Printer printer = RequirePrinter(order);
+  Printer printer = RequirePrinter(order, "name");
   std::string oldPort = printer.port;
-  Apply(order, &printer);
+  Apply(request, &printer);
   bool moved = NameKey(oldPort) != NameKey(printer.port);
   // The job in progress would go on at the old port, and the next one overtake it.
   if (moved && store_->HasJobs(NameKey(printer.name), true))
@@ -112,9 +140,10 @@ Message Spooler::PrinterSet(const Json& order) {
   return Done();
 }
 
-Message Spooler::PrinterRemove(const Json& order) {
+Message Spooler::PrinterRemove(const Message& request) {
+  const Json& order = request.head;
   std::unique_lock lock(setupMutex_);
-  Printer printer = RequirePrinter(order);
+  Printer printer = RequirePrinter(order, "name");
   if (store_->HasJobs(NameKey(printer.name)))
     throw OrderError(ERROR_PRINTER_HAS_JOBS_QUEUED, "printer " + printer.name + " has jobs; cancel them first");
   RequireSaved(RemovePrinter(printer.name));
@@ -123,7 +152,7 @@ Message Spooler::PrinterRemove(const Json& order) {
   return Done();
 }
 
-Message Spooler::PortList(const Json&) {
+Message Spooler::PortList(const Message&) {
   Json list = Json::array();
   for (const Port& port : ListPorts()) {
     Json entry{{"name", port.name}, {"printers", PrintersOnPort(port.name)}};
@@ -138,13 +167,14 @@ Message Spooler::PortList(const Json&) {
   return ListReply(list);
 }
 
-Message Spooler::PortAdd(const Json& order) {
+Message Spooler::PortAdd(const Message& request) {
+  const Json& order = request.head;
   std::lock_guard lock(setupMutex_);
   Port port;
   port.name = TextOf(order, "name");
   port.host = TextOf(order, "host");
   port.file = TextOf(order, "file");
-  RequireNone(NameFault("port", port.name));
+  RequireNone(NameOrRemoteFault("port", port.name));
   RequireNone(TextFault("host", port.host));
   RequireNone(TextFault("file", port.file));
   if (port.host.empty() == port.file.empty())
@@ -159,7 +189,8 @@ Message Spooler::PortAdd(const Json& order) {
   return Done();
 }
 
-Message Spooler::PortRemove(const Json& order) {
+Message Spooler::PortRemove(const Message& request) {
+  const Json& order = request.head;
   std::unique_lock lock(setupMutex_);
   Port port = RequirePort(TextOf(order, "name"));
   std::vector<std::string> printers = PrintersOnPort(port.name);

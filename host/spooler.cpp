@@ -6,6 +6,8 @@
 
 #include "host/job_control.h"
 #include "host/names.h"
+#include "host/printer_data_orders.h"
+#include "host/printers.h"
 
 namespace portwise {
 
@@ -50,8 +52,9 @@ Message Spooler::Carry(const Message& request, bool local) {
     std::string name = TextOf(request.head, "op");
     if (name == "job-control") return JobControl(request.head, local);
     for (const Operation& operation : kOperations) {
-      if (name == operation.name) return (this->*operation.carryOut)(request.head);
+      if (name == operation.name) return (this->*operation.carryOut)(request);
     }
+    if (auto reply = CarryPrinterDataOrder(name, request)) return *reply;
     return platform::Failure(ERROR_INVALID_FUNCTION, "there is no order " + name);
   } catch (const OrderError& error) {
     return platform::Failure(error.Code(), error.what());
@@ -64,12 +67,8 @@ Message Spooler::Carry(const Message& request, bool local) {
 
 std::unique_ptr<Submission> Spooler::BeginJob(const Json& order) {
   std::lock_guard lock(setupMutex_);
-  auto printer = FindPrinter(TextOf(order, "printer"));
-  if (!printer)
-    throw OrderError(ERROR_INVALID_PRINTER_NAME,
-                     "there is no printer " + TextOf(order, "printer") + "; 'portwise printer list' shows them");
   Job job;
-  job.printer = printer->name;
+  job.printer = RequirePrinter(order, "printer").name;
   job.document = TextOf(order, "document");
   job.user = TextOf(order, "user");
   job.machine = TextOf(order, "machine");
@@ -104,7 +103,8 @@ Job Spooler::RequireJob(const Json& order) {
                    "there is no job " + std::to_string(id) + (printer.empty() ? "" : " on printer " + printer));
 }
 
-Message Spooler::JobList(const Json& order) {
+Message Spooler::JobList(const Message& request) {
+  const Json& order = request.head;
   // A page of this many descriptions stays far below the bound of a message body.
   constexpr std::size_t kPage = 500;
   auto after = static_cast<DWORD>(NumberOf(order, "after", UINT32_MAX));
@@ -120,12 +120,15 @@ Message Spooler::JobList(const Json& order) {
   return {head, list.dump(-1, ' ', false, Json::error_handler_t::replace)};
 }
 
-Message Spooler::JobGet(const Json& order) {
+Message Spooler::JobGet(const Message& request) {
+  const Json& order = request.head;
   constexpr const char* kOutcomes[] = {"unknown", "printed", "deleted"};
   auto id = static_cast<DWORD>(NumberOf(order, "job", UINT32_MAX));
   try {
     Job job = RequireJob(order);
     Json description = Describe(job);
+    const auto printer = FindPrinter(job.printer);
+    description["driver"] = printer ? printer->driver : std::string();
     description["position"] = store_->Count(NameKey(job.printer), job.id);
     description["error"] = 0u;
     return {description, {}};

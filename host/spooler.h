@@ -39,23 +39,23 @@ class Spooler final : public platform::SpoolerService {
   using Message = platform::Message;
   struct Operation {
     const char* name;
-    Message (Spooler::*carryOut)(const Json& order);
+    Message (Spooler::*carryOut)(const Message& request);
   };
   static const Operation kOperations[];
 
   Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobStore> store);
   Message Carry(const Message& request, bool local);
 
-  Message PrinterList(const Json& order);
-  Message PrinterGet(const Json& order);
-  Message PrinterAdd(const Json& order);
-  Message PrinterSet(const Json& order);
-  Message PrinterRemove(const Json& order);
-  Message PortList(const Json& order);
-  Message PortAdd(const Json& order);
-  Message PortRemove(const Json& order);
-  Message JobList(const Json& order);
-  Message JobGet(const Json& order);
+  Message PrinterList(const Message& request);
+  Message PrinterGet(const Message& request);
+  Message PrinterAdd(const Message& request);
+  Message PrinterSet(const Message& request);
+  Message PrinterRemove(const Message& request);
+  Message PortList(const Message& request);
+  Message PortAdd(const Message& request);
+  Message PortRemove(const Message& request);
+  Message JobList(const Message& request);
+  Message JobGet(const Message& request);
   Message JobControl(const Json& order, bool local);
 
   Json Describe(const Printer& printer);

@@ -10,6 +10,8 @@ void AddPrinterCommands(CLI::App& app);
 void AddPrintCommand(CLI::App& app);
 void AddJobCommands(CLI::App& app);
 void AddRegistryCommands(CLI::App& app);
+/// Those that write and read files of registry text, below "registry".
+void AddRegistryFileCommands(CLI::App& registry);
 void AddEventCommand(CLI::App& app);
 
 }  // namespace portwise

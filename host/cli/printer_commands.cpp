@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <memory>
 
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
+#include "host/cli/parse.h"
 
 namespace portwise {
 
@@ -11,7 +13,8 @@ namespace {
 
 struct PrinterArguments {
   std::string name;
-  std::string port, driver, dataFile, share, comment, location;
+  std::string port, driver, driverName, dataFile, server, share, comment, location, attributes;
+  std::vector<std::string> data, removedData;
   bool json = false;
 };
 
@@ -24,23 +27,50 @@ struct {
     {"--port", "port", &PrinterArguments::port, "The port that the printer is reached at"},
     {"--driver", "driver", &PrinterArguments::driver, "The printer driver's file"},
     {"--data-file", "data", &PrinterArguments::dataFile, "The driver's data file, which names the printer's family"},
+    {"--driver-name", "driverName", &PrinterArguments::driverName,
+     "What the driver is called (the file's name when left out), or alone a driver that is there already"},
+    {"--server", "server", &PrinterArguments::server, "The computer that the printer belongs to; empty for this one"},
     {"--share", "share", &PrinterArguments::share, "The name that the printer is shared under; empty for none"},
     {"--comment", "comment", &PrinterArguments::comment, "A comment"},
     {"--location", "location", &PrinterArguments::location, "Where the printer stands"},
 };
+
+Json DataOrder(const char* operation, const std::string& printer, const PrinterData& data) {
+  return {{"op", operation}, {"printer", printer}, {"key", data.key}, {"value", data.value}, {"type", data.type}};
+}
+
+/// Sends an order that makes or changes a printer, then its data. Nothing is sent when a text does not parse.
+void Change(const Json& order, const PrinterArguments& arguments) {
+  std::vector<PrinterData> data, removed;
+  for (const std::string& text : arguments.data) data.push_back(ParsePrinterData(text));
+  for (const std::string& text : arguments.removedData) removed.push_back(ParsePrinterDataName(text));
+  Client client;
+  client.Ask(order);
+  for (const PrinterData& entry : data) client.Ask(DataOrder("printer-data-set", arguments.name, entry), entry.data);
+  for (const PrinterData& entry : removed) client.Ask(DataOrder("printer-data-delete", arguments.name, entry));
+}
 
 void AddOptions(CLI::App* command, const std::shared_ptr<PrinterArguments>& arguments, const char* operation) {
   command->add_option("NAME", arguments->name, "The printer's name")->required();
   for (const auto& row : kOptions) command->add_option(row.option, *arguments.*row.member, row.help);
   command->get_option("--driver")->needs("--data-file");
   command->get_option("--data-file")->needs("--driver");
+  command->add_option("--attributes", arguments->attributes,
+                      "Attributes in place of those it has: a number, or names such as bidi,network,local; shared "
+                      "follows --share");
+  command
+      ->add_option("--data", arguments->data,
+                   "[KEY/]VALUE[:TYPE]=CONTENT of printer data, of type string, dword or binary; below the key "
+                   "PrinterDriverData when none is named")
+      ->allow_extra_args(false);
   command->callback([command, arguments, operation] {
     Json order{{"op", operation}, {"name", arguments->name}};
     for (const auto& row : kOptions) {
       if (command->count(row.option) > 0) order[row.field] = *arguments.*row.member;
     }
     if (order.contains("driver")) order["driver"] = AbsolutePath(arguments->driver);
-    Client().Ask(order);
+    if (command->count("--attributes") > 0) order["attributes"] = ParseAttributes(arguments->attributes);
+    Change(order, *arguments);
   });
 }
 
@@ -55,14 +85,40 @@ void List(const PrinterArguments& arguments) {
   PrintTable(rows);
 }
 
+/// All printer data, each value as text.
+Json ReadData(Client& client, const std::string& printer) {
+  Json list = Json::array();
+  for (const Json& entry : client.AskList({{"op", "printer-data-list"}, {"printer", printer}})) {
+    PrinterData data{entry.value("key", ""), entry.value("value", ""), REG_NONE, {}};
+    const platform::Message reply = client.Call(DataOrder("printer-data-get", printer, data));
+    // It may have been removed meanwhile.
+    if (reply.head.value("error", 0u) != ERROR_SUCCESS) continue;
+    data.type = reply.head.value("type", DWORD{REG_NONE});
+    data.data = reply.body;
+    std::replace(data.key.begin(), data.key.end(), '\\', '/');
+    list.push_back({{"key", data.key}, {"value", data.value}, {"type", data.type}, {"content", ToReadable(data)}});
+  }
+  return list;
+}
+
 void Show(const PrinterArguments& arguments) {
-  Json printer = Client().Ask({{"op", "printer-get"}, {"name", arguments.name}}).head;
+  Client client;
+  Json printer = client.Ask({{"op", "printer-get"}, {"name", arguments.name}}).head;
   printer.erase("error");
+  const Json driver = client.Call({{"op", "driver-get"}, {"printer", arguments.name}}).head;
+  printer["driverFile"] = driver.value("file", "");
+  printer["dataFile"] = driver.value("dataFile", "");
+  printer["data"] = ReadData(client, arguments.name);
   if (arguments.json) return PrintJson(printer);
   std::vector<std::vector<std::string>> rows;
-  for (const char* field : {"name", "port", "driver", "share", "comment", "location"})
+  for (const char* field :
+       {"name", "server", "port", "driver", "driverFile", "dataFile", "share", "comment", "location"})
     rows.push_back({std::string(field) + ":", printer.value(field, "")});
+  rows.push_back({"attributes:", AttributeNames(printer.value("attributes", DWORD{0}))});
   rows.push_back({"jobs:", std::to_string(printer.value("jobs", 0u))});
+  for (const Json& entry : printer["data"])
+    rows.push_back(
+        {"data:", entry.value("key", "") + "/" + entry.value("value", "") + " = " + entry.value("content", "")});
   PrintTable(rows);
 }
 
@@ -85,7 +141,10 @@ void AddPrinterCommands(CLI::App& app) {
   show->add_flag("--json", arguments->json, "As JSON");
   show->callback([arguments] { Show(*arguments); });
 
-  AddOptions(printer->add_subcommand("set", "Change a printer; what is not named stays"), arguments, "printer-set");
+  CLI::App* set = printer->add_subcommand("set", "Change a printer; what is not named stays");
+  AddOptions(set, arguments, "printer-set");
+  set->add_option("--remove-data", arguments->removedData, "[KEY/]VALUE of printer data that is removed")
+      ->allow_extra_args(false);
 
   CLI::App* remove = printer->add_subcommand("remove", "Remove a printer that has no jobs");
   remove->add_option("NAME", arguments->name, "The printer's name")->required();

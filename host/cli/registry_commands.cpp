@@ -1,15 +1,16 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
 
+#include "core/hex.h"
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
-#include "platform/registry/registry_control.h"
+#include "host/cli/parse.h"
+#include "host/cli/registry_path.h"
 #include "platform/text.h"
 #include "settings/logical_path.h"
 #include "settings/registry.h"
@@ -36,40 +37,6 @@ std::map<DWORD, std::string> const kTypeNames = {{REG_SZ, "string"},
 
 std::string ToText(const OString& text) { return platform::ToUtf8(text.View()); }
 
-/// A native path becomes the logical one that means the same; logical paths pass.
-OString ToPath(const std::string& path) {
-  OString text(path, CP_UTF8);
-  return text.StartsWithNoCase(OString("HKEY_")) ? NativeToInternal(text) : text;
-}
-
-/// Why an operation failed, when the registry as a whole is at fault; otherwise `otherwise`.
-[[noreturn]] void FailWith(const std::string& otherwise) {
-  std::string fault = platform::RegistryFault();
-  throw CommandError(fault.empty() ? otherwise : fault);
-}
-
-std::string ToHex(const std::vector<BYTE>& data) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string hex;
-  for (BYTE byte : data) {
-    hex += kDigits[byte >> 4];
-    hex += kDigits[byte & 15];
-  }
-  return hex;
-}
-
-std::vector<BYTE> FromHex(const std::string& hex) {
-  std::vector<BYTE> data(hex.size() / 2);
-  bool good = hex.size() % 2 == 0;
-  for (std::size_t index = 0; good && index < data.size(); ++index) {
-    const char* digits = hex.data() + 2 * index;
-    auto result = std::from_chars(digits, digits + 2, data[index], 16);
-    good = result.ec == std::errc() && result.ptr == digits + 2;
-  }
-  if (!good) throw CommandError("a binary value is written as pairs of hexadecimal digits");
-  return data;
-}
-
 /// The strings of a value of text: one for REG_SZ, any number for REG_MULTI_SZ.
 std::vector<std::string> ToStrings(const std::vector<BYTE>& data, DWORD type) {
   std::u16string units(data.size() / sizeof(WCHAR), u'\0');
@@ -90,10 +57,10 @@ std::vector<std::string> ToStrings(const std::vector<BYTE>& data, DWORD type) {
 Json ReadValue(const OString& path, DWORD* type) {
   ORegistry registry;
   DWORD size = 0;
-  if (!registry.GetValueInfo(path, type, &size)) FailWith("there is no value " + ToText(path));
+  if (!registry.GetValueInfo(path, type, &size)) FailAtRegistry("there is no value " + ToText(path));
   std::vector<BYTE> data(size);
   if (size > 0 && registry.GetValueRaw(path, data.data(), size, *type) != static_cast<int>(size))
-    FailWith("the value " + ToText(path) + " cannot be read");
+    FailAtRegistry("the value " + ToText(path) + " cannot be read");
   if (*type == REG_DWORD && size == sizeof(DWORD)) {
     DWORD number;
     std::memcpy(&number, data.data(), sizeof(number));
@@ -101,25 +68,16 @@ Json ReadValue(const OString& path, DWORD* type) {
   }
   if (*type == REG_SZ || *type == REG_EXPAND_SZ) return ToStrings(data, *type).front();
   if (*type == REG_MULTI_SZ) return ToStrings(data, *type);
-  return ToHex(data);
+  return EncodeHex(std::string_view(reinterpret_cast<const char*>(data.data()), data.size()), HexLetters::Lower);
 }
 
 std::string ToLine(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
 
 void Get(const RegistryArguments& arguments) {
   DWORD type = REG_NONE;
-  Json value = ReadValue(ToPath(arguments.path), &type);
+  Json value = ReadValue(ToRegistryPath(arguments.path), &type);
   if (!value.is_array()) value = Json::array({value});
   for (const Json& line : value) std::puts(ToLine(line).c_str());
-}
-
-template <class Number>
-Number ParseNumber(const std::string& text) {
-  Number number = 0;
-  const char* end = text.data() + text.size();
-  auto result = std::from_chars(text.data(), end, number);
-  if (result.ec != std::errc() || result.ptr != end) throw CommandError(text + " is not a number of 32 bits");
-  return number;
 }
 
 bool ParseBool(const std::string& text) {
@@ -129,7 +87,7 @@ bool ParseBool(const std::string& text) {
 }
 
 void Set(const RegistryArguments& arguments) {
-  OString path = ToPath(arguments.path);
+  OString path = ToRegistryPath(arguments.path);
   const std::string& value = arguments.values.front();
   const std::string& type = arguments.type;
   if (type != "multi" && arguments.values.size() > 1) throw CommandError("only a multi value takes several values");
@@ -140,7 +98,7 @@ void Set(const RegistryArguments& arguments) {
   if (type == "int") saved = registry.SetInt(path, ParseNumber<LONG>(value));
   if (type == "bool") saved = registry.SetBool(path, ParseBool(value));
   if (type == "binary") {
-    std::vector<BYTE> data = FromHex(value);
+    const std::string data = FromHex(value);
     saved = registry.SetBinary(path, data.data(), static_cast<DWORD>(data.size())) == static_cast<int>(data.size());
   }
   if (type == "multi") {
@@ -148,26 +106,26 @@ void Set(const RegistryArguments& arguments) {
     for (const std::string& text : arguments.values) strings.Append(OString(text, CP_UTF8));
     saved = registry.SetMultiString(path, strings);
   }
-  if (!saved) FailWith("the value " + arguments.path + " cannot be written; is the path right?");
+  if (!saved) FailAtRegistry("the value " + arguments.path + " cannot be written; is the path right?");
 }
 
 void Delete(const RegistryArguments& arguments) {
   ORegistry registry;
-  OString path = ToPath(arguments.path);
+  OString path = ToRegistryPath(arguments.path);
   if (registry.Delete(path, arguments.recursive)) return;
   DWORD subkeys = 0;
   if (registry.GetKeyInfo(path, &subkeys, nullptr) && subkeys > 0 && !arguments.recursive)
     throw CommandError(arguments.path + " has keys below it; --recursive deletes them too");
-  FailWith("there is no " + arguments.path + " that can be deleted");
+  FailAtRegistry("there is no " + arguments.path + " that can be deleted");
 }
 
 void List(const RegistryArguments& arguments) {
   ORegistry registry;
-  OString path = ToPath(arguments.path);
+  OString path = ToRegistryPath(arguments.path);
   OStringArray keys;
   OStringArray values;
   if (registry.EnumKeys(path, &keys) < 0 || registry.EnumValues(path, &values) < 0)
-    FailWith("there is no key " + arguments.path);
+    FailAtRegistry("there is no key " + arguments.path);
   Json result{{"keys", Json::array()}, {"values", Json::object()}};
   for (const OString& key : keys) {
     if (!arguments.json) std::printf("%s/\n", ToText(key).c_str());
@@ -212,6 +170,7 @@ void AddRegistryCommands(CLI::App& app) {
       ->check(CLI::IsMember({"string", "dword", "binary", "multi", "bool", "int"}));
   registry->get_subcommand("delete")->add_flag("--recursive", arguments->recursive, "With everything below the key");
   registry->get_subcommand("list")->add_flag("--json", arguments->json, "As JSON");
+  AddRegistryFileCommands(*registry);
 }
 
 }  // namespace portwise

@@ -8,6 +8,7 @@
 
 #include <pthread.h>
 #include <windef.h>
+#include <winnt.h>
 
 extern "C" {
 

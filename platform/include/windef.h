@@ -33,6 +33,7 @@ using ULONG = unsigned int;
 using DWORD = unsigned int;
 using LONGLONG = long long;
 using ULONGLONG = unsigned long long;
+using DWORDLONG = unsigned long long;
 using DWORD64 = std::uint64_t;
 using INT_PTR = std::intptr_t;
 using UINT_PTR = std::uintptr_t;

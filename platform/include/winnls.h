@@ -11,7 +11,13 @@
 #define LOCALE_SYSTEM_DEFAULT 0x800u
 #define LCMAP_LOWERCASE 0x100u
 #define LCMAP_UPPERCASE 0x200u
+#define LOCALE_SABBREVLANGNAME 0x3u
+#define LOCALE_IMEASURE 0xDu
+#define LOCALE_SDECIMAL 0xEu
+#define LOCALE_STHOUSAND 0xFu
+#define LOCALE_ILZERO 0x12u
 using LCID = DWORD;
+using LCTYPE = DWORD;
 
 extern "C" {
 UINT WINAPI GetACP();
@@ -23,4 +29,9 @@ int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR source, int u
                                LPCSTR defaultChar, LPBOOL usedDefaultChar);
 /// Lower or upper case by simple one-to-one mapping of each UTF-16 unit.
 int WINAPI LCMapStringW(LCID locale, DWORD flags, LPCWSTR source, int sourceUnits, LPWSTR target, int targetUnits);
+/// Of the locale that LC_ALL, LC_MESSAGES or LANG names, or of one by its number, the five values above. The length
+/// with the NUL; a size of 0 asks for it. 0 with ERROR_INSUFFICIENT_BUFFER, ERROR_INVALID_PARAMETER (a locale that is
+/// not known) or ERROR_INVALID_FLAGS (another value).
+int WINAPI GetLocaleInfoA(LCID locale, LCTYPE type, LPSTR buffer, int size);
+int WINAPI GetLocaleInfoW(LCID locale, LCTYPE type, LPWSTR buffer, int size);
 }

@@ -17,6 +17,7 @@ using SOCKET = UINT_PTR;
 #define SOCKET_ERROR (-1)
 using SOCKADDR = sockaddr;
 using SOCKADDR_IN = sockaddr_in;
+using IN_ADDR = in_addr;
 using WSAEVENT = HANDLE;
 #define WSA_INVALID_EVENT (static_cast<WSAEVENT>(nullptr))
 #define WSA_INFINITE INFINITE

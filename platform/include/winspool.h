@@ -5,16 +5,33 @@
 
 #include <windows.h>
 
+#include <wingdi.h>
+
+#define PRINTER_ACCESS_ADMINISTER 0x4u
 #define PRINTER_ACCESS_USE 0x8u
 #define PRINTER_ALL_ACCESS 0xF000Cu
 
 #define PRINTER_ENUM_LOCAL 0x2u
+#define PRINTER_ENUM_CONNECTIONS 0x4u
 #define PRINTER_ENUM_SHARED 0x20u
+#define PRINTER_ENUM_ICON8 0x800000u
 
+#define PRINTER_ATTRIBUTE_QUEUED 0x1u
+#define PRINTER_ATTRIBUTE_DIRECT 0x2u
+#define PRINTER_ATTRIBUTE_DEFAULT 0x4u
 #define PRINTER_ATTRIBUTE_SHARED 0x8u
+#define PRINTER_ATTRIBUTE_NETWORK 0x10u
+#define PRINTER_ATTRIBUTE_HIDDEN 0x20u
 #define PRINTER_ATTRIBUTE_LOCAL 0x40u
+#define PRINTER_ATTRIBUTE_ENABLE_DEVQ 0x80u
+#define PRINTER_ATTRIBUTE_KEEPPRINTEDJOBS 0x100u
+#define PRINTER_ATTRIBUTE_DO_COMPLETE_FIRST 0x200u
 #define PRINTER_ATTRIBUTE_WORK_OFFLINE 0x400u
 #define PRINTER_ATTRIBUTE_ENABLE_BIDI 0x800u
+#define PRINTER_ATTRIBUTE_RAW_ONLY 0x1000u
+#define PRINTER_ATTRIBUTE_PUBLISHED 0x2000u
+#define PRINTER_ATTRIBUTE_FAX 0x4000u
+#define PRINTER_ATTRIBUTE_TS 0x8000u
 
 #define JOB_CONTROL_PAUSE 1
 #define JOB_CONTROL_RESUME 2
@@ -37,12 +54,33 @@
 #define JOB_STATUS_RESTART 0x800u
 #define JOB_STATUS_COMPLETE 0x1000u
 
-struct DEVMODEW;
+#define PRINTER_STATUS_PAPER_JAM 0x8u
+#define PRINTER_STATUS_PAPER_OUT 0x10u
+#define PRINTER_STATUS_OFFLINE 0x80u
+#define PRINTER_STATUS_BUSY 0x200u
+#define PRINTER_STATUS_PRINTING 0x400u
+#define PRINTER_STATUS_OUTPUT_BIN_FULL 0x800u
+#define PRINTER_STATUS_NOT_AVAILABLE 0x1000u
+#define PRINTER_STATUS_PROCESSING 0x4000u
+#define PRINTER_STATUS_INITIALIZING 0x8000u
+#define PRINTER_STATUS_WARMING_UP 0x10000u
+#define PRINTER_STATUS_TONER_LOW 0x20000u
+#define PRINTER_STATUS_NO_TONER 0x40000u
+#define PRINTER_STATUS_USER_INTERVENTION 0x100000u
+#define PRINTER_STATUS_OUT_OF_MEMORY 0x200000u
+#define PRINTER_STATUS_DOOR_OPEN 0x400000u
 
 struct PRINTER_DEFAULTSW {
   LPWSTR pDatatype;
   DEVMODEW* pDevMode;
   ACCESS_MASK DesiredAccess;
+};
+
+struct PRINTER_INFO_1W {
+  DWORD Flags;
+  LPWSTR pDescription;
+  LPWSTR pName;
+  LPWSTR pComment;
 };
 
 struct PRINTER_INFO_2W {
@@ -69,6 +107,40 @@ struct PRINTER_INFO_2W {
   DWORD AveragePPM;
 };
 
+struct PRINTER_INFO_4W {
+  LPWSTR pPrinterName;
+  LPWSTR pServerName;
+  DWORD Attributes;
+};
+
+struct PRINTER_INFO_5W {
+  LPWSTR pPrinterName;
+  LPWSTR pPortName;
+  DWORD Attributes;
+  DWORD DeviceNotSelectedTimeout;
+  DWORD TransmissionRetryTimeout;
+};
+
+struct DRIVER_INFO_6W {
+  DWORD cVersion;
+  LPWSTR pName;
+  LPWSTR pEnvironment;
+  LPWSTR pDriverPath;
+  LPWSTR pDataFile;
+  LPWSTR pConfigFile;
+  LPWSTR pHelpFile;
+  LPWSTR pDependentFiles;
+  LPWSTR pMonitorName;
+  LPWSTR pDefaultDataType;
+  LPWSTR pszzPreviousNames;
+  FILETIME ftDriverDate;
+  DWORDLONG dwlDriverVersion;
+  LPWSTR pszMfgName;
+  LPWSTR pszOEMUrl;
+  LPWSTR pszHardwareID;
+  LPWSTR pszProvider;
+};
+
 struct JOB_INFO_1W {
   DWORD JobId;
   LPWSTR pPrinterName;
@@ -85,6 +157,32 @@ struct JOB_INFO_1W {
   SYSTEMTIME Submitted;
 };
 
+struct JOB_INFO_2W {
+  DWORD JobId;
+  LPWSTR pPrinterName;
+  LPWSTR pMachineName;
+  LPWSTR pUserName;
+  LPWSTR pDocument;
+  LPWSTR pNotifyName;
+  LPWSTR pDatatype;
+  LPWSTR pPrintProcessor;
+  LPWSTR pParameters;
+  LPWSTR pDriverName;
+  DEVMODEW* pDevMode;
+  LPWSTR pStatus;
+  PSECURITY_DESCRIPTOR pSecurityDescriptor;
+  DWORD Status;
+  DWORD Priority;
+  DWORD Position;
+  DWORD StartTime;
+  DWORD UntilTime;
+  DWORD TotalPages;
+  DWORD Size;
+  SYSTEMTIME Submitted;
+  DWORD Time;
+  DWORD PagesPrinted;
+};
+
 struct DOC_INFO_1W {
   LPWSTR pDocName;
   LPWSTR pOutputFile;
@@ -92,14 +190,35 @@ struct DOC_INFO_1W {
 };
 
 extern "C" {
+/// `defaults` may be null, which asks for PRINTER_ACCESS_USE. The access that is asked for is given; only calls that
+/// change the printer check it.
 BOOL WINAPI OpenPrinterW(LPWSTR name, LPHANDLE printer, PRINTER_DEFAULTSW* defaults);
 BOOL WINAPI ClosePrinter(HANDLE printer);
-/// Level 2. ERROR_INSUFFICIENT_BUFFER with the needed size when `size` bytes do not hold the structure and its texts.
+/// Levels 1, 2, 4 and 5. ERROR_INSUFFICIENT_BUFFER with the needed size when `size` bytes do not hold the structure and
+/// what it points to.
 BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-/// Level 2 of the printers that `flags` ask for; `name` must be null.
+/// Level 2, and no command. What cannot be changed in this way is ignored: the printer's name and server, its security
+/// and its times. Without PRINTER_ATTRIBUTE_SHARED the printer is shared no longer. ERROR_ACCESS_DENIED unless the
+/// printer was opened with PRINTER_ACCESS_ADMINISTER.
+BOOL WINAPI SetPrinterW(HANDLE printer, DWORD level, LPBYTE info, DWORD command);
+/// Levels 1, 2, 4 and 5 of the printers that `flags` ask for: local ones, connections to other computers, or both;
+/// with PRINTER_ENUM_SHARED only shared ones. `name` must be null. No device mode in level 2.
 BOOL WINAPI EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
                           LPDWORD returned);
-/// Level 1.
+/// Level 6. `environment` must be null or the one of this computer. ERROR_UNKNOWN_PRINTER_DRIVER when the printer's
+/// driver is not registered.
+BOOL WINAPI GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, LPBYTE buffer, DWORD size,
+                              LPDWORD needed);
+/// Values of a key below the printer's; without a key's name, of "PrinterDriverData". These return the error code:
+/// ERROR_FILE_NOT_FOUND for a value that is not there, ERROR_MORE_DATA with the needed size for a buffer that is too
+/// small. Changes need PRINTER_ACCESS_ADMINISTER.
+DWORD WINAPI GetPrinterDataW(HANDLE printer, LPWSTR value, LPDWORD type, LPBYTE data, DWORD size, LPDWORD needed);
+DWORD WINAPI GetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, LPDWORD type, LPBYTE data, DWORD size,
+                               LPDWORD needed);
+DWORD WINAPI SetPrinterDataW(HANDLE printer, LPWSTR value, DWORD type, LPBYTE data, DWORD size);
+DWORD WINAPI SetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, DWORD type, LPBYTE data, DWORD size);
+DWORD WINAPI DeletePrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value);
+/// Levels 1 and 2.
 BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
 /// Only commands: `level` 0 and no buffer.
 BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command);

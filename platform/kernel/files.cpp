@@ -11,6 +11,7 @@
 #include "platform/kernel/errno_map.h"
 #include "platform/kernel/fail.h"
 #include "platform/kernel/file_path.h"
+#include "platform/kernel/file_times.h"
 #include "platform/kernel/handle_table.h"
 #include "platform/kernel/share_table.h"
 #include "platform/kernel/unique_fd.h"
@@ -205,4 +206,25 @@ BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size) {
   const int result = fstat(object->fd.Get(), &status);
   if (result == 0) size->QuadPart = status.st_size;
   return Result(result);
+}
+
+BOOL WINAPI GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME access, LPFILETIME write) {
+  const auto object = FindFile(file, 0);
+  if (!object) return FALSE;
+  struct stat status {};
+  const int result = fstat(object->fd.Get(), &status);
+  if (result != 0) return Result(result);
+  const FILETIME accessed = FileTimeOf(status.st_atim), written = FileTimeOf(status.st_mtim);
+  if (creation) *creation = CompareFileTime(&accessed, &written) < 0 ? accessed : written;
+  if (access) *access = accessed;
+  if (write) *write = written;
+  return TRUE;
+}
+
+BOOL WINAPI SetFileTime(HANDLE file, const FILETIME*, const FILETIME* access, const FILETIME* write) {
+  const auto object = FindFile(file, GENERIC_WRITE);
+  if (!object) return FALSE;
+  const timespec keep{0, UTIME_OMIT};
+  const timespec times[] = {access ? TimespecOf(*access) : keep, write ? TimespecOf(*write) : keep};
+  return Result(futimens(object->fd.Get(), times));
 }

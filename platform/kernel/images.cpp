@@ -85,4 +85,18 @@ std::optional<Image> FindImage(HMODULE module) {
   return image;
 }
 
+std::vector<std::string_view> NoteSegments(HMODULE module) {
+  std::vector<std::string_view> segments;
+  VisitImages([&](const dl_phdr_info& info) {
+    if (ModuleAt(SpanOf(info)) != module) return false;
+    for (int i = 0; i < info.dlpi_phnum; ++i) {
+      const auto& segment = info.dlpi_phdr[i];
+      const auto address = info.dlpi_addr + segment.p_vaddr;
+      if (segment.p_type == PT_NOTE) segments.emplace_back(reinterpret_cast<const char*>(address), segment.p_memsz);
+    }
+    return true;
+  });
+  return segments;
+}
+
 }  // namespace portwise::platform

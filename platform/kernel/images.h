@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace portwise::platform {
@@ -25,5 +26,8 @@ HMODULE ImageOfLibrary(void* library);
 
 /// The image loaded at `module`, which may be any value.
 std::optional<Image> FindImage(HMODULE module);
+
+/// The segments of notes of the image loaded at `module`, which stay as long as the image does.
+std::vector<std::string_view> NoteSegments(HMODULE module);
 
 }  // namespace portwise::platform

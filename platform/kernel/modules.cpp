@@ -15,6 +15,7 @@
 #include "platform/kernel/images.h"
 #include "platform/kernel/module_files.h"
 #include "platform/kernel/system_modules.h"
+#include "platform/resources/module_resources.h"
 #include "platform/text.h"
 
 namespace portwise::platform {
@@ -98,6 +99,18 @@ HMODULE WINAPI LoadLibraryW(LPCWSTR name) {
   return nullptr;
 }
 
+HMODULE WINAPI LoadLibraryExW(LPCWSTR name, HANDLE, DWORD flags) {
+  constexpr DWORD kAsData =
+      LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE | LOAD_LIBRARY_AS_DATAFILE_EXCLUSIVE;
+  if (!(flags & kAsData) || !name || !*name) return LoadLibraryW(name);
+  for (const auto& path : ModuleFiles(name)) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(path, error)) return OpenDataModule(path);
+  }
+  SetLastError(ERROR_FILE_NOT_FOUND);
+  return nullptr;
+}
+
 HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
   if (!name) return Program();
   HMODULE module = FindSystemModule(ToUtf8(name));
@@ -124,7 +137,7 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
 }
 
 BOOL WINAPI FreeLibrary(HMODULE module) {
-  if (!SystemModuleName(module).empty()) return TRUE;
+  if (!SystemModuleName(module).empty() || CloseDataModule(module)) return TRUE;
   Library freed;  // without the lock
   std::lock_guard lock(Loaded().mutex);
   const auto reference = Loaded().references.find(module);
@@ -143,6 +156,8 @@ DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD size) {
     text = u"C:\\Windows\\System32\\" + ToUtf16(system);
   } else if (const auto image = FindImage(module ? module : Program())) {
     text = WindowsPath(image->path);
+  } else if (const auto data = PathOfDataModule(module); !data.empty()) {
+    text = WindowsPath(data);
   } else {
     SetLastError(ERROR_MOD_NOT_FOUND);
     return 0;

@@ -9,6 +9,7 @@
 #include "platform/kernel/errno_map.h"
 #include "platform/kernel/fail.h"
 #include "platform/kernel/unique_fd.h"
+#include "platform/resources/elf_note.h"
 #include "platform/text.h"
 
 namespace portwise::platform {
@@ -58,19 +59,28 @@ bool ReadWhole(const std::string& path, std::string* bytes) {
 }  // namespace
 
 std::unique_ptr<ResourceFile> ResourceFile::Open(const std::string& linuxPath) {
-  std::string bytes;
-  if (!ReadWhole(linuxPath, &bytes)) return nullptr;
-  std::unique_ptr<ResourceFile> file(new ResourceFile(std::move(bytes)));
-  if (file->ReadHeaders()) return file;
+  std::unique_ptr<ResourceFile> file(new ResourceFile);
+  if (!ReadWhole(linuxPath, &file->file_)) return nullptr;
+  if (file->ReadHeaders(file->file_)) return file;
+  for (const std::string_view segment : NoteSegmentsOfFile(file->file_)) {
+    const auto image = FindResourceNote(segment);
+    if (image && file->ReadHeaders(*image)) return file;
+  }
   SetLastError(ERROR_BAD_EXE_FORMAT);
   return nullptr;
 }
 
-bool ResourceFile::ReadHeaders() {
-  const ByteView file(bytes_);
+std::unique_ptr<ResourceFile> ResourceFile::OfImage(std::string_view image) {
+  std::unique_ptr<ResourceFile> file(new ResourceFile);
+  return file->ReadHeaders(image) ? std::move(file) : nullptr;
+}
+
+bool ResourceFile::ReadHeaders(std::string_view image) {
+  image_ = image;
+  const ByteView file(image_);
   DWORD header = 0, signature = 0, directoryCount = 0, address = 0;
   WORD optionalSize = 0, magic = 0;
-  if (!bytes_.starts_with("MZ") || !file.Read(kAtNewHeader, &header) || !file.Read(header, &signature)) return false;
+  if (!image_.starts_with("MZ") || !file.Read(kAtNewHeader, &header) || !file.Read(header, &signature)) return false;
   const std::uint64_t optional = header + kOptionalHeader;
   if (signature != kSignature || !file.Read(header + kAtSectionCount, &sectionCount_) ||
       !file.Read(header + kAtOptionalSize, &optionalSize) || !file.Read(optional, &magic)) {
@@ -82,10 +92,7 @@ bool ResourceFile::ReadHeaders() {
     return false;
   }
   sections_ = optional + optionalSize;
-  std::string_view resources;
-  if (address == 0 || !FromAddress(address, &resources)) return false;
-  directory_ = ByteView(resources);
-  return true;
+  return address != 0 && FromAddress(address, &directory_);
 }
 
 bool ResourceFile::FromAddress(DWORD address, std::string_view* bytes) const {
@@ -93,7 +100,7 @@ bool ResourceFile::FromAddress(DWORD address, std::string_view* bytes) const {
     DWORD virtualSize, virtualAddress, fileSize, fileOffset;
   } section;
   constexpr std::uint64_t kAfterName = 8;
-  const ByteView file(bytes_);
+  const ByteView file(image_);
   for (std::uint64_t index = 0; index < sectionCount_; ++index) {
     if (!file.Read(sections_ + index * kSectionSize + kAfterName, &section)) return false;
     if (address < section.virtualAddress || address - section.virtualAddress >= section.fileSize) continue;
@@ -104,26 +111,51 @@ bool ResourceFile::FromAddress(DWORD address, std::string_view* bytes) const {
 }
 
 bool ResourceFile::Find(const ResourceName& type, const ResourceName& name, std::string_view* bytes) const {
-  DWORD offset = 0, address = 0, size = 0;
-  if (!Descend(&type, true, &offset) || !Descend(&name, true, &offset) || !Descend(nullptr, false, &offset) ||
-      !directory_.Read(offset, &address) || !directory_.Read(std::uint64_t{offset} + 4, &size)) {
-    return false;
+  const void* entry = FindEntry(type, name, nullptr);
+  return entry && EntryBytes(entry, bytes);
+}
+
+const void* ResourceFile::FindEntry(const ResourceName& type, const ResourceName& name, const WORD* language) const {
+  constexpr std::uint64_t kDataEntrySize = 16;
+  DWORD offset = 0, missing = ERROR_SUCCESS;
+  std::string_view entry;
+  const ResourceName wanted(language ? *language : WORD{0});
+  if (!Descend(&type, true, &offset)) {
+    missing = ERROR_RESOURCE_TYPE_NOT_FOUND;
+  } else if (!Descend(&name, true, &offset)) {
+    missing = ERROR_RESOURCE_NAME_NOT_FOUND;
+  } else if (!Descend(language ? &wanted : nullptr, false, &offset)) {
+    missing = ERROR_RESOURCE_LANG_NOT_FOUND;
+  } else if (!ByteView(directory_).Part(offset, kDataEntrySize, &entry)) {
+    missing = ERROR_RESOURCE_DATA_NOT_FOUND;
   }
+  if (missing != ERROR_SUCCESS) SetLastError(missing);
+  return entry.data();
+}
+
+bool ResourceFile::EntryBytes(const void* entry, std::string_view* bytes) const {
+  // An address before the directory gives a huge offset, which no directory has.
+  const std::uint64_t offset =
+      reinterpret_cast<std::uintptr_t>(entry) - reinterpret_cast<std::uintptr_t>(directory_.data());
+  DWORD address = 0, size = 0;
+  const ByteView directory(directory_);
   std::string_view section;
-  return FromAddress(address, &section) && ByteView(section).Part(0, size, bytes);
+  return directory.Read(offset, &address) && directory.Read(offset + sizeof address, &size) &&
+         FromAddress(address, &section) && ByteView(section).Part(0, size, bytes);
 }
 
 bool ResourceFile::Descend(const ResourceName* name, bool toDirectory, DWORD* offset) const {
   WORD named = 0, numbered = 0;
-  if (!directory_.Read(std::uint64_t{*offset} + kDirectorySize - 4, &named) ||
-      !directory_.Read(std::uint64_t{*offset} + kDirectorySize - 2, &numbered)) {
+  const ByteView directory(directory_);
+  if (!directory.Read(std::uint64_t{*offset} + kDirectorySize - 4, &named) ||
+      !directory.Read(std::uint64_t{*offset} + kDirectorySize - 2, &numbered)) {
     return false;
   }
   for (std::uint64_t index = 0; index < std::uint64_t{named} + numbered; ++index) {
     struct {
       DWORD name, target;
     } entry;
-    if (!directory_.Read(*offset + kDirectorySize + index * kEntrySize, &entry)) return false;
+    if (!directory.Read(*offset + kDirectorySize + index * kEntrySize, &entry)) return false;
     if (name && !IsNamed(entry.name, *name)) continue;
     *offset = entry.target & ~kHighBit;
     return ((entry.target & kHighBit) != 0) == toDirectory;
@@ -136,8 +168,9 @@ bool ResourceFile::IsNamed(DWORD entryName, const ResourceName& name) const {
   const DWORD at = entryName & ~kHighBit;
   WORD length = 0;
   std::string_view units;
-  if (!(entryName & kHighBit) || !directory_.Read(at, &length) || length != name.Text().size() ||
-      !directory_.Part(std::uint64_t{at} + sizeof length, length * sizeof(WCHAR), &units)) {
+  const ByteView directory(directory_);
+  if (!(entryName & kHighBit) || !directory.Read(at, &length) || length != name.Text().size() ||
+      !directory.Part(std::uint64_t{at} + sizeof length, length * sizeof(WCHAR), &units)) {
     return false;
   }
   std::u16string text(length, u'\0');

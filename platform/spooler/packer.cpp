@@ -1,29 +1,43 @@
 #include "platform/spooler/packer.h"
 
-#include <winspool.h>
-
 #include <cstring>
 
 namespace portwise::platform {
 
-template <class Structure>
-BOOL Packer<Structure>::Write(LPBYTE buffer, DWORD size, LPDWORD needed) {
-  std::size_t fixed = structures_.size() * sizeof(Structure);
-  std::size_t variable = characters_.size() * sizeof(WCHAR);
-  *needed = static_cast<DWORD>(fixed + variable);
-  if (fixed + variable == 0) return TRUE;
+namespace {
+
+void Align(std::string* bytes, std::size_t alignment) {
+  bytes->resize((bytes->size() + alignment - 1) / alignment * alignment);
+}
+
+}  // namespace
+
+void PackedStructures::AddStructure(const void* structure, std::size_t size) {
+  lastStructure_ = structures_.size();
+  structures_.append(static_cast<const char*>(structure), size);
+}
+
+void PackedStructures::Point(std::size_t member, const void* data, std::size_t size, std::size_t alignment) {
+  Align(&targets_, alignment);
+  pointers_.push_back({lastStructure_ + member, targets_.size()});
+  targets_.append(static_cast<const char*>(data), size);
+}
+
+BOOL PackedStructures::Write(LPBYTE buffer, DWORD size, LPDWORD needed) {
+  Align(&structures_, alignof(void*));
+  *needed = static_cast<DWORD>(structures_.size() + targets_.size());
+  if (*needed == 0) return TRUE;
   if (!buffer || size < *needed) {
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return FALSE;
   }
-  auto* characters = reinterpret_cast<LPWSTR>(buffer + fixed);
-  for (const TextPlace& text : texts_) structures_[text.structure].*text.member = characters + text.offset;
-  std::memcpy(buffer, structures_.data(), fixed);
-  std::memcpy(buffer + fixed, characters_.data(), variable);
+  for (const Pointer& pointer : pointers_) {
+    const BYTE* target = buffer + structures_.size() + pointer.target;
+    std::memcpy(structures_.data() + pointer.place, &target, sizeof target);
+  }
+  std::memcpy(buffer, structures_.data(), structures_.size());
+  std::memcpy(buffer + structures_.size(), targets_.data(), targets_.size());
   return TRUE;
 }
-
-template class Packer<PRINTER_INFO_2W>;
-template class Packer<JOB_INFO_1W>;
 
 }  // namespace portwise::platform

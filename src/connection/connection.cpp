@@ -1,6 +1,9 @@
 #include "connection/connection.h"
 
+#include <algorithm>
 #include <cstring>
+
+#include "xpml/text_buffer.h"
 
 namespace portwise {
 namespace {
@@ -49,6 +52,35 @@ bool Connection::SetTimeouts(const COMMTIMEOUTS& timeouts) {
   if (Equal(timeouts, timeouts_) || Equal(timeouts, kNoTimeouts)) return true;
   timeouts_ = timeouts;
   return setPortTimeOuts(port_->PortHandle(), &timeouts_, 0) != FALSE;
+}
+
+LONG Connection::Control(DWORD code, const char* text, void* buffer, DWORD size) {
+  switch (code) {
+    case CONTROL_XPML_REQUEST: {
+      if (!text) return 0;
+      TextBuffer reply;
+      port_->ExecuteRequest(text, reply);
+      if (buffer) std::copy_n(reply.Data(), std::min<size_t>(reply.Length(), size), static_cast<char*>(buffer));
+      return static_cast<LONG>(reply.Length());
+    }
+    case CONTROL_SEND_TIMEOUT:
+      return static_cast<LONG>(port_->SendTimeout());
+    case CONTROL_RESPONSE_TIMEOUT:
+      return static_cast<LONG>(port_->ResponseTimeout());
+    default:
+      return 0;
+  }
+}
+
+DWORD Connection::RequestDevice(DWORD request, const void* in, DWORD inSize, void* out, DWORD outSize,
+                                bool* done) const {
+  const auto getData = port_->PortFunctions().pfnGetPrinterDataFromPort;
+  DWORD returned = 0;
+  // Bytes, whatever the types of the interface say.
+  *done = port_->PortHandle() != nullptr && getData != nullptr &&
+          getData(port_->PortHandle(), request, nullptr, static_cast<LPWSTR>(const_cast<void*>(in)), inSize,
+                  static_cast<LPWSTR>(out), outSize, &returned) != FALSE;
+  return *done ? returned : 0;
 }
 
 void Connection::GetTimeouts(COMMTIMEOUTS* timeouts) const {

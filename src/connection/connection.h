@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include "connection/port_link.h"
 #include "core/synchronizer.h"
 
@@ -22,6 +24,14 @@ constexpr DWORD STATUS_OFF_LINE = 0x10000;    ///< of a parallel printer, as are
 constexpr DWORD STATUS_PAPER_EMPTY = 0x20000;
 constexpr DWORD STATUS_SELECTED = 0x40000;
 
+/// Requests of Control. The first three every connection answers; the others parallel and USB ports.
+constexpr DWORD CONTROL_XPML_REQUEST = 301;      ///< runs `text`; the reply's length, which may exceed what was copied
+constexpr DWORD CONTROL_SEND_TIMEOUT = 401;      ///< milliseconds that the printer may take nothing
+constexpr DWORD CONTROL_RESPONSE_TIMEOUT = 402;  ///< milliseconds that an answer may take
+constexpr DWORD CONTROL_DEVICE_ID = 1001;        ///< the printer's IEEE 1284 device id; its length
+constexpr DWORD CONTROL_SOFT_RESET = 1002;       ///< 1 when the printer was reset
+constexpr DWORD CONTROL_VENDOR_GET = 1003;       ///< the three bytes at `text` go out; the length of what came back
+
 /// The port's link to its printer: print data, status requests and answers travel through it.
 ///
 /// One user at a time: hold the use lock (Lock, or TryLock without waiting) around every write burst and every read.
@@ -35,6 +45,8 @@ class Connection {
 
   /// Makes the connection ready for print data. Nothing happens when it is ready already.
   virtual bool Open() { return true; }
+  /// The same for status requests, which some printers answer on a channel of their own.
+  virtual bool OpenStatus() { return true; }
   /// The user is done for now.
   virtual bool Close() { return true; }
   /// Stops all traffic at once; what that means for later calls is the class's.
@@ -53,6 +65,10 @@ class Connection {
   /// Hands the timeouts to the port monitor, unless they are those that it was given last or all zero, which both
   /// count as done. False without a port handle or when the port monitor cannot take them.
   virtual bool SetTimeouts(const COMMTIMEOUTS& timeouts);
+
+  /// A request by number. `text` is a C string, or what the request says; at most `size` bytes go to `buffer`. 0 for a
+  /// request that failed or is not known.
+  virtual LONG Control(DWORD code, const char* text, void* buffer, DWORD size);
 
   /// The status bits of `mask` that hold now.
   virtual DWORD GetStatus(DWORD /*mask*/) { return 0; }
@@ -73,6 +89,13 @@ class Connection {
 
   virtual bool IsNetwork() const { return false; }
 
+  /// How many bytes of the document were taken by a connection that was then lost, so that nobody knows whether the
+  /// printer has them. Counts from StartDoc on.
+  virtual ULONGLONG UnconfirmedBytes() const { return 0; }
+
+  /// Says whether more jobs wait for the port, which makes a network connection stay open for a while at a job's end.
+  void SetKeepOpen(bool keepOpen) { keepOpen_ = keepOpen; }
+
   /// Binds the connection to its port, which must outlive it. Before any other use.
   void SetPortContext(PortLink* port) { port_ = port; }
 
@@ -86,10 +109,14 @@ class Connection {
   explicit Connection(ConnectionKind kind);
 
   PortLink& Port() const { return *port_; }
+  bool KeepOpen() const { return keepOpen_; }
+  /// Sends a device request down to the port monitor. The bytes that came back, 0 when it failed.
+  DWORD RequestDevice(DWORD request, const void* in, DWORD inSize, void* out, DWORD outSize, bool* done) const;
 
  private:
   const ConnectionKind kind_;
   PortLink* port_ = nullptr;
+  std::atomic<bool> keepOpen_ = false;
   OSemaphore useLock_;
   COMMTIMEOUTS timeouts_;  // as given to the port monitor last; all bits set before that
 

@@ -5,6 +5,9 @@
 #include <utility>
 
 #include "connection/address.h"
+#include "connection/ping.h"
+#include "settings/printer_registry.h"
+#include "settings/settings_catalogue.h"
 
 namespace portwise {
 namespace {
@@ -21,6 +24,9 @@ constexpr DWORD kLookUpPause = 5000;     // ms until a name that was not found i
 constexpr DWORD kReopenPause = 100;      // ms after a connection that was lost did not come back
 constexpr DWORD kAbortSlice = 100;       // ms until a wait looks whether it has been aborted
 constexpr LONG kDrainEvents = FD_READ | FD_CLOSE;
+constexpr DWORD kPingPause = 2000;    // ms for which the answer to a ping counts
+constexpr DWORD kPingTimeout = 5000;  // ms
+constexpr DWORD kPeriodPause = 5000;  // ms for which the period that was read counts
 
 /// Errors of a connect that may pass by themselves.
 constexpr int kRetriedErrors[] = {WSAEINTR, WSAEWOULDBLOCK, WSAEINPROGRESS, WSAECONNABORTED, WSAECONNREFUSED};
@@ -42,12 +48,18 @@ bool DrainOnce(SOCKET socket) {
 Connection_TCP::Connection_TCP() : Connection(ConnectionKind::Tcp) { address_.sin_family = AF_INET; }
 
 Connection_TCP::~Connection_TCP() {
+  delayedClose_.Cancel();
   if (connected_) CloseNow();
 }
 
-bool Connection_TCP::Open() {
+bool Connection_TCP::Open() { return OpenChannel(false); }
+
+bool Connection_TCP::OpenStatus() { return OpenChannel(true); }
+
+bool Connection_TCP::OpenChannel(bool statusChannel) {
   if (aborted_) return FailAborted();
-  if (RefreshAddress(false) || PeerHasClosed()) CloseNow();
+  if (RefreshAddress(statusChannel) || PeerHasClosed()) CloseNow();
+  delayedClose_.Cancel();
   addressLock_.Lock();
   const SOCKADDR_IN address = address_;
   const DWORD lookUpError = lookUpError_;
@@ -66,16 +78,33 @@ bool Connection_TCP::Open() {
   return true;
 }
 
-bool Connection_TCP::Close() { return CloseNow(); }
+bool Connection_TCP::Close() {
+  if (KeepOpen() && ClosePeriod() > 0 && delayedClose_.Start(Port().Faults())) return true;
+  return CloseNow();
+}
 
 void Connection_TCP::Abort() {
   aborted_ = true;
+  delayedClose_.RequestCancel();
   const OScopedLock lock(socketLock_);
+  if (connected_) CountAsLost();
   connected_ = false;
   socket_.Reset();
 }
 
-bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) { return Open(); }
+bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) {
+  unconfirmed_ = 0;
+  const bool opened = Open();
+  const ULONGLONG lost = unconfirmed_;
+  taken_ = unconfirmed_ = 0;
+  if (lost > 0) {
+    const DWORD error = GetLastError();
+    Port().Warn("The connection was lost after the last job; it is not known whether the printer has its last " +
+                OString::FromUnsigned(lost) + " bytes.");
+    SetLastError(error);
+  }
+  return opened;
+}
 
 bool Connection_TCP::EndDoc() { return Close(); }
 
@@ -96,6 +125,7 @@ bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
     transfer = SendOnce(bytes, LengthOf(length), &sent);
   }
   *written = static_cast<DWORD>(sent);
+  taken_ += *written;
   if (aborted_) return FailAborted();
   if (transfer == Transfer::kWouldBlock) {
     WSASetLastError(WSAEWOULDBLOCK);
@@ -129,6 +159,22 @@ bool Connection_TCP::Read(void* buffer, DWORD size, DWORD* read) {
   return *read > 0;
 }
 
+DWORD Connection_TCP::GetStatus(DWORD mask) {
+  if (!(mask & STATUS_DISCONNECTED) || connected_) return 0;
+  const OScopedLock lock(pingLock_);
+  if (!pinged_ || GetTickCount() - pingedAt_ > kPingPause) {
+    // While a printer cannot be reached nobody opens the connection, and a new address would not be seen.
+    RefreshAddress(false);
+    addressLock_.Lock();
+    const IN_ADDR host = address_.sin_addr;
+    addressLock_.Unlock();
+    pingAnswered_ = Ping(host, 1, kPingTimeout);
+    pinged_ = true;
+    pingedAt_ = GetTickCount();
+  }
+  return pingAnswered_ ? 0 : STATUS_DISCONNECTED;
+}
+
 bool Connection_TCP::RefreshAddress(bool statusChannel) {
   const OScopedLock lock(addressLock_);
   PortAddress now;
@@ -157,7 +203,20 @@ PortAddress Connection_TCP::Registered() const {
   return registered_;
 }
 
+/// The setting counts from the next close on; it is read again at most every five seconds.
+DWORD Connection_TCP::ClosePeriod() {
+  const OScopedLock lock(periodLock_);
+  if (!periodKnown_ || GetTickCount() - periodReadAt_ >= kPeriodPause) {
+    const Setting& setting = FindSetting(SettingId::TcpDelayedClosePeriod);
+    closePeriod_ = PrinterRegistry(Port().PrinterName()).GetDword(setting.path, setting.number);
+    periodKnown_ = true;
+    periodReadAt_ = GetTickCount();
+  }
+  return closePeriod_;
+}
+
 bool Connection_TCP::CloseNow() {
+  delayedClose_.RequestClose();
   const OScopedLock state(stateLock_);
   unique_socket closing;
   {
@@ -169,7 +228,11 @@ bool Connection_TCP::CloseNow() {
   return GracefulClose(std::move(closing));
 }
 
+/// What the connection has taken may not have reached the printer.
+void Connection_TCP::CountAsLost() { unconfirmed_ += taken_.exchange(0); }
+
 void Connection_TCP::CloseAfter(int error) {
+  CountAsLost();
   CloseNow();
   WSASetLastError(error);
 }
@@ -232,19 +295,36 @@ bool Connection_TCP::AwaitConnect() {
 
 bool Connection_TCP::GracefulClose(unique_socket socket) {
   const unique_socket_event event(WSACreateEvent());
-  if (!event || WSAEventSelect(socket.Get(), event.Get(), kDrainEvents) != 0 || shutdown(socket.Get(), SD_SEND) != 0) {
-    return false;
+  const bool begun =
+      event && WSAEventSelect(socket.Get(), event.Get(), kDrainEvents) == 0 && shutdown(socket.Get(), SD_SEND) == 0;
+  if (begun && AwaitClose(socket.Get(), event.Get())) {
+    taken_ = 0;
+    return true;
   }
+  const int error = WSAGetLastError();
+  if (error == WSAETIMEDOUT) {
+    Port().Warn("The printer did not close the connection; the system goes on delivering what it holds.");
+  } else {
+    CountAsLost();
+  }
+  WSASetLastError(error);
+  return false;
+}
+
+/// True when the printer has closed its side in order. Drops what it still sends.
+bool Connection_TCP::AwaitClose(SOCKET socket, WSAEVENT event) {
   const DWORD begin = GetTickCount();
   DWORD lastSign = begin;
   while (!aborted_) {
-    const WSAEVENT waited = event.Get();
-    if (WSAWaitForMultipleEvents(1, &waited, FALSE, kAbortSlice, FALSE) == WSA_WAIT_FAILED) return false;
+    if (WSAWaitForMultipleEvents(1, &event, FALSE, kAbortSlice, FALSE) == WSA_WAIT_FAILED) return false;
     WSANETWORKEVENTS happened = {};
-    if (WSAEnumNetworkEvents(socket.Get(), event.Get(), &happened) != 0) return false;
-    if ((happened.lNetworkEvents & FD_CLOSE) != 0) return true;
+    if (WSAEnumNetworkEvents(socket, event, &happened) != 0) return false;
+    if ((happened.lNetworkEvents & FD_CLOSE) != 0) {
+      WSASetLastError(happened.iErrorCode[FD_CLOSE_BIT]);
+      return happened.iErrorCode[FD_CLOSE_BIT] == 0;
+    }
     if ((happened.lNetworkEvents & FD_READ) != 0) {
-      if (!DrainOnce(socket.Get())) return false;
+      if (!DrainOnce(socket)) return false;
       lastSign = GetTickCount();
     }
     if (GetTickCount() - lastSign >= kCloseSilence || GetTickCount() - begin >= kLongestClose) {

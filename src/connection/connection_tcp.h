@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "connection/connection.h"
+#include "connection/delayed_close.h"
 #include "connection/port_discovery.h"
 #include "connection/socket_library.h"
 #include "core/socket_handle.h"
@@ -14,11 +15,13 @@ namespace portwise {
 /// A network printer, spoken to over a TCP socket of our own without the port monitor beneath. The address is what the
 /// port monitor keeps of the port in the registry, and is read again whenever the connection is opened.
 ///
-/// A job's end closes the connection; Write and Read open it when they need it. After Abort, Open, Write and Read fail
+/// The print channel and the status channel, on the port number after it, share the one socket: opening either closes
+/// the other. A job's end closes the connection, at once or, when more jobs wait, after the period that the settings
+/// say unless it is used before; Write and Read open it when they need it. After Abort, Open, Write and Read fail
 /// for good with ERROR_OPERATION_ABORTED, and so does a call that is under way, within a second unless it looks a name
 /// up. Other failures leave the error of the socket or of the look-up as the thread's last error, but for a Read to
 /// which nothing came.
-class Connection_TCP : public Connection {
+class Connection_TCP : public Connection, private DelayedClose::Target {
  public:
   Connection_TCP();
   /// Closes in order, which may wait as Close does.
@@ -27,10 +30,12 @@ class Connection_TCP : public Connection {
   /// Connects, in up to three attempts 100 ms apart where the printer refuses. A connection that stands is kept, unless
   /// the address changed or the printer has closed it meanwhile.
   bool Open() override;
+  bool OpenStatus() override;
 
-  /// Ends the connection in order: the printer gets everything that was written, and what it still sends is dropped.
-  /// False, with WSAETIMEDOUT, when the printer gave no sign for 5000 ms or did not close within a minute; the system
-  /// goes on delivering all the same, as long as the printer sends nothing more.
+  /// Ends the connection in order, now or later: the printer gets everything that was written, and what it still sends
+  /// is dropped. False when the printer broke the connection off, and, with WSAETIMEDOUT, when it gave no sign for
+  /// 5000 ms or did not close within a minute; the system then goes on delivering, as long as the printer sends nothing
+  /// more.
   bool Close() override;
   void Abort() override;
 
@@ -46,8 +51,13 @@ class Connection_TCP : public Connection {
   /// nothing, or when the connection failed; only the latter closes it.
   bool Read(void* buffer, DWORD size, DWORD* read) override;
 
+  /// Answers STATUS_DISCONNECTED only, from the connection when it stands and otherwise from a ping, which is sent at
+  /// most every 2000 ms and may take 5000.
+  DWORD GetStatus(DWORD mask) override;
+
   bool RefreshAddress(bool statusChannel) override;
   bool IsNetwork() const override { return true; }
+  ULONGLONG UnconfirmedBytes() const override { return unconfirmed_; }
 
   /// As read by the last RefreshAddress. Any thread.
   OString HostName() const;
@@ -59,11 +69,15 @@ class Connection_TCP : public Connection {
  private:
   enum class Transfer { kDone, kWouldBlock, kFailed };
 
-  bool CloseNow();
+  bool OpenChannel(bool statusChannel);
+  bool CloseNow() override;
+  DWORD ClosePeriod() override;
   bool ConnectSocket(const SOCKADDR_IN& address);
   bool ConnectOnce(const SOCKADDR_IN& address);
   bool AwaitConnect();
   bool GracefulClose(unique_socket socket);
+  bool AwaitClose(SOCKET socket, WSAEVENT event);
+  void CountAsLost();
   bool PeerHasClosed();
   bool FailAborted();
   /// Closes after `error` of the socket, which is the last error afterwards.
@@ -91,6 +105,23 @@ class Connection_TCP : public Connection {
   bool resolved_ = false;
   DWORD lookUpError_ = 0;  // of the last look-up, 0 when it found the printer
   DWORD lookedUpAt_ = 0;   // tick count
+
+  // Of the document in progress: bytes that the connection has taken since it stands, and those that earlier ones had
+  // taken when they were lost.
+  std::atomic<ULONGLONG> taken_ = 0;
+  std::atomic<ULONGLONG> unconfirmed_ = 0;
+
+  OCriticalSection pingLock_;
+  bool pinged_ = false;  // under pingLock_, as are the next two
+  bool pingAnswered_ = false;
+  DWORD pingedAt_ = 0;  // tick count
+
+  OCriticalSection periodLock_;
+  DWORD closePeriod_ = 0;  // ms, under periodLock_, as are the next two
+  bool periodKnown_ = false;
+  DWORD periodReadAt_ = 0;  // tick count
+
+  DelayedClose delayedClose_{*this};  // the last member: its thread uses the others
 };
 
 }  // namespace portwise

@@ -5,7 +5,11 @@
 
 #include <winsplp.h>  // needs the spooler's client types
 
+#include <string_view>
+
+#include "core/fault_report.h"
 #include "core/ostring.h"
+#include "xpml/text_buffer.h"
 
 namespace portwise {
 
@@ -30,6 +34,15 @@ class PortLink {
   /// The handle that the port monitor's OpenPort returned; null when there is none.
   virtual HANDLE PortHandle() const = 0;
   virtual const PortMonitorFunctions& PortFunctions() const = 0;
+  /// Runs an XPML request on the port and appends what it replies.
+  virtual void ExecuteRequest(std::string_view request, TextBuffer& reply) = 0;
+  /// How long the printer may take nothing of what is sent to it, and how long an answer may take, in milliseconds.
+  virtual DWORD SendTimeout() = 0;
+  virtual DWORD ResponseTimeout() = 0;
+  /// Where the guards of the connection's own threads report; null for nowhere.
+  virtual FaultReport* Faults() = 0;
+  /// Tells the people who look after the printer.
+  virtual void Warn(const OString& text) = 0;
 };
 
 }  // namespace portwise

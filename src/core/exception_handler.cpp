@@ -11,16 +11,22 @@ namespace {
 
 std::atomic<FaultReport*> defaultReport = nullptr;
 
-/// Runs a part of the report. What it throws ends here: a fault as well, whose stack may have to be mended first.
+/// Runs a part of the report. What it throws ends here: a fault as well, whose stack may have to be mended first. False
+/// when it did throw.
 template <class Body>
-void Absorb(Body&& body) {
+bool Absorb(Body&& body) {
+  const auto call = [](void* called) -> BOOL {
+    (*static_cast<std::remove_reference_t<Body>*>(called))();
+    return TRUE;
+  };
   try {
-    body();
+    return CallTranslated(call, &body);
   } catch (const OException&) {
     EndFault();
   } catch (CMemoryException*) {
   } catch (const std::exception&) {
   }
+  return false;
 }
 
 }  // namespace
@@ -35,13 +41,14 @@ void OExceptionHandler::SetDefaultReport(FaultReport* report) { defaultReport = 
 /// The line that tells of the minidump; empty when there was nothing to write one of.
 std::string OExceptionHandler::TryDump(const OException& exception) {
   if (!exception.ExceptionPointers()) return std::string();
+  OString library;
+  Absorb([&] {
+    if (FaultReport* report = defaultReport) library = report->DebugLibraryPath();
+  });
   bool written = false;
   OString path;
-  Absorb([&] {
-    FaultReport* report = defaultReport;
-    const OString library = report ? report->DebugLibraryPath() : OString();
-    written = WriteMinidump(library, exception.ExceptionPointers(), &path);
-  });
+  auto write = [&] { written = WriteMinidump(library, exception.ExceptionPointers(), &path); };
+  Absorb([&] { CallOnFaultStack([](void* called) { (*static_cast<decltype(write)*>(called))(); }, &write); });
   const WideView kept = path.View().substr(0, MAX_PATH - 1);
   if (!kept.empty()) dumpPath_[kept.copy(dumpPath_, MAX_PATH - 1)] = 0;
   return written ? std::string("MiniDump File: ") + OString(dumpPath_).Narrow()
@@ -64,26 +71,32 @@ void OExceptionHandler::Handle(const OException& exception) {
 void OExceptionHandler::HandleCurrent() {
   // The stack has been unwound to here.
   EndFault();
-  // Even an override of Handle may fault.
-  Absorb([this] { HandleInFlight(); });
+  // Even an override of Handle may fault. Then the failure has at least its code.
+  DWORD code = ERROR_OUTOFMEMORY;
+  const bool handled = Absorb([&] { HandleInFlight(&code); });
+  if (!handled && (flags_ & kSetLastError)) SetLastError(code);
 }
 
-void OExceptionHandler::HandleInFlight() {
+void OExceptionHandler::HandleInFlight(DWORD* code) {
+  const auto handle = [this, code](const OException& exception) {
+    *code = static_cast<DWORD>(exception.Code());
+    Handle(exception);
+  };
   try {
     try {
       throw;
     } catch (const OException& exception) {
-      Handle(exception);
+      handle(exception);
     } catch (CMemoryException*) {
-      Handle(OException::OutOfMemory());
+      handle(OException::OutOfMemory());
     } catch (const std::bad_alloc&) {
-      Handle(OException::OutOfMemory());
+      handle(OException::OutOfMemory());
     } catch (const std::exception& exception) {
-      Handle(OStdException(exception));
+      handle(OStdException(exception));
     }
   } catch (const std::bad_alloc&) {
     // There was not even memory for the wrapper.
-    Handle(OException::OutOfMemory());
+    handle(OException::OutOfMemory());
   }
 }
 
@@ -91,7 +104,7 @@ void OExceptionHandler::HandleInFlight() {
 // throw, and leave the handler out.
 BOOL CallGuarded(OExceptionHandler& guard, BOOL (*function)(void* body), void* body) {
   try {
-    return function(body);
+    return CallTranslated(function, body);
   } catch (...) {
     guard.HandleCurrent();
   }

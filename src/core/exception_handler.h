@@ -38,7 +38,7 @@ class OExceptionHandler {
   virtual void Handle(const OException& exception);
 
   /// Called in a catch clause: hands the exception in flight to Handle in the form of an OException. What is not one
-  /// of ours and does not derive from std::exception goes on.
+  /// of ours and does not derive from std::exception goes on. When Handle fails itself, kSetLastError still holds.
   void HandleCurrent();
 
   const char* ScopeName() const { return scopeName_; }
@@ -46,7 +46,7 @@ class OExceptionHandler {
   const WCHAR* DumpPath() const { return dumpPath_; }
 
  private:
-  void HandleInFlight();
+  void HandleInFlight(DWORD* code);
   std::string TryDump(const OException& exception);
   void Report(const OException& exception, const std::string& dumpLine);
 

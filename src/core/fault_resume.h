@@ -6,22 +6,25 @@ namespace portwise {
 
 // What differs between the targets about faults: fault_translator_linux.cpp or fault_translator_windows.cpp.
 
-/// Whether an exception of this code is for a translator. What some frame of the system or of another library may be
-/// waiting for is not, nor what is no failure.
-bool IsTranslatable(DWORD exceptionCode);
+/// Sees to it that the process's faults reach the translators; called before the first one is installed, and more
+/// often.
+void PrepareFaults();
 
 /// Copies what a minidump can use.
 void KeepContext(const CONTEXT& context, CONTEXT* kept);
 
-/// Changes the context of a thread that met with an exception so that the thread goes on in PortwiseThrowFault, as if
-/// called by the instruction at fault. Runs inside a signal handler.
-void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context);
-
 }  // namespace portwise
 
-/// Throws what the thread's translator makes of the fault.
+/// Runs `function(body)` in a frame below which faults reach the translator, and returns its result.
+extern "C" BOOL PortwiseCallInFaultFrame(BOOL (*function)(void* body), void* body);
+
+/// Throws what the thread's translator makes of the fault that was kept last.
 extern "C" [[noreturn]] void PortwiseThrowFault();
 
 /// Whether the C++ exception with this header came from a fault: it passes frames that have no entry for it in their
-/// tables. `searching` says that the handler is being looked for.
+/// tables. Asked for every frame that an exception meets; `searching` says that the handler is being looked for.
 extern "C" bool PortwiseIsFault(const void* exceptionHeader, bool searching);
+
+/// The header of the fault whose cleanups the calling thread is running; null when it is running none, or those of
+/// another exception as well.
+extern "C" void* PortwiseFaultBeingUnwound();

@@ -1,76 +1,48 @@
 #include "core/fault_translator.h"
 
-#include <malloc.h>
-
-#include <exception>
-#include <new>
+#include <cxxabi.h>
 
 #include "core/fault_resume.h"
-#include "core/thread_local_singleton.h"
+#include "core/thread_fault.h"
 
 namespace portwise {
 namespace {
 
-// What the handling of a stack overflow finds.
-constexpr ULONG kStackReserve = 64 << 10;
-// Faults one after another that nobody has caught: each may happen in the handling of the one before. With a broken
-// stack this would never end.
-constexpr int kFaultsInARow = 8;
-
-struct ThreadFault : ThreadLocalObject {
-  FaultTranslator translator = nullptr;
-  EXCEPTION_RECORD record = {};
-  CONTEXT context = {};
-  EXCEPTION_POINTERS pointers = {&record, &context};
-  int faultsInARow = 0;
-  // The C++ exception that the last fault became; before the first look for its handler only `thrown` is set.
-  bool thrown = false;
-  const void* header = nullptr;
-};
-
-const char kind = 0;
-
-ThreadFault* Find() { return static_cast<ThreadFault*>(ThreadLocalSlot::Find(&kind)); }
-
-LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
-  ThreadFault* thread = Find();
-  if (!thread || !thread->translator || !IsTranslatable(pointers->ExceptionRecord->ExceptionCode) ||
-      thread->faultsInARow >= kFaultsInARow) {
-    return EXCEPTION_CONTINUE_SEARCH;
+/// Puts the thread's count of uncaught exceptions right at the end of a call. A fault in a cleanup replaces the
+/// exception whose cleanup it was, which then is never caught, and which the C++ library goes on counting.
+class UncaughtCount {
+ public:
+  UncaughtCount() : before_(Globals()->uncaught) {}
+  ~UncaughtCount() {
+    const unsigned int now = before_ + (returned_ ? 0 : 1);
+    if (Globals()->uncaught > now) Globals()->uncaught = now;
   }
-  ++thread->faultsInARow;
-  thread->record = *pointers->ExceptionRecord;
-  thread->record.ExceptionRecord = nullptr;
-  KeepContext(*pointers->ContextRecord, &thread->context);
-  ResumeInThrow(thread->record, pointers->ContextRecord);
-  return EXCEPTION_CONTINUE_EXECUTION;
-}
+  UncaughtCount(const UncaughtCount&) = delete;
+  UncaughtCount& operator=(const UncaughtCount&) = delete;
 
-/// The library's handler, from the first guard until the library is unloaded.
-struct VectoredHandler {
-  PVOID handle = AddVectoredExceptionHandler(1, OnException);
-  ~VectoredHandler() {
-    if (handle) RemoveVectoredExceptionHandler(handle);
-  }
+  void Returned() { returned_ = true; }
+
+ private:
+  /// As the Itanium C++ ABI lays it out.
+  struct ThreadGlobals {
+    void* caught;
+    unsigned int uncaught;
+  };
+  static ThreadGlobals* Globals() { return reinterpret_cast<ThreadGlobals*>(abi::__cxa_get_globals()); }
+
+  const unsigned int before_;
+  bool returned_ = false;
 };
-
-ThreadFault* Prepare() {
-  if (ThreadFault* known = Find()) return known;
-  static const VectoredHandler handler;
-  auto* made = new (std::nothrow) ThreadFault;
-  if (!made || !ThreadLocalSlot::Add(&kind, made)) return nullptr;
-  ULONG reserve = kStackReserve;
-  SetThreadStackGuarantee(&reserve);
-  return made;
-}
 
 }  // namespace
 
 FaultTranslator SetFaultTranslator(FaultTranslator translator) noexcept {
   const DWORD error = GetLastError();
-  ThreadFault* thread = translator ? Prepare() : Find();
+  ThreadFault* thread = translator ? ThreadFault::Prepare() : ThreadFault::Find();
   FaultTranslator previous = nullptr;
   if (thread) {
+    // Somebody below a guard may have caught an overflow without a word.
+    thread->MendStack();
     previous = thread->translator;
     thread->translator = translator;
   }
@@ -78,28 +50,15 @@ FaultTranslator SetFaultTranslator(FaultTranslator translator) noexcept {
   return previous;
 }
 
+BOOL CallTranslated(BOOL (*function)(void* body), void* body) {
+  UncaughtCount count;
+  const BOOL result = PortwiseCallInFaultFrame(function, body);
+  count.Returned();
+  return result;
+}
+
 void EndFault() noexcept {
-  ThreadFault* thread = Find();
-  if (!thread || !thread->thrown) return;
-  if (thread->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
-  thread->faultsInARow = 0;
-  thread->thrown = false;
-  thread->header = nullptr;
+  if (ThreadFault* thread = ThreadFault::Find()) thread->End();
 }
 
 }  // namespace portwise
-
-extern "C" void PortwiseThrowFault() {
-  auto* thread = portwise::Find();
-  thread->thrown = true;
-  thread->header = nullptr;
-  thread->translator(&thread->pointers);
-  std::terminate();
-}
-
-extern "C" bool PortwiseIsFault(const void* exceptionHeader, bool searching) {
-  auto* thread = portwise::Find();
-  if (!thread || !thread->thrown) return false;
-  if (searching && !thread->header) thread->header = exceptionHeader;
-  return thread->header == exceptionHeader;
-}

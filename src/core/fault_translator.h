@@ -13,9 +13,22 @@ using FaultTranslator = void (*)(EXCEPTION_POINTERS* pointers);
 /// faults go where they would go without this library. Leaves the last error as it is. When memory runs out the thread
 /// stays without a translator.
 ///
-/// A fault passes functions that are not supposed to throw: noexcept does not end the process, but what such a
-/// function owns is not destroyed.
+/// A fault passes functions that are not supposed to throw. Where the compiler expected none (at a call that cannot
+/// throw, in a std::atomic, in inline assembly, right below noexcept) what the function owns is not destroyed, its
+/// locks included: see OScopedLock. A noexcept function that has a try block or objects to destroy is passed too, but
+/// in code that core is not linked into it ends the process.
+///
+/// On Linux a stack overflow inside malloc is thrown when malloc returns. Other faults in there, and overflows in
+/// realloc, are not translated: the heap's lock is held, and the throw would wait for it for ever.
 FaultTranslator SetFaultTranslator(FaultTranslator translator) noexcept;
+
+/// Runs `function(body)` and returns its result. Everything that is to be translated must run inside such a call: there
+/// are systems that look for who handles an exception by the frames of the stack.
+BOOL CallTranslated(BOOL (*function)(void* body), void* body);
+
+/// Runs `function(body)` with the stack below the caller as it was at the thread's last fault, for a minidump; where
+/// the system has kept that elsewhere, or it is too far down, just runs it.
+void CallOnFaultStack(void (*function)(void* body), void* body);
 
 /// To be called when a translated fault has been caught: arms the stack's end again after a stack overflow.
 void EndFault() noexcept;

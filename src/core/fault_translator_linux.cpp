@@ -1,13 +1,22 @@
 // x86-64 Linux. The platform brings an error of its own for other processors.
 
+#include "core/allocator_fault_linux.h"
+#include "core/fault_personality.h"
 #include "core/fault_resume.h"
+#include "core/thread_fault.h"
+
+// The platform's: who asks them gets to know of every frame that an exception meets.
+extern "C" void PortwiseAddFramePass(decltype(PortwisePassesFrame)* function);
+extern "C" void PortwiseRemoveFramePass(decltype(PortwisePassesFrame)* function);
 
 extern "C" void PortwiseFaultEntry();
 extern "C" void PortwiseFetchEntry();
+extern "C" void PortwiseReturnEntry();
 
 // Where a thread goes on after a fault, with the address of the instruction in RCX and everything else as it was. To
 // the unwinder this is a frame that the instruction was interrupted by; below the 128 bytes that a function may use
-// beyond its stack pointer.
+// beyond its stack pointer. Prologues of large and of aligned frames find their caller by registers which calls do not
+// keep, so the unwinder gets those as well.
 //
 // When the instruction itself could not be fetched, a call or jump went astray: the fault belongs to the call whose
 // return address is on the stack.
@@ -40,6 +49,22 @@ PortwiseFaultEntry:
     .cfi_offset %rbp, -144
     movq %rsp, %rbp
     .cfi_def_cfa_register %rbp
+    pushq %rax
+    .cfi_offset %rax, -152
+    pushq %rdx
+    .cfi_offset %rdx, -160
+    pushq %rsi
+    .cfi_offset %rsi, -168
+    pushq %rdi
+    .cfi_offset %rdi, -176
+    pushq %r8
+    .cfi_offset %r8, -184
+    pushq %r9
+    .cfi_offset %r9, -192
+    pushq %r10
+    .cfi_offset %r10, -200
+    pushq %r11
+    .cfi_offset %r11, -208
     andq $-16, %rsp
     call PortwiseThrowFault
     ud2
@@ -47,12 +72,41 @@ PortwiseFaultEntry:
     .size PortwiseFaultEntry, . - PortwiseFaultEntry
 )");
 
+// Where a function returns to whose caller's return address has been replaced by this: as if the caller had called this
+// and not the function. The return address goes back to its place.
+asm(R"(
+    .text
+    .p2align 4
+    .hidden PortwiseReturnEntry
+    .globl PortwiseReturnEntry
+    .type PortwiseReturnEntry, @function
+PortwiseReturnEntry:
+    pushq %rax
+    .cfi_startproc
+    pushq %rbp
+    .cfi_adjust_cfa_offset 8
+    .cfi_offset %rbp, -16
+    movq %rsp, %rbp
+    .cfi_def_cfa_register %rbp
+    leaq 8(%rbp), %rdi
+    andq $-16, %rsp
+    call PortwiseThrowAtReturn
+    ud2
+    .cfi_endproc
+    .size PortwiseReturnEntry, . - PortwiseReturnEntry
+)");
+
+extern "C" [[noreturn, gnu::visibility("hidden"), gnu::used]] void PortwiseThrowAtReturn(ULONG_PTR* returnAddress) {
+  auto* thread = portwise::ThreadFault::Find();
+  *returnAddress = thread->place;
+  thread->Throw();
+}
+
 namespace portwise {
 
-bool IsTranslatable(DWORD) { return true; }
+namespace {
 
-void KeepContext(const CONTEXT& context, CONTEXT* kept) { *kept = context; }
-
+/// Changes the context so that the thread goes on in PortwiseThrowFault, as if called by the instruction at fault.
 void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
   constexpr DWORD kStepDirectionAlignment = 0x40500;  // what a function may rely on being clear
   const bool fetch = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
@@ -62,4 +116,48 @@ void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
   context->EFlags &= ~kStepDirectionAlignment;
 }
 
+/// Runs inside signal handlers.
+LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
+  ThreadFault* thread = ThreadFault::Find();
+  if (!thread || !thread->translator) return EXCEPTION_CONTINUE_SEARCH;
+  const AllocatorCall call = FindAllocatorCall(*pointers->ContextRecord);
+  // An overflow there goes on in the reserve until the heap is in order again. For anything else there is no way that
+  // does not end in waiting for ever.
+  const bool isOverflow = pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+  if (call.isInside && !(isOverflow && call.returnAddress)) return EXCEPTION_CONTINUE_SEARCH;
+  if (!thread->Begin(*pointers, pointers->ContextRecord->Rsp)) return EXCEPTION_CONTINUE_SEARCH;
+  if (call.isInside) {
+    thread->place = reinterpret_cast<ULONG_PTR>(*call.returnAddress);
+    *call.returnAddress = reinterpret_cast<void*>(PortwiseReturnEntry);
+  } else {
+    ResumeInThrow(thread->record, pointers->ContextRecord);
+  }
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+/// What the library has given to the process, from the first guard until the library is unloaded.
+struct Hooks {
+  PVOID handler = nullptr;
+  Hooks() {
+    PrepareAllocatorSearch();
+    PortwiseAddFramePass(PortwisePassesFrame);
+    handler = AddVectoredExceptionHandler(1, OnException);
+  }
+  ~Hooks() {
+    if (handler) RemoveVectoredExceptionHandler(handler);
+    PortwiseRemoveFramePass(PortwisePassesFrame);
+  }
+};
+
+}  // namespace
+
+void PrepareFaults() { static const Hooks hooks; }
+
+void KeepContext(const CONTEXT& context, CONTEXT* kept) { *kept = context; }
+
+// The platform keeps the stack.
+void CallOnFaultStack(void (*function)(void* body), void* body) { function(body); }
+
 }  // namespace portwise
+
+extern "C" BOOL PortwiseCallInFaultFrame(BOOL (*function)(void* body), void* body) { return function(body); }

@@ -1,76 +1,60 @@
+// A vectored handler would see every exception of the system before those whom it is for, and take theirs away. A frame
+// handler is asked when no frame below it wanted the exception.
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <new>
+
+#include "core/fault_frame_windows.h"
 #include "core/fault_resume.h"
-
-extern "C" void PortwiseFaultEntry();
-extern "C" void PortwiseFetchEntry();
-
-// Where a thread goes on after a fault, with everything but RCX (ECX) as it was: PortwiseFaultEntry pushes that
-// register, so that to the unwinder the instruction at fault has called PortwiseFetchEntry. When the instruction itself
-// could not be fetched, the return address of the call that went astray is on the stack already.
-#ifdef __x86_64__
-asm(R"(
-    .text
-    .p2align 4
-    .globl PortwiseFaultEntry
-    .def PortwiseFaultEntry; .scl 2; .type 32; .endef
-PortwiseFaultEntry:
-    pushq %rcx
-    .globl PortwiseFetchEntry
-    .def PortwiseFetchEntry; .scl 2; .type 32; .endef
-    .seh_proc PortwiseFetchEntry
-PortwiseFetchEntry:
-    pushq %rbp
-    .seh_pushreg %rbp
-    movq %rsp, %rbp
-    .seh_setframe %rbp, 0
-    .seh_endprologue
-    andq $-16, %rsp
-    subq $32, %rsp
-    call PortwiseThrowFault
-    int3
-    .seh_endproc
-)");
-#else
-asm(R"(
-    .text
-    .p2align 4
-    .globl _PortwiseFaultEntry
-    .def _PortwiseFaultEntry; .scl 2; .type 32; .endef
-_PortwiseFaultEntry:
-    pushl %ecx
-    .globl _PortwiseFetchEntry
-    .def _PortwiseFetchEntry; .scl 2; .type 32; .endef
-_PortwiseFetchEntry:
-    .cfi_startproc
-    pushl %ebp
-    .cfi_def_cfa_offset 8
-    .cfi_offset %ebp, -8
-    movl %esp, %ebp
-    .cfi_def_cfa_register %ebp
-    andl $-16, %esp
-    call _PortwiseThrowFault
-    int3
-    .cfi_endproc
-)");
-#endif
+#include "core/thread_fault.h"
 
 namespace portwise {
 namespace {
 
-#ifdef __x86_64__
-constexpr auto kCounter = &CONTEXT::Rip;
-constexpr auto kScratch = &CONTEXT::Rcx;
-#else
-constexpr auto kCounter = &CONTEXT::Eip;
-constexpr auto kScratch = &CONTEXT::Ecx;
-#endif
+// C++ exceptions: of the system's compiler, then this one's thrown, unwinding and forced.
+constexpr DWORD kCxxExceptions[] = {0xE06D7363, 0x20474343, 0x21474343, 0x22474343};
+
+const char stackKind = 0;
+
+/// What the stack held at the last fault, from the stack pointer on. Handling the fault overwrites it before a minidump
+/// can be written.
+struct FaultStack : ThreadLocalObject {
+  ULONG_PTR start = 0;
+  SIZE_T size = 0;
+  BYTE bytes[64 << 10];
+
+  static FaultStack* Find() { return static_cast<FaultStack*>(ThreadLocalSlot::Find(&stackKind)); }
+};
+
+void KeepStack(ULONG_PTR stackPointer, ULONG_PTR frame) {
+  FaultStack* stack = FaultStack::Find();
+  if (!stack) return;
+  // Up to the guard's frame it lies in pages that are there. A stack pointer beyond is lost.
+  const SIZE_T size = stackPointer < frame ? frame - stackPointer : 0;
+  stack->start = stackPointer;
+  stack->size = std::min<SIZE_T>(size, sizeof stack->bytes);
+  std::memcpy(stack->bytes, reinterpret_cast<const void*>(stackPointer), stack->size);
+}
+
+void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
+  constexpr DWORD kStepDirectionAlignment = 0x40500;  // what a function may rely on being clear
+  const DWORD_PTR counter = context->*kCounter;
+  const bool fetch = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
+                     record.ExceptionInformation[1] == counter;
+  context->*kScratch = counter + ReturnOffset(record.ExceptionCode);
+  context->*kCounter =
+      reinterpret_cast<DWORD_PTR>(reinterpret_cast<void*>(fetch ? PortwiseFetchEntry : PortwiseFaultEntry));
+  context->EFlags &= ~kStepDirectionAlignment;
+}
 
 }  // namespace
 
-bool IsTranslatable(DWORD exceptionCode) {
-  // Of the codes that mean an error those of the system; the others are C++ exceptions of other compilers and what
-  // programs agree on among themselves.
-  const bool systemError = exceptionCode >> 28 == 0xC;
-  return systemError || exceptionCode == EXCEPTION_DATATYPE_MISALIGNMENT || exceptionCode == ERROR_INTERNAL_ERROR;
+void PrepareFaults() {
+  if (FaultStack::Find()) return;
+  // Without it dumps lack the stack.
+  if (auto* stack = new (std::nothrow) FaultStack) ThreadLocalSlot::Add(&stackKind, stack);
 }
 
 void KeepContext(const CONTEXT& context, CONTEXT* kept) {
@@ -82,17 +66,40 @@ void KeepContext(const CONTEXT& context, CONTEXT* kept) {
 #endif
 }
 
-void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
-  constexpr DWORD kStepDirectionAlignment = 0x40500;  // what a function may rely on being clear
-  const auto counter = context->*kCounter;
-  const bool fetch = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
-                     record.ExceptionInformation[1] == counter;
-  // A return address lies behind its call, and the unwinder looks one byte before it. Only in the prologues, where
-  // stacks overflow, the exact address matters more.
-  context->*kScratch = counter + (record.ExceptionCode == EXCEPTION_STACK_OVERFLOW ? 0 : 1);
-  context->*kCounter =
-      reinterpret_cast<ULONG_PTR>(reinterpret_cast<void*>(fetch ? PortwiseFetchEntry : PortwiseFaultEntry));
-  context->EFlags &= ~kStepDirectionAlignment;
+[[gnu::noinline]] void CallOnFaultStack(void (*function)(void* body), void* body) {
+  const FaultStack* stack = FaultStack::Find();
+  const auto here = reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0));
+  constexpr SIZE_T kRoom = sizeof stack->bytes;
+  // A fault further down is out of reach of what the body overwrites.
+  if (stack && stack->size > 0 && stack->start < here && here - stack->start < kRoom) {
+    // Memory of this frame that covers what lay there, down to the fault's stack pointer.
+    auto* room = static_cast<BYTE*>(__builtin_alloca(kRoom));
+    const auto from = reinterpret_cast<ULONG_PTR>(room);
+    const ULONG_PTR first = std::max(stack->start, from);
+    const ULONG_PTR last = std::min(stack->start + stack->size, from + kRoom);
+    if (first < last) std::memcpy(room + (first - from), stack->bytes + (first - stack->start), last - first);
+    asm volatile("" ::"r"(room) : "memory");
+    function(body);
+    asm volatile("" ::"r"(room) : "memory");
+    return;
+  }
+  function(body);
 }
 
 }  // namespace portwise
+
+extern "C" EXCEPTION_DISPOSITION PortwiseOnFault(EXCEPTION_RECORD* record, void* frame, CONTEXT* context, void*) {
+  using namespace portwise;
+  constexpr DWORD kUnwinding = 0x66;
+  const bool isCxx = std::find(std::begin(kCxxExceptions), std::end(kCxxExceptions), record->ExceptionCode) !=
+                     std::end(kCxxExceptions);
+  ThreadFault* thread = ThreadFault::Find();
+  if ((record->ExceptionFlags & kUnwinding) || isCxx || !thread ||
+      !thread->Begin({record, context}, context->*kStackPointer)) {
+    return ExceptionContinueSearch;
+  }
+  thread->place = reinterpret_cast<ULONG_PTR>(frame);
+  KeepStack(context->*kStackPointer, thread->place);
+  ResumeInThrow(thread->record, context);
+  return ContinueBy(record, context);
+}

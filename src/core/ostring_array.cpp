@@ -26,11 +26,13 @@ template <class Char, class Convert>
 std::basic_string<Char> JoinBuffer(const std::vector<OString>& strings, ListLayout layout, Convert convert) {
   std::basic_string<Char> result;
   for (const OString& text : strings) {
+    const auto converted = convert(text);
     if (layout == ListLayout::NulTerminated) {
-      if (text.IsEmpty()) continue;
-      result.append(convert(text)).push_back(Char(0));
+      // By what is written, so that a NUL inside a string never ends the list.
+      const size_t length = std::min(converted.find(Char(0)), converted.size());
+      if (length > 0) result.append(converted, 0, length).push_back(Char(0));
     } else {
-      result.append(convert(text)).append({Char('\r'), Char('\n')});
+      result.append(converted).append({Char('\r'), Char('\n')});
     }
   }
   if (layout == ListLayout::NulTerminated) result.push_back(Char(0));

@@ -42,6 +42,12 @@ class OSemaphore : public OSynchronizer {
 };
 
 /// Holds a lock for a scope.
+///
+/// A processor fault unlocks it only where the compiler expects an exception: in an instruction of C++ that reads,
+/// writes or divides, and inside calls of functions that may throw. A fault in a call that cannot throw (memcpy, say,
+/// or a noexcept function), in a std::atomic or in inline assembly passes the function that makes it, and the lock
+/// stays locked. So a function that holds a lock does none of these itself on memory which may be bad: it reads such
+/// memory before it locks, or leaves it to a function of its own that may throw and is not inlined.
 class OScopedLock {
  public:
   explicit OScopedLock(OSynchronizer& lock) : lock_(lock) { lock_.Lock(); }

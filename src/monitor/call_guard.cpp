@@ -23,8 +23,9 @@ void NetMonExceptionHandler::Handle(const OException& exception) {
     OExceptionHandler::Handle(exception);
     return;
   }
-  OScopedLock lock(reportLock);
+  // The port may be what broke: nothing of it may be touched under the lock, which a fault could leave locked.
   const DWORD job = port_->JobId();
+  OScopedLock lock(reportLock);
   if (job == lastReportedJob) return;
   OExceptionHandler::Handle(exception);
   lastReportedJob = job;

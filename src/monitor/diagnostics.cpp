@@ -6,6 +6,7 @@
 #include "core/folders.h"
 #include "core/synchronizer.h"
 #include "settings/registry.h"
+#include "settings/settings_catalogue.h"
 
 namespace portwise {
 namespace {
@@ -23,12 +24,16 @@ std::string Padded(DWORD number) {
   return digits.size() < kDigits ? std::string(kDigits - digits.size(), '0') + digits : digits;
 }
 
+bool IsOn(SettingId id) {
+  const Setting& setting = FindSetting(id);
+  return ORegistry().GetBool(setting.path, setting.number != 0);
+}
+
 }  // namespace
 
 void MonitorDiagnostics::Reload() {
-  const ORegistry registry("GLOBAL:Development");
-  logCalls_ = registry.GetBool("Monitor Log API Calls", false);
-  saveReads_ = registry.GetBool("Monitor Save Read Data", false);
+  logCalls_ = IsOn(SettingId::LogApiCalls);
+  saveReads_ = IsOn(SettingId::SaveReadData);
 }
 
 void MonitorDiagnostics::LogCall(const char* operation) {

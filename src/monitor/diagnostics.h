@@ -2,14 +2,15 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include "core/ostring.h"
 
 namespace portwise {
 
 /// What a port leaves on the local disk for development and support: a line for every call of the spooler in
 /// "C:\MonitorLog.txt", which all ports share, and a file with the buffer of every read under "C:\Monitor\Read". Both
-/// are off unless the registry says otherwise. Nothing is told when a file cannot be written. Of one port, calls come
-/// from one thread at a time.
+/// are off unless the registry says otherwise. Nothing is told when a file cannot be written. Any thread may call.
 class MonitorDiagnostics {
  public:
   /// Reads the switches.
@@ -26,10 +27,10 @@ class MonitorDiagnostics {
   void SaveReadBuffer(const void* buffer, DWORD size);
 
  private:
-  bool logCalls_ = false;
-  bool saveReads_ = false;
-  DWORD lines_ = 0;
-  DWORD captures_ = 0;
+  std::atomic<bool> logCalls_ = false;
+  std::atomic<bool> saveReads_ = false;
+  std::atomic<DWORD> lines_ = 0;
+  std::atomic<DWORD> captures_ = 0;
 };
 
 }  // namespace portwise

@@ -14,6 +14,7 @@ bool DocumentControl::Start(DWORD job, DWORD level, BYTE* info) {
   if (!BeginAtConnection(job, level, info)) return false;
   if (info) {
     name_ = name;
+    port_.Settings().Refresh(port_.PrinterName());
     port_.Diagnostics().Reload();
     port_.Path().BeginJob();
   }
@@ -52,15 +53,22 @@ void DocumentControl::EndAtConnection() {
   if (depth_ > 0) --depth_;
   if (depth_ == 0) {
     Connection& connection = port_.PrinterConnection();
-    try {
-      ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
-    } catch (...) {
-      connection.EndDoc();
-      throw;
-    }
+    // First the end of the connection, which tells whether the printer has everything.
     connection.EndDoc();
+    if (connection.UnconfirmedBytes() == 0) {
+      ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
+    } else {
+      WarnOfLoss(connection.UnconfirmedBytes());
+    }
   }
   job_ = 0;
+}
+
+/// The job stays in the queue, where people see it: to print it again may double labels, to forget it may lose some.
+void DocumentControl::WarnOfLoss(ULONGLONG unconfirmed) {
+  port_.Warn("The connection to the printer was lost while job " + OString::FromUnsigned(job_) +
+             " was printed. It is not known whether the printer has " + OString::FromUnsigned(unconfirmed) +
+             " of its " + OString::FromUnsigned(port_.Path().SentBytes()) + " bytes.");
 }
 
 void DocumentControl::AbandonAll() {

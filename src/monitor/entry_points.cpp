@@ -21,8 +21,10 @@ template <class Body>
 BOOL Operation(const char* name, HANDLE port, Body&& body) {
   NetMonExceptionHandler guard(name, NetMonExceptionHandler::kOperationFlags);
   auto* context = static_cast<PortContext*>(port);
-  guard.ReportTo(context);
-  return RunGuarded(guard, [&] { return body(*context) ? TRUE : FALSE; });
+  return RunGuarded(guard, [&] {
+    guard.ReportTo(context);
+    return body(*context) ? TRUE : FALSE;
+  });
 }
 
 /// The same for an operation whose call is logged first.
@@ -31,6 +33,15 @@ BOOL LoggedOperation(const char* name, HANDLE port, Body&& body) {
   return Operation(name, port, [&](PortContext& context) {
     context.Diagnostics().LogCall(name);
     return body(context);
+  });
+}
+
+/// Destroys a port's context, under a guard that knows no port: the port's log goes with it.
+BOOL Remove(const char* name, HANDLE port) {
+  NetMonExceptionHandler guard(name, NetMonExceptionHandler::kOperationFlags);
+  return RunGuarded(guard, [&] {
+    Ports()->Remove(static_cast<PortContext*>(port));
+    return TRUE;
   });
 }
 
@@ -62,15 +73,20 @@ BOOL WINAPI lmOpenPortEx2W(HANDLE, HANDLE monitorPort, LPWSTR portName, LPWSTR p
     guard.ReportTo(context);
     context->SetPrinterName(printerName);
     context->Diagnostics().LogCall("lmOpenPortEx2W");
-    const bool done = context->Open(monitorPort, *underlying);
-    if (!done) SetLastError(ERROR_INVALID_PRINT_MONITOR);
-    return done ? TRUE : FALSE;
-  });
-  if (opened) {
+    if (!context->Open(monitorPort, *underlying)) {
+      SetLastError(ERROR_INVALID_PRINT_MONITOR);
+      return FALSE;
+    }
     *port = context;
-  } else if (context) {
+    return TRUE;
+  });
+  if (!opened && context) {
     const DWORD error = GetLastError();
-    Ports()->Remove(context);
+    Operation("lmOpenPortEx2W", context, [](PortContext& failed) {
+      if (failed.IsOpen()) failed.Close();
+      return true;
+    });
+    Remove("lmOpenPortEx2W", context);
     SetLastError(error);
   }
   return opened;
@@ -81,11 +97,9 @@ BOOL WINAPI lmClosePortW(HANDLE port) {
     context.Close();
     return true;
   });
-  NetMonExceptionHandler guard("lmClosePortW", NetMonExceptionHandler::kOperationFlags);
-  const BOOL removed = RunGuarded(guard, [&] {
-    Ports()->Remove(static_cast<PortContext*>(port));
-    return TRUE;
-  });
+  const DWORD error = GetLastError();
+  const BOOL removed = Remove("lmClosePortW", port);
+  if (!closed) SetLastError(error);
   return closed && removed;
 }
 

@@ -5,6 +5,7 @@
 #include "connection/connection_use.h"
 #include "connection/create_connection.h"
 #include "monitor/spooler_queries.h"
+#include "xpml/request.h"
 
 namespace portwise {
 
@@ -80,6 +81,10 @@ bool PortContext::JobIsDeleted() const {
   return (JobStatus(PrinterName(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
 }
 
+void PortContext::ExecuteRequest(std::string_view request, TextBuffer& reply) {
+  portwise::ExecuteRequest(this, request, reply);
+}
+
 OString PortContext::PrinterName() const {
   OScopedLock lock(nameLock_);
   return printerName_;
@@ -90,6 +95,7 @@ void PortContext::SetPrinterName(const OString& printer) {
   if (printerName_ == printer) return;
   printerName_ = printer;
   eventLog_.SetPrinterName(printer);
+  settings_.ForgetPrinter();
 }
 
 }  // namespace portwise

@@ -17,6 +17,7 @@
 #include "monitor/diagnostics.h"
 #include "monitor/document_control.h"
 #include "monitor/job_records.h"
+#include "monitor/port_settings.h"
 #include "monitor/print_path.h"
 
 namespace portwise {
@@ -53,6 +54,11 @@ class PortContext final : public PortLink {
   void SetPrinterName(const OString& printer);
   HANDLE PortHandle() const override { return portHandle_; }
   const PortMonitorFunctions& PortFunctions() const override { return functions_; }
+  void ExecuteRequest(std::string_view request, TextBuffer& reply) override;
+  DWORD SendTimeout() override { return settings_.Values().GetSendTimeout(); }
+  DWORD ResponseTimeout() override { return settings_.Values().GetResponseTimeout(); }
+  FaultReport* Faults() override { return &faults_; }
+  void Warn(const OString& text) override { eventLog_.Warning(text, 0); }
 
   bool IsOpen() const { return portHandle_ != nullptr; }
   bool IsTcp() const { return connection_ && connection_->IsTcp(); }
@@ -60,11 +66,10 @@ class PortContext final : public PortLink {
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
   PrintPath& Path() { return path_; }
   JobRecords& Jobs() { return jobs_; }
+  PortSettings& Settings() { return settings_; }
   MonitorDiagnostics& Diagnostics() { return diagnostics_; }
   /// Messages about the port and its printer.
   PrinterPortEventLog& EventLog() { return eventLog_; }
-  /// Where the guards of the port's calls and threads report.
-  FaultReport* Faults() { return &faults_; }
   /// Whether the spooler is deleting the job in progress, or has deleted it.
   bool JobIsDeleted() const;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
@@ -84,6 +89,7 @@ class PortContext final : public PortLink {
   mutable OCriticalSection nameLock_;
   PrinterPortEventLog eventLog_;
   EventLogReport faults_{&eventLog_};
+  PortSettings settings_;
   std::unique_ptr<Connection> connection_;
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};

@@ -10,13 +10,6 @@
 #include "xpml/request.h"
 
 namespace portwise {
-namespace {
-
-/// How long the printer may take nothing before a write gives up, in milliseconds.
-constexpr DWORD kSendTimeout = 30000;
-
-}  // namespace
-
 PrintPath::PrintPath(PortContext& port) : port_(port) {
   document_.SetTextHandler(WritePlainText, this);
   RegisterPortCommands(&port, document_);
@@ -26,6 +19,7 @@ void PrintPath::BeginJob() {
   document_.Reset();
   skipCount_ = 0;
   takenOfText_ = 0;
+  sent_ = 0;
   failure_ = nullptr;
 }
 
@@ -109,6 +103,7 @@ size_t PrintPath::WriteBytes(std::string_view bytes) {
   } catch (...) {
     failure_ = std::current_exception();
   }
+  sent_ += done;
   return done;
 }
 
@@ -121,6 +116,7 @@ void PrintPath::RethrowFailure() {
 void PrintPath::LowLevelWrite(std::string_view bytes, size_t* done) {
   Connection& connection = port_.PrinterConnection();
   ConnectionUse use(connection);
+  const DWORD sendTimeout = port_.SendTimeout();
   DWORD lastProgress = GetTickCount();
   for (bool again = false; *done < bytes.size(); again = true) {
     if (again && port_.JobIsDeleted()) break;
@@ -140,7 +136,7 @@ void PrintPath::LowLevelWrite(std::string_view bytes, size_t* done) {
     *done += std::min<size_t>(written, left);
     if (success && written > 0) {
       lastProgress = GetTickCount();
-    } else if (GetTickCount() - lastProgress > kSendTimeout) {
+    } else if (GetTickCount() - lastProgress > sendTimeout) {
       timedOut_ = true;
       break;
     }

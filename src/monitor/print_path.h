@@ -36,6 +36,9 @@ class PrintPath {
   /// FALSE with the last error as it was when the printer cannot be reached.
   BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
 
+  /// Bytes of the job that the connection has taken.
+  ULONGLONG SentBytes() const { return sent_; }
+
  private:
   static bool WritePlainText(XPML_Document& document, void* path);
   bool DeliverPending();
@@ -48,6 +51,7 @@ class PrintPath {
   XPML_Document document_;
   DWORD skipCount_ = 0;
   size_t takenOfText_ = 0;  // bytes of the document's plain text that were written although its handling failed
+  ULONGLONG sent_ = 0;
   bool timedOut_ = false;
   bool unreachable_ = false;
   std::exception_ptr failure_;  // what the connection threw while bytes were written

@@ -1,15 +1,9 @@
 #include "settings/logical_path.h"
 
+#include "core/hex.h"
+
 namespace portwise {
 namespace {
-
-/// The value of a hexadecimal digit, or -1.
-int HexDigit(WCHAR digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-  return -1;
-}
 
 struct Root {
   HKEY key;
@@ -61,8 +55,8 @@ OString UnescapePath(const OString& text) {
   WideString to;
   to.reserve(from.size());
   for (size_t i = 0; i < from.size(); ++i) {
-    const int high = from[i] == '%' && i + 2 < from.size() ? HexDigit(from[i + 1]) : -1;
-    const int low = high >= 0 ? HexDigit(from[i + 2]) : -1;
+    const int high = from[i] == '%' && i + 2 < from.size() ? HexValue(from[i + 1]) : -1;
+    const int low = high >= 0 ? HexValue(from[i + 2]) : -1;
     if (low >= 0) {
       to += static_cast<WCHAR>(high * 16 + low);
       i += 2;

@@ -7,8 +7,6 @@
 namespace portwise {
 namespace {
 
-/// What text getters read at most, in bytes.
-constexpr DWORD kMaxTextBytes = 8192;
 /// The units that a name buffer of an enumeration holds, with the NUL.
 constexpr DWORD kNameUnits = 261;
 

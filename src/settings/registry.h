@@ -48,7 +48,9 @@ class ORegistry {
   int GetValueRaw(const OString& path, void* buffer, DWORD size, DWORD type) const;
   /// `size`, or -1. Makes the key when it is missing, as every setter below.
   int SetValueRaw(const OString& path, const void* data, DWORD size, DWORD type) const;
-  /// Text of at most 8192 bytes, up to its first NUL; an empty value gives the default.
+  /// What the getters of text take, in bytes.
+  static constexpr DWORD kMaxTextBytes = 8192;
+  /// Text up to its first NUL; an empty value, and one that is too long, gives the default.
   OString GetString(const OString& path, const OString& defaultValue = {}) const;
   bool SetString(const OString& path, const OString& value) const;
   DWORD GetDword(const OString& path, DWORD defaultValue = 0) const;
@@ -61,7 +63,7 @@ class ORegistry {
   bool SetBool(const OString& path, bool value) const;
   int GetBinary(const OString& path, void* buffer, DWORD size) const;
   int SetBinary(const OString& path, const void* data, DWORD size) const;
-  /// At most 8192 bytes; false, with the array as it was, when there is nothing.
+  /// False, with the array as it was, when there is nothing or too much.
   bool GetMultiString(const OString& path, OStringArray* strings) const;
   /// Empty strings are left out.
   bool SetMultiString(const OString& path, const OStringArray& strings) const;
@@ -98,6 +100,23 @@ class ORegistry {
   static constexpr DWORD kRecursive = 0x2000;
   /// `flags` are rules and the two flags above.
   bool SetKeySecurity(const OString& path, DWORD flags) const;
+
+  /// Begins with a header that deletes the key.
+  static constexpr DWORD kDeleteFirst = 1;
+  /// Stores the checksum of the lines in the key, as the REG_DWORD value "(CRC32)".
+  static constexpr DWORD kStoreChecksum = 2;
+  /// Appends a key's values, but for checksums, and all its subkeys in the registry text format
+  /// (settings/registry_text.h). Text that GetString and GetMultiString do not give is exported as empty; other values
+  /// and keys that cannot be read are left out. False only when the path does not resolve. The base path is then the
+  /// key that was exported last.
+  bool Export(const OString& path, OStringArray* lines, DWORD flags = 0);
+
+  /// Each key header first empties its key, of values and subkeys.
+  static constexpr DWORD kReplaceKeys = 1;
+  /// Applies registry text. What cannot be read or written is skipped and the rest applied; `skipped` is then the
+  /// number of lines that had no effect, blank lines and comments (";") not counted. Values of another type than text,
+  /// number or list of texts become binary. Always true. The base path is then the key of the last header.
+  bool Import(const OStringArray& lines, DWORD flags = 0, int* skipped = nullptr);
 
  private:
   /// The key in numeric-root form that the whole of `path` names; false when it does not resolve.

@@ -9,8 +9,10 @@
 #include <thread>
 
 #include "platform/test_clock.h"
+#include "settings/registry.h"
 #include "tests/connection/fake_port_link.h"
 #include "tests/support/fake_printer.h"
+#include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
@@ -22,6 +24,7 @@ auto Between(DWORD least, DWORD limit) { return testing::AllOf(testing::Ge(least
 class ConnectionTcpTest : public testing::Test {
  protected:
   ConnectionTcpTest() {
+    spooler_.printers["Labels"] = {"IP_1", ""};
     SetPrinter(printer_);
     connection_.SetPortContext(&port_);
     connection_.RefreshAddress(false);
@@ -50,6 +53,7 @@ class ConnectionTcpTest : public testing::Test {
   }
 
   TemporaryHome home_;
+  FakeSpooler spooler_;
   FakePrinter printer_{32768};
   FakePortLink port_{"IP_1"};
   Connection_TCP connection_;
@@ -238,6 +242,133 @@ TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
     EXPECT_FALSE(connection.IsConnected());
     EXPECT_TRUE(connection.Close());
   }
+}
+
+TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
+  // The first port must have the status channel's behind it.
+  FakePrinter status;
+  RegisterPort("IP_1", "", "127.0.0.1", status.Port() - 1u);
+  ASSERT_TRUE(connection_.OpenStatus());
+  ASSERT_TRUE(status.Accept());
+  EXPECT_EQ(connection_.PortNumber(), status.Port());
+  ASSERT_TRUE(connection_.OpenStatus());
+  EXPECT_FALSE(status.Accept(50)) << "it stands already";
+  SetPrinter(printer_);
+  std::thread closes([&] {
+    status.Receive(1);
+    status.Close();
+  });
+  OpenToPrinter();
+  closes.join();
+}
+
+TEST_F(ConnectionTcpTest, ACloseWaitsForTheNextJobWhenThereIsOne) {
+  platform::SetTimeScale(20);
+  ORegistry().SetDword("PRINT:Printers/Labels/PrinterDriverData/Settings/TCP Port Delayed Close Period", 4000);
+  connection_.SetKeepOpen(true);
+  for (int job = 0; job < 3; ++job) {
+    ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
+    ASSERT_TRUE(Write("job"));
+    ASSERT_TRUE(connection_.EndDoc());
+    Sleep(job * 100);
+  }
+  ASSERT_TRUE(printer_.Accept());
+  EXPECT_EQ(printer_.Receive(9), "jobjobjob") << "over one connection";
+  const DWORD start = GetTickCount();
+  std::thread closes([&] {
+    printer_.Receive(1);
+    printer_.Close();
+  });
+  while (connection_.IsConnected() && GetTickCount() - start < 20000) Sleep(50);
+  EXPECT_THAT(GetTickCount() - start, Between(3500, 9000));
+  closes.join();
+
+  // Without the period, and without more jobs, at once.
+  std::string received;
+  for (const bool keepOpen : {true, false}) {
+    connection_.SetKeepOpen(keepOpen);
+    if (keepOpen) {
+      ORegistry().SetDword("PRINT:Printers/Labels/PrinterDriverData/Settings/TCP Port Delayed Close Period", 0);
+      Sleep(6000);  // the period is read every five seconds
+    }
+    OpenToPrinter();
+    std::thread printer = PrinterThatClosesToo(&received);
+    EXPECT_TRUE(connection_.Close());
+    EXPECT_FALSE(connection_.IsConnected());
+    printer.join();
+  }
+}
+
+TEST_F(ConnectionTcpTest, AWaitingCloseEndsWithTheConnectionAndItsAbort) {
+  for (const bool abort : {true, false}) {
+    Connection_TCP connection;
+    connection.SetPortContext(&port_);
+    ASSERT_TRUE(connection.Open());
+    ASSERT_TRUE(printer_.Accept());
+    connection.SetKeepOpen(true);
+    const DWORD start = GetTickCount();
+    EXPECT_TRUE(connection.Close());
+    EXPECT_TRUE(connection.Close()) << "one wait is enough";
+    std::thread closes([&] {
+      printer_.Receive(1);
+      printer_.Close();
+    });
+    if (abort) {
+      connection.Abort();
+    } else {
+      connection.SetKeepOpen(false);
+      EXPECT_TRUE(connection.Close());
+    }
+    closes.join();
+    EXPECT_LT(GetTickCount() - start, 5000u);
+  }
+}
+
+TEST_F(ConnectionTcpTest, APrinterThatIsNotConnectedIsPingedNowAndThen) {
+  platform::SetTimeScale(10);
+  EXPECT_EQ(connection_.GetStatus(STATUS_UNIDIRECTIONAL | STATUS_OFF_LINE), 0u);
+  EXPECT_EQ(connection_.GetStatus(STATUS_DISCONNECTED), 0u) << "this computer answers";
+  RegisterPort("IP_1", "", "", printer_.Port());
+  EXPECT_EQ(connection_.GetStatus(STATUS_DISCONNECTED), 0u) << "the answer counts for a while";
+  Sleep(2500);
+  EXPECT_EQ(connection_.GetStatus(STATUS_DISCONNECTED), STATUS_DISCONNECTED) << "nobody has no address";
+  SetPrinter(printer_);
+  Sleep(2500);
+  EXPECT_EQ(connection_.GetStatus(STATUS_DISCONNECTED), 0u) << "a new address is seen";
+}
+
+TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
+  const auto start = [this] {
+    ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
+    EXPECT_EQ(connection_.UnconfirmedBytes(), 0u);
+    ASSERT_TRUE(printer_.Accept());
+  };
+  start();
+  ASSERT_TRUE(Write("12345"));
+  ASSERT_EQ(printer_.Receive(5), "12345");
+  printer_.Reset();
+  EXPECT_FALSE(Write("67"));
+  EXPECT_EQ(connection_.UnconfirmedBytes(), 5u);
+  ASSERT_TRUE(Write("67"));
+  ASSERT_TRUE(printer_.Accept());
+  // It breaks off at the end, with bytes that nobody has read.
+  std::thread breaks([this] {
+    Sleep(100);
+    printer_.Close();
+  });
+  EXPECT_FALSE(connection_.EndDoc());
+  breaks.join();
+  EXPECT_EQ(connection_.UnconfirmedBytes(), 7u);
+
+  start();
+  ASSERT_TRUE(Write("fine"));
+  std::string received;
+  std::thread printer = PrinterThatClosesToo(&received);
+  EXPECT_TRUE(connection_.EndDoc());
+  printer.join();
+  EXPECT_EQ(received, "fine");
+  EXPECT_EQ(connection_.UnconfirmedBytes(), 0u);
+  EXPECT_TRUE(port_.warnings.empty());
 }
 
 }  // namespace

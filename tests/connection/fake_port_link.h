@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
 #include "connection/port_link.h"
 #include "core/handles.h"
 
@@ -16,9 +19,18 @@ class FakePortLink : public PortLink {
   OString PrinterName() const override { return "Labels"; }
   HANDLE PortHandle() const override { return handle; }
   const PortMonitorFunctions& PortFunctions() const override { return functions; }
+  void ExecuteRequest(std::string_view request, TextBuffer& reply) override {
+    reply.Append("reply to ");
+    reply.Append(request);
+  }
+  DWORD SendTimeout() override { return 31000; }
+  DWORD ResponseTimeout() override { return 7000; }
+  FaultReport* Faults() override { return nullptr; }
+  void Warn(const OString& text) override { warnings.push_back(text.Narrow()); }
 
   HANDLE handle = nullptr;
   PortMonitorFunctions functions;
+  std::vector<std::string> warnings;
 
  private:
   const OString name_;

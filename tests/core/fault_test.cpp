@@ -316,10 +316,12 @@ TEST_F(Fault, InTheReportItselfEndsInTheCallsFailure) {
   };
   for (int i = 0; i < 20; ++i) EXPECT_FALSE(RunGuarded(guard, fail));
   EXPECT_EQ(GetLastError(), 487u);
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("Attemped to generate minidump file but failed\r\n"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("faultdump_0019.dmp\r\n"));
   OExceptionHandler::SetDefaultReport(nullptr);
   FaultyGuard worse("test", 9);
+  SetLastError(0);
   EXPECT_FALSE(RunGuarded(worse, fail));
+  EXPECT_EQ(GetLastError(), 487u);
 }
 
 volatile uint64_t globalMarker = 0x1122334455667788;

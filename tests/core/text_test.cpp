@@ -28,6 +28,9 @@ TEST(OString, KeepsItsTextThroughEveryCodePage) {
       {std::string_view("a\xE2\0bc", 5), kCodePageUtf8, TEXT("a"), "a"},
       {"a\xF0\x9F\x98", kCodePageUtf8, TEXT("a"), "a"},
       {"\xE9\xFF", kCodePageOneByte, WideString({0xE9, 0xFF}), "\xE9\xFF"},
+      {"\x93\xFA\x96\x7B", 932, TEXT("\u65E5\u672C"), "\x93\xFA\x96\x7B"},
+      // More bytes than two for each character.
+      {"\x81\x30\x81\x30", 54936, TEXT("\u0080"), "\x81\x30\x81\x30"},
       {"\x80", 1252, WideString({0x20AC}), "\x80"},
       {"\xC3\xA9", kCodePageAnsi, WideString({0xE9}), "\xC3\xA9"},
   };
@@ -127,6 +130,9 @@ TEST(OStringArray, LaysListsIntoBuffersAndBack) {
   EXPECT_EQ(read(std::string_view("a\0b", 3), ListLayout::NulTerminated), "a|b|");
   EXPECT_EQ(read("a\r\n\r\nlost", ListLayout::Lines), "a||");
   EXPECT_EQ(read("\na\n", ListLayout::Lines), "||") << "two characters go, whatever they are";
+  list.Insert(0, TEXT("\u0100"));
+  EXPECT_EQ(list.ToNarrowBuffer(ListLayout::NulTerminated, kCodePageOneByte), std::string("one\0two\0\0", 9))
+      << "a unit that becomes a NUL does not end the list";
   OStringArray wide;
   wide.FromWideBuffer(WideView(TEXT("b\0C\0a\0\0"), 7), ListLayout::NulTerminated);
   wide.Sort();

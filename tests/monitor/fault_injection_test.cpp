@@ -242,5 +242,31 @@ TEST_F(FaultInjection, ThatCannotBeReportedStillCostsOneCall) {
   EXPECT_TRUE(lmClosePortW(port));
 }
 
+TEST_F(FaultInjection, InTheCallersOwnArgumentsCostsThatCall) {
+  const auto write = [](HANDLE port) { return Write(port, "x"); };
+  WCHAR name[] = TEXT("FILE:"), printer[] = TEXT("Labels");
+  const auto nowhere = reinterpret_cast<PHANDLE>(static_cast<uintptr_t>(zero) + 8);
+  EXPECT_FALSE(lmOpenPortEx2W(MonitorTable(), below_.Monitor(), name, printer, nowhere, &below_.table));
+  EXPECT_EQ(GetLastError(), 487u);
+  EXPECT_EQ(below_.calls, (std::vector<std::string>{"open FILE:", "close"}));
+  EXPECT_EQ(Ports()->Size(), 0);
+  EXPECT_EQ(NewReports().size(), 1u);
+  // A port that is none: not even its job can be asked for, and the next report must not wait for this one.
+  SetLastError(1);
+  EXPECT_FALSE(write(nowhere));
+  EXPECT_EQ(GetLastError(), 487u);
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(Start(port, 7));
+  Arm("write", ReadNull);
+  std::thread([&] {
+    EXPECT_FALSE(write(port));
+    ThreadLocalSlot::DestroyObjects();
+  }).join();
+  EXPECT_EQ(NewReports().size(), 1u);
+  Disarm();
+  EXPECT_TRUE(lmClosePortW(port));
+  EXPECT_EQ(Ports()->Size(), 0);
+}
+
 }  // namespace
 }  // namespace portwise

@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include "platform/registry/registry_control.h"
+#include "tests/support/print_ostring.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
-
-void PrintTo(const OString& text, std::ostream* out) { *out << '"' << text.InCodePage(kCodePageUtf8) << '"'; }
-
 namespace {
 
 TEST(LogicalPathTest, EscapesAndNativeForms) {

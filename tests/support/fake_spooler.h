@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,13 +10,17 @@
 
 namespace portwise {
 
-/// The spooler of the test's own process: printers with their ports and shares, one status for all jobs, and a record
-/// of what was done to jobs.
+/// The spooler of the test's own process: printers with their drivers and data, one status for all jobs, and a record
+/// of what was asked of it. Any thread may call; the test changes the members while nobody does.
 class FakeSpooler final : public platform::SpoolerService {
  public:
   struct Printer {
     std::string port;
     std::string share;
+    nlohmann::json facts = nlohmann::json::object();   ///< more fields of its description
+    nlohmann::json driver = nlohmann::json::object();  ///< none when empty
+    std::string devMode = {};
+    std::map<std::string, std::pair<unsigned, std::string>> data = {};  ///< type and bytes by "key\\value"
   };
 
   FakeSpooler() { platform::SetLocalSpooler(this); }
@@ -26,9 +31,13 @@ class FakeSpooler final : public platform::SpoolerService {
   unsigned noJob = 0;                                      ///< is not known
   nlohmann::json jobTexts = nlohmann::json::object();      ///< "document", "user", "machine" of every job
   std::vector<std::pair<unsigned, unsigned>> jobCommands;  ///< job, command
+  std::map<std::string, int> orders;                       ///< how often each came
 
   platform::Message Call(const platform::Message& request) override {
+    std::lock_guard lock(mutex_);
     const std::string operation = request.head.value("op", "");
+    ++orders[operation];
+    if (request.head.contains("printer") && !operation.starts_with("job")) return CallOnPrinter(operation, request);
     platform::Message reply;
     reply.head = {{"error", 0}};
     if (operation == "printer-list") {
@@ -39,6 +48,7 @@ class FakeSpooler final : public platform::SpoolerService {
       const auto found = printers.find(request.head.value("name", ""));
       if (found == printers.end()) return platform::Failure(1801, "no such printer");
       reply.head.update(Describe(found->first, found->second));
+      reply.body = found->second.devMode;
     } else if (operation == "job-get") {
       if (request.head["job"] == noJob) return platform::Failure(87, "no such job");
       reply.head.update({{"job", request.head["job"]}, {"status", jobStatus}});
@@ -52,12 +62,39 @@ class FakeSpooler final : public platform::SpoolerService {
   }
 
  private:
-  static nlohmann::json Describe(const std::string& name, const Printer& printer) {
-    return {{"name", name},
-            {"port", printer.port},
-            {"share", printer.share},
-            {"attributes", printer.share.empty() ? 0 : 8}};
+  platform::Message CallOnPrinter(const std::string& operation, const platform::Message& request) {
+    const auto found = printers.find(request.head.value("printer", ""));
+    if (found == printers.end()) return platform::Failure(1801, "no such printer");
+    Printer& printer = found->second;
+    platform::Message reply{{{"error", 0}}, {}};
+    if (operation == "driver-get") {
+      if (printer.driver.empty()) return platform::Failure(1797, "no such driver");
+      reply.head.update(printer.driver);
+      return reply;
+    }
+    const std::string value = request.head.value("key", "") + "\\" + request.head.value("value", "");
+    if (operation == "printer-data-set") {
+      printer.data[value] = {request.head.value("type", 0u), request.body};
+      return reply;
+    }
+    if (operation != "printer-data-get") return platform::Failure(120, operation);
+    const auto stored = printer.data.find(value);
+    if (stored == printer.data.end()) return platform::Failure(2, value);
+    reply.head["type"] = stored->second.first;
+    reply.body = stored->second.second;
+    return reply;
   }
+
+  static nlohmann::json Describe(const std::string& name, const Printer& printer) {
+    nlohmann::json description{{"name", name},
+                               {"port", printer.port},
+                               {"share", printer.share},
+                               {"attributes", printer.share.empty() ? 0 : 8}};
+    if (printer.facts.is_object()) description.update(printer.facts);
+    return description;
+  }
+
+  std::mutex mutex_;
 };
 
 }  // namespace portwise

@@ -44,6 +44,8 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   std::ofstream(library) << "old";
   ASSERT_TRUE(home.Start()) << home.Errors();
   EXPECT_EQ(ReadFile(library), ReadFile(ProgramFolder() + "/msgtable.dll"));
+  EXPECT_TRUE(ReadFile(home.Path() + "/drive_c/Windows/System32/portwise.ddz") ==
+              ReadFile(ProgramFolder() + "/portwise.ddz"));
   EXPECT_EQ(home.Stop(), 0);
 
   const std::string lines = RunProgram("portwise events").output;

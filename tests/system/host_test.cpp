@@ -351,7 +351,7 @@ TEST(Host, WinspoolCallsOfOtherProcesses) {
   EXPECT_EQ(std::u16string(info->pPrinterName) + u"|" + info->pShareName + u"|" + info->pComment,
             u"Printer|Anteil|Lager ü");
   EXPECT_EQ(info->cJobs, 1u);
-  EXPECT_FALSE(GetPrinterW(printer, 1, buffer.data(), needed, &needed));
+  EXPECT_FALSE(GetPrinterW(printer, 3, buffer.data(), needed, &needed));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_LEVEL});
 
   DWORD count = 0;

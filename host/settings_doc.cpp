@@ -1,0 +1,107 @@
+// Writes docs/settings.md from the catalogue of settings; with --check, fails when the file says something else.
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "settings/settings_catalogue.h"
+
+namespace portwise {
+namespace {
+
+constexpr char kHead[] =
+    "# Settings\n"
+    "\n"
+    "Made by `portwise-settings-doc` from `src/settings/settings_catalogue.cpp`; change the table there.\n"
+    "\n"
+    "Everything is read from the registry when it is needed. A value that is missing, or of another length than its\n"
+    "type's, counts as its default. A bool is one byte, a number is four bytes, whatever the registry calls their "
+    "type.\n"
+    "`portwise registry set PATH VALUE --type bool|dword|int|string` writes one.\n"
+    "\n"
+    "| root | where it is |\n"
+    "|---|---|\n"
+    "| `Settings:`, `SECURITY:` | `Settings` and `Security` below `DATA:` |\n"
+    "| `DATA:` | the printer's driver data: `PRINT:Printers/[PRINTER]/PrinterDriverData` |\n"
+    "| `UserSettings:` | one user's choices for one printer: "
+    "`HKEY_CURRENT_USER\\SOFTWARE\\Corvane\\Drivers\\Printers\\[PRINTER]\\Settings` |\n"
+    "| `NETWORK:` | `LOCAL:Network/@[SERVER]`, the computer that the printer belongs to |\n"
+    "| `LOCAL:` | `HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers` |\n"
+    "| `GLOBAL:` | `LOCAL:Global Settings` |\n"
+    "| `PRINT:` | `HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print` |\n"
+    "\n"
+    "The first four depend on a printer; `portwise registry` takes the paths of the others. For a printer of another\n"
+    "computer S all of them lie below `HKEY_CURRENT_USER\\SOFTWARE\\Corvane\\Drivers\\@S`.\n"
+    "\n"
+    "| path | type | default | unit | meaning |\n"
+    "|---|---|---|---|---|\n";
+
+const char* KindName(SettingKind kind) {
+  switch (kind) {
+    case SettingKind::Bool:
+      return "bool";
+    case SettingKind::Number:
+      return "number";
+    case SettingKind::SignedNumber:
+      return "signed number";
+    case SettingKind::Text:
+      return "string";
+    case SettingKind::Key:
+      return "key";
+    case SettingKind::Any:
+      return "any";
+  }
+  return "";
+}
+
+std::string Default(const Setting& setting) {
+  if (setting.defaultWords) return setting.defaultWords;
+  switch (setting.kind) {
+    case SettingKind::Bool:
+      return setting.number ? "true" : "false";
+    case SettingKind::Number:
+      return std::to_string(setting.number);
+    case SettingKind::SignedNumber:
+      return std::to_string(static_cast<LONG>(setting.number));
+    case SettingKind::Text:
+      return "empty";
+    default:
+      return "";
+  }
+}
+
+std::string Document() {
+  std::string text = kHead;
+  for (int id = 0; id < static_cast<int>(SettingId::Count); ++id) {
+    const Setting& setting = FindSetting(static_cast<SettingId>(id));
+    text += std::string("| `") + setting.path + "` | " + KindName(setting.kind) + " | " + Default(setting) + " | " +
+            (setting.unit ? setting.unit : "") + " | " + setting.meaning + " |\n";
+  }
+  return text;
+}
+
+}  // namespace
+}  // namespace portwise
+
+int main(int argc, char** argv) {
+  const bool check = argc == 3 && std::strcmp(argv[1], "--check") == 0;
+  if (argc != 2 && !check) {
+    std::fputs("usage: portwise-settings-doc [--check] FILE\n", stderr);
+    return 2;
+  }
+  const char* path = argv[argc - 1];
+  const std::string document = portwise::Document();
+  if (check) {
+    std::ostringstream found;
+    found << std::ifstream(path, std::ios::binary).rdbuf();
+    if (found.str() == document) return 0;
+    std::fprintf(stderr, "%s is not what the catalogue of settings says; run portwise-settings-doc %s\n", path, path);
+    return 1;
+  }
+  std::ofstream file(path, std::ios::binary);
+  file << document;
+  file.close();
+  return file ? 0 : 1;
+}

@@ -1,0 +1,96 @@
+#include <winspool.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+#include "platform/kernel/fail.h"
+#include "platform/spooler/packer.h"
+#include "platform/spooler/printer_handles.h"
+
+namespace portwise::platform {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// The time of a text such as "2024-02-29T23:59:58.125Z"; all zero for another text.
+SYSTEMTIME ParseTime(const std::string& text) {
+  SYSTEMTIME time{};
+  std::tm parts{};
+  int milliseconds = 0;
+  if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%d.%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour,
+                  &parts.tm_min, &parts.tm_sec, &milliseconds) != 7)
+    return time;
+  parts.tm_year -= 1900;
+  parts.tm_mon -= 1;
+  std::time_t seconds = timegm(&parts);
+  gmtime_r(&seconds, &parts);
+  time.wYear = static_cast<WORD>(parts.tm_year + 1900);
+  time.wMonth = static_cast<WORD>(parts.tm_mon + 1);
+  time.wDayOfWeek = static_cast<WORD>(parts.tm_wday);
+  time.wDay = static_cast<WORD>(parts.tm_mday);
+  time.wHour = static_cast<WORD>(parts.tm_hour);
+  time.wMinute = static_cast<WORD>(parts.tm_min);
+  time.wSecond = static_cast<WORD>(parts.tm_sec);
+  time.wMilliseconds = static_cast<WORD>(milliseconds);
+  return time;
+}
+
+/// The members that both levels have.
+template <class Info>
+void PackJob(const Json& job, Info info, Packer<Info>* packer) {
+  info.JobId = job.value("job", DWORD{0});
+  info.Status = job.value("status", DWORD{0});
+  info.Priority = 1;
+  info.Position = job.value("position", DWORD{0});
+  info.Submitted = ParseTime(job.value("submitted", std::string()));
+  packer->Add(info);
+  packer->Text(&Info::pPrinterName, Field(job, "printer"));
+  packer->Text(&Info::pMachineName, Field(job, "machine"));
+  packer->Text(&Info::pUserName, Field(job, "user"));
+  packer->Text(&Info::pDocument, Field(job, "document"));
+  packer->Text(&Info::pDatatype, TEXT("RAW"));
+  if (std::u16string reason = Field(job, "reason"); !reason.empty()) packer->Text(&Info::pStatus, reason);
+}
+
+/// Text members are null when there is no text.
+void PackJob2(const Json& job, Packer<JOB_INFO_2W>* packer) {
+  JOB_INFO_2W info{};
+  info.Size = static_cast<DWORD>(std::min<std::uint64_t>(job.value("size", std::uint64_t{0}), UINT32_MAX));
+  PackJob(job, info, packer);
+  packer->Text(&JOB_INFO_2W::pNotifyName, Field(job, "user"));
+  packer->Text(&JOB_INFO_2W::pDriverName, Field(job, "driver"));
+}
+
+}  // namespace
+
+}  // namespace portwise::platform
+
+using namespace portwise::platform;
+
+BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
+  auto opened = FindPrinterHandle(printer);
+  if (!opened) return FALSE;
+  if (level != 1 && level != 2) return Fail(ERROR_INVALID_LEVEL);
+  if (!needed) return Fail(ERROR_INVALID_PARAMETER);
+  *needed = 0;
+  auto reply = Order({{"op", "job-get"}, {"printer", opened->name}, {"job", job}});
+  if (!reply) return FALSE;
+  if (level == 2) {
+    Packer<JOB_INFO_2W> packer;
+    PackJob2(reply->head, &packer);
+    return packer.Write(buffer, size, needed);
+  }
+  Packer<JOB_INFO_1W> packer;
+  PackJob(reply->head, JOB_INFO_1W{}, &packer);
+  return packer.Write(buffer, size, needed);
+}
+
+BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command) {
+  auto opened = FindPrinterHandle(printer);
+  if (!opened) return FALSE;
+  if (level != 0) return Fail(ERROR_INVALID_LEVEL);
+  if (buffer) return Fail(ERROR_INVALID_PARAMETER);
+  return Order({{"op", "job-control"}, {"printer", opened->name}, {"job", job}, {"command", command}}).has_value();
+}

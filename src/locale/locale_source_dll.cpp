@@ -1,0 +1,47 @@
+#include "locale/locale_source_dll.h"
+
+namespace portwise {
+
+ULocaleSource_DLL::~ULocaleSource_DLL() {
+  // A module that is loaded keeps its file.
+  owned_.Reset();
+  if (deleteFile_) DeleteFileW(path_.Wide());
+}
+
+bool ULocaleSource_DLL::Load() {
+  if (path_.IsEmpty()) return true;
+  if (tried_) return static_cast<bool>(owned_);
+  tried_ = true;
+  // As data: the module of a language serves processes of every kind of processor, and nothing in it is run.
+  owned_.Reset(LoadLibraryExW(path_.Wide(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
+  module_ = owned_.Get();
+  return static_cast<bool>(owned_);
+}
+
+HANDLE ULocaleSource_DLL::LoadHandle(ResourceKind kind, LPCWSTR name) {
+  if (!Load()) return nullptr;
+  switch (kind) {
+    case ResourceKind::Cursor:
+      return LoadCursorW(module_, name);
+    case ResourceKind::Bitmap:
+      return LoadBitmapW(module_, name);
+    case ResourceKind::Icon:
+      return LoadIconW(module_, name);
+    case ResourceKind::Menu:
+      return LoadMenuW(module_, name);
+  }
+  return nullptr;
+}
+
+DWORD ULocaleSource_DLL::GetSize(LPCWSTR type, LPCWSTR name) {
+  const HRSRC resource = Load() ? FindResourceW(module_, name, type) : nullptr;
+  return resource ? SizeofResource(module_, resource) : 0;
+}
+
+const void* ULocaleSource_DLL::GetData(LPCWSTR type, LPCWSTR name) {
+  const HRSRC resource = Load() ? FindResourceW(module_, name, type) : nullptr;
+  const HGLOBAL loaded = resource ? LoadResource(module_, resource) : nullptr;
+  return loaded ? LockResource(loaded) : nullptr;
+}
+
+}  // namespace portwise

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "core/synchronizer.h"
+#include "settings/driver_settings.h"
+#include "settings/printer_registry.h"
+
+namespace portwise {
+
+/// The settings of the printer that a port prints to, and its registry. Any thread.
+class PortSettings {
+ public:
+  DriverSettings& Values() { return values_; }
+
+  /// Reads the settings again from now on, unless they are the same printer's and less than a second old.
+  void Refresh(const OString& printer);
+  /// The port prints to another printer from now on: the next Refresh begins anew.
+  void ForgetPrinter();
+
+ private:
+  OCriticalSection lock_;
+  std::unique_ptr<PrinterRegistry> registry_;  // under lock_, as is the next
+  DWORD refreshedAt_ = 0;                      // tick count
+  DriverSettings values_;
+};
+
+}  // namespace portwise

@@ -1,0 +1,167 @@
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "core/hex.h"
+#include "settings/registry.h"
+#include "settings/registry_text.h"
+
+namespace portwise {
+namespace {
+
+/// The key of a header's native path, in numeric-root form.
+OString HeaderKey(WideView nativePath) {
+  OString key = CollapseSeparators(NativeToInternal(nativePath));
+  return key.TrimRight("/");
+}
+
+/// The text inside a header's brackets. No path begins with a bracket but a key's name may end with one, so as many are
+/// taken from the end as stand in front.
+WideView WithoutBrackets(WideView header) {
+  size_t count = std::min(header.find_first_not_of('['), header.size());
+  header.remove_prefix(count);
+  for (; count > 0 && header.ends_with(WCHAR(']')); --count) header.remove_suffix(1);
+  return header;
+}
+
+/// Applies lines one after another.
+class Importer {
+ public:
+  Importer(ORegistry& registry, bool replaceKeys) : registry_(registry), replaceKeys_(replaceKeys) {}
+
+  void Take(WideView line);
+  /// To be called after the last line; the lines that could not be applied.
+  int Finish();
+
+ private:
+  /// What value lines belong to; those of a key that cannot be had are skipped.
+  enum class Place { kOutside, kInKey, kInUnusableKey };
+
+  void TakeHeader(WideView header);
+  void DeleteKeyOf(const OString& key);
+  void TakeValueText(WideView text, bool backslash);
+  void DropPending();
+  bool ApplyValue(WideView text) const;
+  bool ApplyBytes(const OString& path, WideView data) const;
+
+  ORegistry& registry_;
+  const bool replaceKeys_;
+  Place place_ = Place::kOutside;
+  WideString pending_;  // the beginning of a value that goes on
+  int pendingLines_ = 0;
+  int skipped_ = 0;
+};
+
+void Importer::Take(WideView line) {
+  line.remove_prefix(std::min(line.find_first_not_of(TEXT(" \t")), line.size()));
+  const WideView text = line.substr(0, line.find_last_not_of(TEXT(" \t\r\n\\")) + 1);
+  if (text.empty()) {
+    DropPending();
+    place_ = Place::kOutside;
+  } else if (text.front() == '[') {
+    DropPending();
+    TakeHeader(text);
+  } else if (text.front() != ';') {  // a comment
+    TakeValueText(text, line.find(WCHAR('\\'), text.size()) != WideView::npos);
+  }
+}
+
+int Importer::Finish() {
+  DropPending();
+  return skipped_;
+}
+
+void Importer::TakeHeader(WideView header) {
+  const WideView path = WithoutBrackets(header);
+  place_ = Place::kOutside;
+  if (!path.empty() && path.front() == '-') {
+    DeleteKeyOf(HeaderKey(path.substr(std::min(path.find_first_not_of('-'), path.size()))));
+    return;
+  }
+  const OString key = HeaderKey(path);
+  if (!HasNumericRoot(key) || !registry_.OpenKey(key, true)) {
+    place_ = Place::kInUnusableKey;
+    ++skipped_;
+    return;
+  }
+  registry_.SetBasePath(key);
+  if (replaceKeys_) registry_.DeleteMatching("*");
+  place_ = Place::kInKey;
+}
+
+/// A key that is not there is deleted; a value of that name is none of a header's.
+void Importer::DeleteKeyOf(const OString& key) {
+  const bool known = HasNumericRoot(key);
+  if (!known || (registry_.GetKeyInfo(key) && !registry_.Delete(key, true))) ++skipped_;
+}
+
+/// `backslash` tells whether one stood at the end of the line.
+void Importer::TakeValueText(WideView text, bool backslash) {
+  // No value goes on with a quote: the one before broke off.
+  if (text.front() == '"') DropPending();
+  if (place_ != Place::kInKey || (text.front() != '"' && pendingLines_ == 0)) {
+    ++skipped_;
+    return;
+  }
+  pending_.append(text);
+  ++pendingLines_;
+  // After a long name not even the first byte may have found room on the line.
+  if (text.back() == ',' || (backslash && text.back() == ':')) return;
+  if (!ApplyValue(pending_)) skipped_ += pendingLines_;
+  pending_.clear();
+  pendingLines_ = 0;
+}
+
+void Importer::DropPending() {
+  skipped_ += pendingLines_;
+  pending_.clear();
+  pendingLines_ = 0;
+}
+
+bool Importer::ApplyValue(WideView text) const {
+  OString name;
+  WideView data;
+  if (!SplitValueLine(text, &name, &data)) return false;
+  const OString path = ValuePath(name);
+  if (data.starts_with(WCHAR('"'))) {
+    if (data.size() < 2 || data.back() != '"') return false;
+    return registry_.SetString(path, UnescapeText(data.substr(1, data.size() - 2)));
+  }
+  constexpr WideView kNumber = TEXT("dword:");
+  if (data.starts_with(kNumber)) {
+    const WideView digits = data.substr(kNumber.size(), 8);
+    const auto end = std::find_if(digits.begin(), digits.end(), [](WCHAR digit) { return HexValue(digit) < 0; });
+    DWORD number = 0;
+    return DecodeHexNumber(digits.substr(0, static_cast<size_t>(end - digits.begin())), &number) &&
+           registry_.SetDword(path, number);
+  }
+  return data.starts_with(TEXT("hex")) && ApplyBytes(path, data.substr(3));
+}
+
+/// `data` is what stands after "hex". Every type but that of lists is stored as binary.
+bool Importer::ApplyBytes(const OString& path, WideView data) const {
+  const size_t colon = data.find(WCHAR(':'));
+  std::string bytes;
+  if (colon == WideView::npos || !ParseByteList(data.substr(colon + 1), &bytes)) return false;
+  if (!data.starts_with(TEXT("(7)"))) {
+    const auto size = static_cast<DWORD>(bytes.size());
+    return registry_.SetBinary(path, bytes.data(), size) == static_cast<int>(size);
+  }
+  WideString units(bytes.size() / sizeof(WCHAR), WCHAR());
+  std::memcpy(units.data(), bytes.data(), units.size() * sizeof(WCHAR));
+  OStringArray strings;
+  strings.FromWideBuffer(units, ListLayout::NulTerminated);
+  return registry_.SetMultiString(path, strings);
+}
+
+}  // namespace
+
+bool ORegistry::Import(const OStringArray& lines, DWORD flags, int* skipped) {
+  Importer importer(*this, (flags & kReplaceKeys) != 0);
+  for (const OString& line : lines) importer.Take(line.View());
+  const int count = importer.Finish();
+  if (skipped) *skipped = count;
+  return true;
+}
+
+}  // namespace portwise

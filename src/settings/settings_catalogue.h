@@ -1,0 +1,74 @@
+#pragma once
+
+#include <windows.h>
+
+namespace portwise {
+
+/// Every setting of the system, by its place in the catalogue.
+enum class SettingId {
+  OverwriteFiles,
+  PrintCodeRecording,
+  RecordingDirectory,
+  StatusMonitoringMode,
+  VerifyJobComplete,
+  VerifyPageComplete,
+  AdvancedStatusComment,
+  ShowOnError,
+  ShowIcon,
+  SendTimeout,
+  ResponseTimeout,
+  ActivePollingInterval,
+  IdlePollingInterval,
+  TcpDelayedClosePeriod,
+  LoggingKey,
+  ConfigurationSharing,
+  KnownBidirectional,
+  TcpEnabled,
+  NetworkCommunication,
+  TcpPort,
+  ConnectionRetries,
+  ConnectionTimeout,
+  NetworkBidirectional,
+  ServerAddressOverride,
+  ServerAddress,
+  ServiceTcpEnabled,
+  ServiceTcpPort,
+  ServiceNetworkCommunication,
+  ServiceNetworkBidirectional,
+  WindowShowIcon,
+  WindowShowOnError,
+  WindowHideTitlebar,
+  WindowAlwaysOnTop,
+  WindowXPosition,
+  WindowYPosition,
+  WindowKey,
+  Language,
+  LogApiCalls,
+  SaveWriteData,
+  SaveReadData,
+  SaveStatusCommand,
+  XpmlValues,
+  DebugLibrary,
+  ExportChecksum,
+  PortMonitorsKey,
+  Count
+};
+
+/// How a value is read: a boolean from one byte, numbers from four, text from text, whatever its registry type.
+enum class SettingKind { Bool, Number, SignedNumber, Text, Key, Any };
+
+/// One row of the catalogue.
+struct Setting {
+  SettingId id;
+  const char* path;  ///< logical; "<name>" stands for what differs
+  SettingKind kind;
+  DWORD number;              ///< the default of a boolean or a number
+  const char* defaultWords;  ///< a default that is not a constant, in words; null when `number` or the empty text is it
+  const char* unit;          ///< null for none
+  const char* meaning;
+};
+
+/// The row of a setting; any thread. A setting is added, and its default changed, in that row alone.
+const Setting& FindSetting(SettingId id);
+
+}  // namespace portwise

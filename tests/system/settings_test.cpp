@@ -1,0 +1,219 @@
+#include <gmock/gmock.h>
+#include <winspool.h>
+
+#include <cstring>
+#include <set>
+#include <thread>
+
+#include "core/printer_handle.h"
+#include "core/thread_local_singleton.h"
+#include "settings/driver_settings.h"
+#include "settings/odometer.h"
+#include "settings/printer_info.h"
+#include "tests/support/print_ostring.h"
+#include "tests/support/spooler_home.h"
+
+namespace portwise::test {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+void Expect(const std::string& command, int code, const std::string& output) {
+  ProgramResult result = RunProgram("portwise " + command);
+  EXPECT_EQ(result.code, code) << command << "\n" << result.output;
+  EXPECT_THAT(result.output, HasSubstr(output)) << command;
+}
+
+unique_printer Open(const std::u16string& name, DWORD access) {
+  unique_printer printer;
+  PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
+  std::u16string text = name;
+  EXPECT_TRUE(OpenPrinterW(text.data(), printer.Put(), &defaults));
+  return printer;
+}
+
+class SettingsSystem : public testing::Test {
+ protected:
+  SettingsSystem() {
+    EXPECT_TRUE(home_.Start()) << home_.Errors();
+    home_.AddPort("dock", {"Labels"});
+  }
+  ~SettingsSystem() override { ThreadLocalSlot::DestroyObjects(); }
+
+  SpoolerHome home_;
+};
+
+TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
+  Expect(
+      "printer set Labels --driver 'C:\\d\\therm.dll' --driver-name Thermal --data-file ABCxy.dat --share Anteil"
+      " --comment 'Lager ü' --location Halle --attributes bidi,local --data 'ClientName=LAPTOP'"
+      " --data 'Meterbank/Odometer Pages:dword=12' --data 'Meterbank/Odometer Distance:binary=0000000000001440'",
+      0, "");
+  PrinterInfo info("labels");
+  EXPECT_EQ(info.printerName, OString("Labels"));
+  EXPECT_EQ(info.driverName, OString("Thermal"));
+  EXPECT_EQ(info.driverFolder, OString("C:\\d"));
+  EXPECT_EQ(info.oemCode, OString("xy"));
+  EXPECT_EQ(info.comment, OString("Lager ü", kCodePageUtf8));
+  EXPECT_EQ(info.attributes, PRINTER_ATTRIBUTE_ENABLE_BIDI | PRINTER_ATTRIBUTE_LOCAL | PRINTER_ATTRIBUTE_SHARED);
+  EXPECT_EQ(info.printProcessor, OString("winprint"));
+  EXPECT_FALSE(info.remote);
+
+  const unique_printer user = Open(u"Labels", PRINTER_ACCESS_USE);
+  const unique_printer administrator = Open(u"Labels", PRINTER_ALL_ACCESS);
+  Odometer odometer;
+  EXPECT_TRUE(odometer.Load(user.Get()));
+  EXPECT_EQ(odometer.Pages(), 12u);
+  EXPECT_EQ(odometer.Distance(), 5.0);
+  odometer.Add(1, 10);
+  EXPECT_FALSE(odometer.Save(user.Get()));
+  EXPECT_TRUE(odometer.Save(administrator.Get()));
+  Expect("printer show Labels", 0, "Meterbank/Odometer Pages = 13");
+  Expect("printer show Labels", 0, "PrinterDriverData/ClientName = LAPTOP");
+  Expect("printer show labels --json", 0, "\"dataFile\": \"C:\\\\Windows\\\\System32\\\\spool\\\\drivers");
+  Expect("printer set Labels --remove-data ClientName", 0, "");
+  Expect("printer set Labels --remove-data ClientName", 1, "has no data");
+
+  const struct {
+    const char *arguments, *told;
+  } wrong[] = {
+      {"--attributes bidi,quiet", "there is no attribute quiet; they are queued,"},
+      {"--attributes 0x1ffffffff", "not a number of 32 bits"},
+      {"--share '' --attributes shared", "--share"},
+      {"--driver-name None", "there is no driver None"},
+      {"--server 'a,b'", "server name holds"},
+      {"--data Value", "[KEY/]VALUE"},
+      {"--comment lost --data 'a:dword=x'", "x is not a number"},
+      {"--data 'A//B/c=1'", "cannot name a key"},
+  };
+  for (const auto& row : wrong) Expect(std::string("printer set Labels ") + row.arguments, 1, row.told);
+  Expect("printer show Labels", 0, "comment:     Lager ü\n");
+}
+
+TEST_F(SettingsSystem, PrintersOfOtherComputers) {
+  Expect(R"(port add '\\FILES\Q' --file /dev/null)", 0, "");
+  Expect(R"(printer add '\\SRV\Far 1' --port dock)", 0, "");
+  Expect(R"(printer add Share --port '\\files\Q')", 0, "");
+  Expect("printer set Labels --server SRV", 0, "");
+  for (const char* bad : {R"('\\SRV')", R"('\\SRV\')", R"('\\\P')", R"('\\SRV\a\b')", R"('a\b')", "a,b"})
+    Expect(std::string("printer add ") + bad + " --port dock", 1, "name");
+  const struct {
+    const char *name, *server, *shortName;
+  } rows[] = {{R"(\\srv\FAR 1)", "SRV", "Far 1"}, {"share", "FILES", "Share"}, {"Labels", "SRV", "Labels"}};
+  for (const auto& row : rows) {
+    const PrinterInfo info((OString(row.name)));
+    EXPECT_EQ(info.serverName, OString(row.server)) << row.name;
+    EXPECT_EQ(info.shortName, OString(row.shortName)) << row.name;
+    EXPECT_TRUE(info.remote);
+  }
+  const unsigned job = Submit("Share", "label");
+  EXPECT_TRUE(Eventually([&] { return GetJob(job).value("outcome", "") == "printed"; })) << GetJob(job);
+
+  auto names = [](DWORD flags) {
+    std::set<OString> found;
+    BYTE buffer[4096];
+    DWORD needed = 0, count = 0;
+    EXPECT_TRUE(EnumPrintersW(flags, nullptr, 4, buffer, sizeof buffer, &needed, &count));
+    for (DWORD i = 0; i < count; ++i) found.insert(reinterpret_cast<PRINTER_INFO_4W*>(buffer)[i].pPrinterName);
+    return found;
+  };
+  EXPECT_EQ(names(PRINTER_ENUM_LOCAL), (std::set<OString>{"Labels", "Share"}));
+  EXPECT_EQ(names(PRINTER_ENUM_CONNECTIONS), (std::set<OString>{"\\\\SRV\\Far 1"}));
+  EXPECT_EQ(names(PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS).size(), 3u);
+  Expect(R"(printer remove '\\SRV\Far 1')", 0, "");
+  EXPECT_EQ(names(PRINTER_ENUM_CONNECTIONS).size(), 0u);
+}
+
+TEST_F(SettingsSystem, PrintersAreReadAndChangedThroughTheSpooler) {
+  const unique_printer printer = Open(u"labels", PRINTER_ALL_ACCESS);
+  BYTE buffer[4096];
+  DWORD needed = 0;
+  ASSERT_TRUE(GetPrinterW(printer.Get(), 2, buffer, sizeof buffer, &needed));
+  auto info = *reinterpret_cast<PRINTER_INFO_2W*>(buffer);
+  EXPECT_EQ(info.pDevMode, nullptr);
+  EXPECT_EQ(info.pServerName, nullptr);
+  struct {
+    DEVMODEW mode{};
+    BYTE extra[4]{1, 2, 3, 4};
+  } device;
+  device.mode.dmSize = sizeof device.mode;
+  device.mode.dmDriverExtra = sizeof device.extra;
+  info.pDevMode = &device.mode;
+  std::u16string comment = u"status;\u00a0mine";
+  info.pComment = comment.data();
+  auto* bytes = reinterpret_cast<LPBYTE>(&info);
+  EXPECT_TRUE(SetPrinterW(printer.Get(), 2, bytes, 0));
+  EXPECT_FALSE(SetPrinterW(Open(u"Labels", PRINTER_ACCESS_USE).Get(), 2, bytes, 0));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_FALSE(GetPrinterW(printer.Get(), 2, nullptr, 0, &needed));
+  ASSERT_TRUE(GetPrinterW(printer.Get(), 2, buffer, needed, &needed));
+  auto* changed = reinterpret_cast<PRINTER_INFO_2W*>(buffer);
+  EXPECT_EQ(std::u16string(changed->pComment), comment);
+  ASSERT_NE(changed->pDevMode, nullptr);
+  EXPECT_EQ(std::memcmp(changed->pDevMode, &device, sizeof device.mode + sizeof device.extra), 0);
+  ASSERT_TRUE(GetPrinterW(printer.Get(), 1, buffer, sizeof buffer, &needed));
+  EXPECT_EQ(std::u16string(reinterpret_cast<PRINTER_INFO_1W*>(buffer)->pDescription),
+            u"Labels,Label printer," + comment);
+
+  EXPECT_FALSE(GetPrinterDriverW(printer.Get(), nullptr, 6, nullptr, 0, &needed));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_UNKNOWN_PRINTER_DRIVER});
+  BYTE data[8] = "1234567";
+  DWORD type = 0;
+  EXPECT_EQ(SetPrinterDataExW(printer.Get(), TEXT("A\\B"), TEXT("v:/"), 77, data, 8), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(GetPrinterDataExW(printer.Get(), TEXT("a\\b"), TEXT("V:/"), &type, data, 7, &needed),
+            DWORD{ERROR_MORE_DATA});
+  EXPECT_EQ(needed, 8u);
+  EXPECT_EQ(GetPrinterDataExW(printer.Get(), TEXT("A\\B"), TEXT("v:/"), &type, data, 8, &needed), 0u);
+  EXPECT_EQ(type, 77u);
+  EXPECT_EQ(DeletePrinterDataExW(printer.Get(), TEXT("A\\B"), TEXT("v:/")), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(GetPrinterDataExW(printer.Get(), TEXT("A\\B"), TEXT("v:/"), &type, data, 8, &needed),
+            DWORD{ERROR_FILE_NOT_FOUND});
+  for (LPCWSTR key : {TEXT(""), TEXT("\\"), TEXT("A\\\\B"), TEXT("A\\")})
+    EXPECT_EQ(SetPrinterDataExW(printer.Get(), key, TEXT("Port"), REG_SZ, data, 8), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(SetPrinterDataExW(nullptr, TEXT("A"), TEXT("v"), REG_SZ, data, 8), DWORD{ERROR_INVALID_HANDLE});
+}
+
+TEST_F(SettingsSystem, TwoProcessesLoseNothing) {
+  constexpr int kRounds = 25;
+  const std::string key = "PRINT:Printers/Labels/PrinterDriverData/Settings/Status/";
+  std::string commands = "true";
+  for (int round = 0; round < kRounds; ++round) {
+    const std::string set = " && " + ProgramFolder() + "/portwise registry set '" + key;
+    commands += set + "Their " + std::to_string(round) + "' " + std::to_string(round) + " --type dword";
+    commands += set + "Send Timeout' " + std::to_string(1000 + round) + " --type dword";
+  }
+  std::thread other([&] { EXPECT_EQ(RunProgram("portwise --help >/dev/null && " + commands).code, 0); });
+  const PrinterRegistry registry("Labels");
+  DriverSettings settings;
+  int written = 0;
+  std::set<DWORD> seen;
+  while (seen.empty() || *seen.rbegin() < 1000 + kRounds - 1) {
+    ++written;
+    EXPECT_TRUE(registry.SetDword(OString("Settings:Status/Our ") + OString::FromInt(written), 1));
+    EXPECT_TRUE(registry.SetDword("Settings:Status/Idle Polling Interval", static_cast<DWORD>(written)));
+    settings.Init(registry);
+    EXPECT_EQ(settings.GetIdlePollingInterval(), static_cast<DWORD>(written));
+    const DWORD timeout = settings.GetSendTimeout();
+    if (timeout == 30000) {
+      EXPECT_TRUE(seen.empty()) << "a value that was there is gone";
+    } else {
+      EXPECT_TRUE(seen.empty() || timeout >= *seen.rbegin()) << "an older value is back";
+      seen.insert(timeout);
+    }
+    if (written > 20000) break;
+  }
+  other.join();
+  EXPECT_EQ(*seen.rbegin(), 1000u + kRounds - 1);
+  EXPECT_GT(written, kRounds);
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(registry.GetDword(OString("Settings:Status/Their ") + OString::FromInt(round), 99),
+              static_cast<DWORD>(round));
+  }
+  DWORD values = 0;
+  EXPECT_TRUE(registry.GetKeyInfo("Settings:Status", nullptr, &values));
+  EXPECT_EQ(values, static_cast<DWORD>(kRounds + written + 2));
+}
+
+}  // namespace
+}  // namespace portwise::test
