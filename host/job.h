@@ -43,6 +43,8 @@ struct Job {
   bool active = false;      ///< a port is running the job
   bool left = false;        ///< the monitor said that the job has left it
   JobPhase phase = JobPhase::Idle;
+  /// Why the port could not deliver all that it had taken; empty when it says nothing of the kind.
+  std::string undelivered;
 };
 
 /// The job's state in one word.

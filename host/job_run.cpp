@@ -113,12 +113,14 @@ bool JobRun::MayGoOn(Ending* ending) {
   for (;;) {
     bool deleting = false;
     bool paused = false;
+    bool undelivered = false;
     store_.Change(job_.id, [&](Job& job) {
       deleting = job.deleting;
       paused = job.paused;
+      undelivered = !job.undelivered.empty();
     });
-    *ending = deleting ? Ending::Cancelled : Ending::Stopped;
-    if (deleting || wakeUp_.Stopping()) return false;
+    *ending = deleting ? Ending::Cancelled : undelivered ? Ending::Undelivered : Ending::Stopped;
+    if (deleting || undelivered || wakeUp_.Stopping()) return false;
     if (!paused) return true;
     wakeUp_.Wait(kPausedWait);
   }
@@ -130,11 +132,20 @@ bool JobRun::Finish(Ending ending) {
   port_.EndDoc();
   bool left = false;
   bool deleting = false;
+  std::string undelivered;
   store_.Change(job_.id, [&](Job& job) {
     left = job.left;
     deleting = job.deleting;
+    undelivered = job.undelivered;
   });
-  if (delivered && left) {
+  if (!undelivered.empty()) {
+    // A port that keeps the document until its end may fail after everything was written.
+    if (deleting) {
+      store_.Remove(job_.id, JobOutcome::Deleted);
+    } else {
+      Hold(undelivered);
+    }
+  } else if (delivered && left) {
     std::string why;
     if (!store_.Remove(job_.id, JobOutcome::Printed, &why)) Hold("it has printed, but " + why);
   } else if (delivered && !deleting) {

@@ -21,7 +21,7 @@ class JobRun {
   bool Run();
 
  private:
-  enum class Ending { Delivered, Cancelled, Stopped, Unreadable, NotRecorded };
+  enum class Ending { Delivered, Cancelled, Stopped, Undelivered, Unreadable, NotRecorded };
 
   Ending SendData();
   Ending SendBuffers(const platform::UniqueFd& progress);

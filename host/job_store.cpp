@@ -108,6 +108,7 @@ std::optional<Job> JobStore::Claim(const std::set<std::u16string>& printers) {
   if (!entry) return std::nullopt;
   entry->job.active = true;
   entry->job.left = false;
+  entry->job.undelivered.clear();
   return entry->job;
 }
 

@@ -34,6 +34,12 @@ void RequireAdminister(const nlohmann::json& order) {
     throw OrderError(ERROR_ACCESS_DENIED, "the printer was opened to be used, not to be changed");
 }
 
+platform::Message Carried() { return {{{"error", 0u}}, {}}; }
+
+platform::Message ListReply(const nlohmann::json& list) {
+  return {{{"error", 0u}}, list.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)};
+}
+
 void RequireNone(const std::string& fault) {
   if (!fault.empty()) throw OrderError(ERROR_INVALID_NAME, fault);
 }

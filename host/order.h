@@ -30,6 +30,10 @@ Printer RequirePrinter(const nlohmann::json& order, const char* field);
 /// Throws OrderError with ERROR_ACCESS_DENIED when the order says with which access its client opened the printer, and
 /// that is not enough to change it.
 void RequireAdminister(const nlohmann::json& order);
+/// The answer to an order that was carried out, and the one that is a list.
+platform::Message Carried();
+platform::Message ListReply(const nlohmann::json& list);
+
 /// Throws OrderError with ERROR_INVALID_NAME unless `fault` is empty.
 void RequireNone(const std::string& fault);
 /// OrderError when the registry did not take a change.

@@ -51,6 +51,7 @@ DWORD PortQueue::Step(DWORD lastPause) {
   if (printers.empty()) return kIdleWait;
   std::set<std::u16string> keys;
   for (const std::string& printer : printers) keys.insert(NameKey(printer));
+  if (reopen_.exchange(false)) port_.reset();
   if (!port_) {
     std::string why;
     port_ = monitor_.OpenPort(name_, printers.front(), &why);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -23,6 +24,11 @@ class PortQueue {
   ~PortQueue();
 
   void Wake() { wakeUp_.Wake(); }
+  /// Has the port closed and opened anew before the next job: it is reached in another way from now on.
+  void Reopen() {
+    reopen_ = true;
+    Wake();
+  }
   void Stop() { wakeUp_.Stop(); }
   /// True when the thread has ended by `limit`, in real time.
   bool WaitStopped(std::chrono::steady_clock::time_point limit);
@@ -40,6 +46,7 @@ class PortQueue {
   std::mutex mutex_;
   std::condition_variable endedSignal_;
   bool ended_ = false;
+  std::atomic<bool> reopen_ = false;
   std::thread thread_;
 };
 

@@ -57,6 +57,12 @@ void PortQueues::WakePort(const std::string& port) {
   }
 }
 
+void PortQueues::Reopen(const std::string& port) {
+  std::lock_guard lock(mutex_);
+  const auto found = queues_.find(NameKey(port));
+  if (found != queues_.end()) found->second->Reopen();
+}
+
 void PortQueues::CloseUnused(const std::string& port) {
   if (!PrintersOnPort(port).empty()) return;
   std::unique_ptr<PortQueue> queue;

@@ -19,6 +19,8 @@ class PortQueues {
   void Dispatch();
   /// Starts the printer's port's queue when need be, and wakes it.
   void Wake(const std::string& printer);
+  /// Has a port that is open closed and opened anew before its next job.
+  void Reopen(const std::string& port);
   /// Ends the queue of a port that no printer uses any more, and waits until the port is closed.
   void CloseUnused(const std::string& port);
   /// Ends all queues; none starts after that. False when some are still in the monitor at `limit`: they go on, and

@@ -2,10 +2,10 @@
 
 #include "host/drivers.h"
 #include "host/names.h"
-#include "host/ports.h"
+#include "host/port_order.h"
 #include "host/spooler.h"
 
-/// The spooler's orders on printers and ports.
+/// The spooler's orders on printers.
 namespace portwise {
 
 using platform::Message;
@@ -15,18 +15,6 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr char kNoDriver[] = "Label printer";
-
-Message Done() { return {{{"error", 0u}}, {}}; }
-
-Message ListReply(const Json& list) {
-  return {{{"error", 0u}}, list.dump(-1, ' ', false, Json::error_handler_t::replace)};
-}
-
-Port RequirePort(const std::string& name) {
-  auto port = FindPort(name);
-  if (!port) throw OrderError(ERROR_UNKNOWN_PORT, "there is no port " + name + "; 'portwise port add' makes one");
-  return *port;
-}
 
 struct {
   const char* field;
@@ -117,7 +105,7 @@ Message Spooler::PrinterAdd(const Message& request) {
   Apply(request, &printer);
   RequireSaved(SavePrinter(printer));
   queues_.Dispatch();
-  return Done();
+  return Carried();
 }
 
 Message Spooler::PrinterSet(const Message& request) {
@@ -137,7 +125,7 @@ Message Spooler::PrinterSet(const Message& request) {
   bool close = moved && !store_->HasJobs(NameKey(printer.name), true);
   lock.unlock();
   if (close) queues_.CloseUnused(oldPort);
-  return Done();
+  return Carried();
 }
 
 Message Spooler::PrinterRemove(const Message& request) {
@@ -149,57 +137,7 @@ Message Spooler::PrinterRemove(const Message& request) {
   RequireSaved(RemovePrinter(printer.name));
   lock.unlock();
   queues_.CloseUnused(printer.port);
-  return Done();
-}
-
-Message Spooler::PortList(const Message&) {
-  Json list = Json::array();
-  for (const Port& port : ListPorts()) {
-    Json entry{{"name", port.name}, {"printers", PrintersOnPort(port.name)}};
-    if (port.kind == PortKind::File) {
-      entry["file"] = port.file;
-    } else {
-      entry["host"] = port.host;
-      entry["port"] = port.portNumber;
-    }
-    list.push_back(entry);
-  }
-  return ListReply(list);
-}
-
-Message Spooler::PortAdd(const Message& request) {
-  const Json& order = request.head;
-  std::lock_guard lock(setupMutex_);
-  Port port;
-  port.name = TextOf(order, "name");
-  port.host = TextOf(order, "host");
-  port.file = TextOf(order, "file");
-  RequireNone(NameOrRemoteFault("port", port.name));
-  RequireNone(TextFault("host", port.host));
-  RequireNone(TextFault("file", port.file));
-  if (port.host.empty() == port.file.empty())
-    throw OrderError(ERROR_INVALID_PARAMETER, "a port needs either a host or a file");
-  port.kind = port.host.empty() ? PortKind::File : PortKind::Tcp;
-  if (port.kind == PortKind::Tcp) port.portNumber = static_cast<DWORD>(NumberOf(order, "port", 65535));
-  if (port.kind == PortKind::Tcp && port.portNumber == 0)
-    throw OrderError(ERROR_INVALID_PARAMETER, "a TCP port number is 1 to 65535");
-  if (FindPort(port.name)) throw OrderError(ERROR_ALREADY_EXISTS, "there is a port " + port.name + " already");
-  RequireSaved(SavePort(port));
-  queues_.Dispatch();
-  return Done();
-}
-
-Message Spooler::PortRemove(const Message& request) {
-  const Json& order = request.head;
-  std::unique_lock lock(setupMutex_);
-  Port port = RequirePort(TextOf(order, "name"));
-  std::vector<std::string> printers = PrintersOnPort(port.name);
-  if (!printers.empty())
-    throw OrderError(ERROR_BUSY, "printer " + printers.front() + " uses port " + port.name + "; remove it first");
-  RequireSaved(RemovePort(port));
-  lock.unlock();
-  queues_.CloseUnused(port.name);
-  return Done();
+  return Carried();
 }
 
 }  // namespace portwise

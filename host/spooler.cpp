@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/job_control.h"
+#include "host/monitors/port_monitor.h"
 #include "host/names.h"
 #include "host/printer_data_orders.h"
 #include "host/printers.h"
@@ -20,7 +21,9 @@ const Spooler::Operation Spooler::kOperations[] = {
     {"printer-set", &Spooler::PrinterSet},
     {"printer-remove", &Spooler::PrinterRemove},
     {"port-list", &Spooler::PortList},
+    {"port-get", &Spooler::PortGet},
     {"port-add", &Spooler::PortAdd},
+    {"port-set", &Spooler::PortSet},
     {"port-remove", &Spooler::PortRemove},
     {"job-list", &Spooler::JobList},
     {"job-get", &Spooler::JobGet},
@@ -41,6 +44,7 @@ Spooler::Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobSto
     : monitor_(std::move(monitor)), store_(std::move(store)), queues_(*monitor_, *store_) {}
 
 bool Spooler::Stop(std::chrono::steady_clock::time_point limit) {
+  EndPortWaits();
   if (!queues_.Stop(limit)) return false;
   monitor_->Shutdown();
   platform::SetLocalSpooler(nullptr);
@@ -51,6 +55,7 @@ Message Spooler::Carry(const Message& request, bool local) {
   try {
     std::string name = TextOf(request.head, "op");
     if (name == "job-control") return JobControl(request.head, local);
+    if (name == "job-report" && local) return JobReport(request.head);
     for (const Operation& operation : kOperations) {
       if (name == operation.name) return (this->*operation.carryOut)(request);
     }
@@ -146,6 +151,19 @@ Message Spooler::JobControl(const Json& order, bool local) {
   DWORD error = ControlJob(*store_, job.id, command, local, &why);
   queues_.Wake(job.printer);
   if (error != ERROR_SUCCESS) throw OrderError(error, why);
+  return {{{"error", 0u}}, {}};
+}
+
+/// The word of a port on the job that it is running.
+Message Spooler::JobReport(const Json& order) {
+  const Job job = RequireJob(order);
+  const std::string reason = TextOf(order, "reason");
+  const std::string undelivered = TextOf(order, "undelivered");
+  store_->Change(job.id, [&](Job& entry) {
+    if (!entry.active) return;
+    if (!reason.empty()) entry.reason = reason;
+    if (!undelivered.empty()) entry.undelivered = undelivered;
+  });
   return {{{"error", 0u}}, {}};
 }
 

@@ -8,6 +8,7 @@
 #include "host/monitor_library.h"
 #include "host/order.h"
 #include "host/port_queues.h"
+#include "host/ports.h"
 #include "host/printers.h"
 #include "platform/spooler/channel.h"
 
@@ -52,14 +53,18 @@ class Spooler final : public platform::SpoolerService {
   Message PrinterSet(const Message& request);
   Message PrinterRemove(const Message& request);
   Message PortList(const Message& request);
+  Message PortGet(const Message& request);
   Message PortAdd(const Message& request);
+  Message PortSet(const Message& request);
   Message PortRemove(const Message& request);
   Message JobList(const Message& request);
   Message JobGet(const Message& request);
   Message JobControl(const Json& order, bool local);
+  Message JobReport(const Json& order);
 
   Json Describe(const Printer& printer);
   Json Describe(const Job& job);
+  static Json Describe(const Port& port);
   Job RequireJob(const Json& order);
 
   std::unique_ptr<MonitorLibrary> monitor_;

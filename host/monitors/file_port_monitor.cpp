@@ -12,15 +12,15 @@ constexpr DWORD kPauseAfterFailure = 250;  // ms
 
 class FilePort {
  public:
-  explicit FilePort(Port port) : port_(std::move(port)) {}
+  explicit FilePort(const Port&) {}
   ~FilePort() { EndDoc(); }
   FilePort(const FilePort&) = delete;
   FilePort& operator=(const FilePort&) = delete;
 
-  bool StartDoc() {
+  bool StartDoc(const Port& registered, const Document&) {
     EndDoc();
-    file_ = CreateFileW(platform::ToUtf16(port_.file).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                        FILE_ATTRIBUTE_NORMAL, nullptr);
+    file_ = CreateFileW(platform::ToUtf16(registered.path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     return file_ != INVALID_HANDLE_VALUE;
   }
 
@@ -33,11 +33,6 @@ class FilePort {
     return false;
   }
 
-  bool Read(BYTE*, DWORD, LPDWORD) {
-    SetLastError(ERROR_NOT_SUPPORTED);
-    return false;
-  }
-
   bool EndDoc() {
     HANDLE file = std::exchange(file_, INVALID_HANDLE_VALUE);
     return file == INVALID_HANDLE_VALUE || CloseHandle(file);
@@ -46,7 +41,6 @@ class FilePort {
   void SetTimeouts(const COMMTIMEOUTS&) {}
 
  private:
-  Port port_;
   HANDLE file_ = INVALID_HANDLE_VALUE;
 };
 

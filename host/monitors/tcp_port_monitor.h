@@ -6,7 +6,8 @@ namespace portwise {
 
 /// "Standard TCP/IP Port", raw protocol: a document connects to the port's host, and its end closes the connection
 /// after everything has been delivered. Opening a registered port never connects. Failures leave a WSA error code in
-/// the last error; a write that the printer has no room for fails with WSAETIMEDOUT and leaves the connection open.
+/// the last error. A write that the printer has no room for fails with WSAETIMEDOUT and leaves the connection open; any
+/// other failed write closes it, and the next one connects again.
 PortMonitor TcpPortMonitor();
 
 }  // namespace portwise

@@ -35,6 +35,7 @@ constexpr Row kTexts[] = {
     {ERROR_SHARING_VIOLATION, "The file is in use elsewhere."},
     {ERROR_HANDLE_EOF, "The end of the file was reached."},
     {ERROR_NOT_SUPPORTED, "The operation is not supported."},
+    {ERROR_PRINTQ_FULL, "The print queue does not take the job."},
     {ERROR_PRINT_CANCELLED, "The print job was cancelled."},
     {ERROR_FILE_EXISTS, "The file exists already."},
     {ERROR_INVALID_PARAMETER, "An argument is not valid."},

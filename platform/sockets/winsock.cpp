@@ -68,6 +68,14 @@ bool NamesPeer(const sockaddr* address, int length) {
   return internet->sin_addr.s_addr != INADDR_ANY && internet->sin_port != 0;
 }
 
+/// True when the peer is to see a reset instead of an orderly end.
+bool ClosesHard(int descriptor) {
+  linger option = {};
+  socklen_t size = sizeof option;
+  return ::getsockopt(descriptor, SOL_SOCKET, SO_LINGER, &option, &size) == 0 && option.l_onoff != 0 &&
+         option.l_linger == 0;
+}
+
 bool IsTimeout(int level, int name) { return level == SOL_SOCKET && (name == SO_RCVTIMEO || name == SO_SNDTIMEO); }
 
 timeval RealTimeval(DWORD milliseconds) {
@@ -179,7 +187,12 @@ int WINAPI closesocket(SOCKET socket) {
   if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) != 0) return FailSocketCall(SocketErrorOf(errno));
   EndSelection(descriptor);
   // Closing alone would leave threads that wait in a call on the socket waiting.
-  ::shutdown(descriptor, SHUT_RDWR);
+  if (ClosesHard(descriptor)) {
+    const sockaddr none = {AF_UNSPEC, {}};
+    ::connect(descriptor, &none, sizeof none);
+  } else {
+    ::shutdown(descriptor, SHUT_RDWR);
+  }
   ::close(descriptor);
   return 0;
 }

@@ -1,9 +1,12 @@
 #include "connection/connection_tcp.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netdb.h>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <string>
 #include <thread>
@@ -14,6 +17,22 @@
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"
+
+namespace {
+
+/// What the name service knows of flaky.example: nothing while it is null. Other names are looked up as ever.
+std::atomic<const char*> flakyAddress = nullptr;
+std::atomic<int> flakyLookUps = 0;
+
+}  // namespace
+
+extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** results) {
+  static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+  if (node == nullptr || std::string(node) != "flaky.example") return real(node, service, hints, results);
+  ++flakyLookUps;
+  const char* address = flakyAddress;
+  return address == nullptr ? EAI_AGAIN : real(address, service, hints, results);
+}
 
 namespace portwise {
 namespace {
@@ -164,6 +183,29 @@ TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) 
   RegisterPort("IP_1", "localhost", "10.255.255.1", second.Port());
   EXPECT_TRUE(connection_.Open());
   EXPECT_TRUE(second.Accept());
+}
+
+TEST_F(ConnectionTcpTest, ANameThatIsNotFoundIsLookedUpAgainAfterAWhile) {
+  platform::SetTimeScale(20);
+  RegisterPort("IP_1", "flaky.example", "", printer_.Port());
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    EXPECT_FALSE(connection_.Open());
+    EXPECT_EQ(GetLastError(), DWORD{WSATRY_AGAIN});
+  }
+  EXPECT_EQ(flakyLookUps, 1);
+  flakyAddress = "127.0.0.1";
+  EXPECT_FALSE(Write("too soon"));
+  Sleep(6000);
+  EXPECT_TRUE(Write("found"));
+  ASSERT_TRUE(printer_.Accept());
+  EXPECT_EQ(printer_.Receive(5), "found");
+  EXPECT_EQ(flakyLookUps, 2);
+  // An address that is known stays so when the name service goes away again.
+  flakyAddress = nullptr;
+  printer_.Reset();
+  Write("lost");
+  EXPECT_TRUE(Write("again") && printer_.Accept());
+  EXPECT_EQ(printer_.Receive(5), "again");
 }
 
 TEST_F(ConnectionTcpTest, ACloseWaitsFromThePrintersLastSignAndDeliversEverything) {

@@ -221,6 +221,23 @@ TEST_F(SocketsTest, AWaitSeesWhatComesLaterAndACloseElsewhereEndsAPoll) {
   sender.join();
 }
 
+TEST_F(SocketsTest, ACloseWithoutLingeringIsAResetForBothSides) {
+  ConnectToPrinter();
+  const linger none = {1, 0};
+  ASSERT_EQ(setsockopt(socket_, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&none), sizeof none), 0);
+  Send("half a job");
+  std::thread closer([&] {
+    Sleep(100);
+    closesocket(socket_);
+  });
+  WSAPOLLFD waiting = {socket_, POLLIN, 0};
+  EXPECT_EQ(WSAPoll(&waiting, 1, 5000), 1);
+  closer.join();
+  bool ended = false;
+  printer_.Receive(100, &ended);
+  EXPECT_FALSE(ended);
+}
+
 TEST_F(SocketsTest, NamesAreLookedUpThroughTheSystemModule) {
   HMODULE library = GetModuleHandleW(TEXT("Ws2_32.dll"));
   using LookUp = INT (*)(PCWSTR, PCWSTR, const ADDRINFOW*, PADDRINFOW*);

@@ -45,13 +45,14 @@ class FakePrinter {
     return connection_ >= 0;
   }
 
-  /// What arrives until there are `size` bytes, the peer ends or nothing more comes.
-  std::string Receive(std::size_t size) {
+  /// What arrives until there are `size` bytes, the peer ends or nothing more comes; `ended` tells an orderly end.
+  std::string Receive(std::size_t size, bool* ended = nullptr) {
     std::string all;
     char chunk[16384];
     while (all.size() < size && Readable(connection_, kWait)) {
       const std::size_t wanted = std::min(sizeof chunk, size - all.size());
       const ssize_t received = ::recv(connection_, static_cast<void*>(chunk), wanted, 0);
+      if (ended != nullptr) *ended = received == 0;
       if (received <= 0) break;
       all.append(chunk, static_cast<std::size_t>(received));
     }
@@ -62,6 +63,9 @@ class FakePrinter {
     const auto sent = ::send(connection_, static_cast<const void*>(data.data()), data.size(), MSG_NOSIGNAL);
     if (sent != static_cast<ssize_t>(data.size())) throw std::runtime_error("send");
   }
+
+  /// Says no more, and goes on listening.
+  void EndSending() { ::shutdown(connection_, SHUT_WR); }
 
   /// In order, unless something was left unread.
   void Close() {

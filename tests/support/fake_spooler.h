@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -11,7 +12,7 @@
 namespace portwise {
 
 /// The spooler of the test's own process: printers with their drivers and data, one status for all jobs, and a record
-/// of what was asked of it. Any thread may call; the test changes the members while nobody does.
+/// of what was asked of it and said of jobs. Any thread may call; the test changes the members while nobody does.
 class FakeSpooler final : public platform::SpoolerService {
  public:
   struct Printer {
@@ -27,11 +28,17 @@ class FakeSpooler final : public platform::SpoolerService {
   ~FakeSpooler() override { platform::SetLocalSpooler(nullptr); }
 
   std::map<std::string, Printer> printers;
-  unsigned jobStatus = 0;
+  std::atomic<unsigned> jobStatus = 0;                     ///< of every job
   unsigned noJob = 0;                                      ///< is not known
   nlohmann::json jobTexts = nlohmann::json::object();      ///< "document", "user", "machine" of every job
   std::vector<std::pair<unsigned, unsigned>> jobCommands;  ///< job, command
   std::map<std::string, int> orders;                       ///< how often each came
+
+  /// What ports said of their jobs since the last call, one line each: the kind of word, a colon and the reason.
+  std::string TakeReports() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(reports_, {});
+  }
 
   platform::Message Call(const platform::Message& request) override {
     std::lock_guard lock(mutex_);
@@ -51,10 +58,14 @@ class FakeSpooler final : public platform::SpoolerService {
       reply.body = found->second.devMode;
     } else if (operation == "job-get") {
       if (request.head["job"] == noJob) return platform::Failure(87, "no such job");
-      reply.head.update({{"job", request.head["job"]}, {"status", jobStatus}});
+      reply.head.update({{"job", request.head["job"]}, {"status", jobStatus.load()}, {"user", "ann"}});
       reply.head.update(jobTexts);
     } else if (operation == "job-control") {
       jobCommands.emplace_back(request.head["job"].get<unsigned>(), request.head["command"].get<unsigned>());
+    } else if (operation == "job-report") {
+      for (const char* field : {"reason", "undelivered"}) {
+        if (request.head.contains(field)) reports_ += std::string(field) + ": " + request.head.value(field, "") + "\n";
+      }
     } else {
       return platform::Failure(120, operation);
     }
@@ -95,6 +106,7 @@ class FakeSpooler final : public platform::SpoolerService {
   }
 
   std::mutex mutex_;
+  std::string reports_;
 };
 
 }  // namespace portwise

@@ -20,13 +20,13 @@ namespace portwise::test {
 
 using Json = nlohmann::json;
 
-SpoolerHome::SpoolerHome() {
+SpoolerHome::SpoolerHome(const std::string& driver) {
   char path[] = "/tmp/portwise-host-XXXXXX";
   path_ = mkdtemp(path);
   setenv("PORTWISE_HOME", path_.c_str(), 1);
   setenv("PORTWISE_TIME_SCALE", "20", 1);
   RegistryKey::Create(R"(SYSTEM\CurrentControlSet\Control\Print\Monitors\Corvane Network Monitor)")
-      .SetText("Driver", "fake-monitor.dll");
+      .SetText("Driver", driver);
 }
 
 SpoolerHome::~SpoolerHome() {

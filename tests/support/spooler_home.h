@@ -10,11 +10,12 @@
 
 namespace portwise::test {
 
-/// A home of its own with the real spooler program, which drives the fake monitor. Makes itself the home of this
-/// process; removed with everything in it when destroyed.
+/// A home of its own with the real spooler program, which drives the fake monitor unless told otherwise. Makes itself
+/// the home of this process; removed with everything in it when destroyed.
 class SpoolerHome {
  public:
-  SpoolerHome();
+  /// `driver` is the monitor that the spooler loads.
+  explicit SpoolerHome(const std::string& driver = "fake-monitor.dll");
   ~SpoolerHome();
   SpoolerHome(const SpoolerHome&) = delete;
   SpoolerHome& operator=(const SpoolerHome&) = delete;
@@ -27,6 +28,7 @@ class SpoolerHome {
   /// Its standard error so far.
   std::string Errors() const;
   void Signal(int signal);
+  int ProcessId() const { return process_; }
   /// The exit code; -1 when a signal ended it.
   int Wait();
   int Stop();

@@ -1,0 +1,190 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <winspool.h>
+
+#include <future>
+
+#include "host/registry_key.h"
+#include "platform/kernel/unique_fd.h"
+#include "tests/support/fake_printer.h"
+#include "tests/support/line_daemon.h"
+#include "tests/support/spooler_home.h"
+
+namespace portwise::test {
+namespace {
+
+using platform::UniqueFd;
+using testing::HasSubstr;
+using Fault = LineDaemon::Fault;
+using Json = nlohmann::json;
+
+class Ports : public testing::Test {
+ protected:
+  Ports() : home_("portwise.dll") {}
+
+  static void Run(const std::string& command, int code = 0, const std::string& output = {}) {
+    const ProgramResult result = RunProgram("portwise " + command);
+    EXPECT_EQ(result.code, code) << command << "\n" << result.output;
+    EXPECT_THAT(result.output, HasSubstr(output)) << command;
+  }
+  static Json Show(const std::string& port) {
+    return Json::parse(RunProgram("portwise port show " + port + " --json").output, nullptr, false);
+  }
+  static bool Gone(unsigned job, const std::string& outcome) { return GetJob(job).value("outcome", "") == outcome; }
+  static bool HasReason(unsigned job, const std::string& state, const std::string& reason) {
+    const Json found = GetJob(job);
+    return found.value("state", "") == state && found.value("reason", "").find(reason) != std::string::npos;
+  }
+
+  SpoolerHome home_;
+};
+
+TEST_F(Ports, AreSetUpFromTheCommandLine) {
+  ASSERT_TRUE(home_.Start()) << home_.Errors();
+  const std::string file = home_.File("plain");
+  close(open(file.c_str(), O_CREAT | O_WRONLY, 0600));
+  mkfifo((file + ".pipe").c_str(), 0600);
+  const struct {
+    const char* arguments;
+    const char* fault;
+  } kBad[] = {
+      {"", "needs a host, a device or a file"},
+      {"--tcp h --file /x", "one place"},
+      {"--tcp h:0", "1 to 65535"},
+      {"--tcp h:9100x", "1 to 65535"},
+      {"--tcp 1.2.3", "neither a host name"},
+      {"--tcp ''", "--tcp is empty"},
+      {"--tcp h --protocol ipp", "the protocols are raw and lpr"},
+      {"--tcp h --queue q", "only a port with the protocol lpr"},
+      {"--tcp h --protocol lpr --queue 'a b'", "holds a space"},
+      {"--tcp h --protocol lpr --byte-counting yes", "on or off"},
+      {"--tcp h --kind usb", "only a device has a kind"},
+      {"--tcp h --serial 9600,n,8,1", "only a serial port"},
+      {"--device /dev/null", "say what kind of device"},
+      {"--device /dev/null --kind file", "the kinds are usb, parallel and serial"},
+      {"--device /dev/usb/lp0 --serial 9600,n,8,1", "only a serial port"},
+      {"--device /dev/usb/lp0 --protocol lpr", "only a port that leads to a host"},
+      {"--device /dev/ttyS9 --serial 9600,n,9,1", "5 to 8 data bits"},
+      {"--kind usb --device ", "is not a device that takes print data"},
+  };
+  for (const auto& row : kBad) {
+    const std::string path = std::string(row.arguments).ends_with("--device ") ? file : "";
+    Run("port add bad " + std::string(row.arguments) + path, 1, row.fault);
+  }
+  EXPECT_EQ(Json::parse(Ask({{"op", "port-list"}}).body), Json::array());
+
+  Run("port add net --tcp label.example");
+  EXPECT_EQ(Show("net"), (Json{{"name", "net"},
+                               {"kind", "tcp"},
+                               {"host", "label.example"},
+                               {"port", 9100},
+                               {"protocol", "raw"},
+                               {"printers", Json::array()}}));
+  Run("port set net --protocol lpr --queue labels --byte-counting off");
+  EXPECT_EQ(Show("NET")["port"], 515);
+  Run("port set net --tcp 10.0.0.5:1515");
+  Run("port set net --byte-counting on");
+  EXPECT_EQ(Show("net"), (Json{{"name", "net"},
+                               {"kind", "tcp"},
+                               {"host", "10.0.0.5"},
+                               {"port", 1515},
+                               {"protocol", "lpr"},
+                               {"queue", "labels"},
+                               {"byteCounting", true},
+                               {"printers", Json::array()}}));
+  const auto key =
+      RegistryKey::Open(R"(SYSTEM\CurrentControlSet\Control\Print\Monitors\Standard TCP/IP Port\Ports\net)");
+  EXPECT_EQ(key.GetText("HostName") + "|" + key.GetText("IPAddress") + "|" + key.GetText("Queue"), "|10.0.0.5|labels");
+  EXPECT_EQ(key.GetNumber("Protocol"), 2u);
+  EXPECT_EQ(key.GetNumber("PortNumber"), 1515u);
+  Run("port add net --file /x", 1, "already");
+  Run("port set net", 1, "say what to change");
+  Run("port set net --file " + file + ".pipe", 1, "is a pipe");
+  Run("port set net --protocol none", 1, "raw and lpr");
+  Run("port set none --file /x", 1, "there is no port none");
+
+  // A port that becomes another kind keeps nothing of what it was, and is in one place only.
+  Run("port set net --device /dev/ttyS7 --serial 19200,e,7,1,rtscts");
+  EXPECT_EQ(Show("net"), (Json{{"name", "net"},
+                               {"kind", "serial"},
+                               {"device", "/dev/ttyS7"},
+                               {"line", "19200,e,7,1,rtscts"},
+                               {"printers", Json::array()}}));
+  Run("port set net --kind parallel");
+  Run("port add USB001 --device /dev/usb/lp3");
+  Run("port show net", 0, "kind:      parallel\nleads to:  /dev/ttyS7\n");
+  Run("port set net --file " + file);
+  Run("port list", 0, "USB001  usb   /dev/usb/lp3");
+  EXPECT_EQ(Json::parse(Ask({{"op", "port-list"}}).body).size(), 2u);
+  Run("port remove net");
+  Run("port show net", 1, "there is no port net");
+}
+
+TEST_F(Ports, CarryJobsToEveryKindOfPrinter) {
+  ASSERT_TRUE(home_.Start()) << home_.Errors();
+  const std::string data = Payload(300000, 1);
+  LineDaemon daemon({Fault::RefuseQueue, Fault::CloseAtEnd});
+  Run("port add lpr --protocol lpr --queue labels --tcp 127.0.0.1:" + std::to_string(daemon.Port()));
+  Run("printer add Spooled --port lpr");
+  const unsigned doubtful = Submit("Spooled", data);
+  ASSERT_TRUE(Eventually([&] { return HasReason(doubtful, "held", "may have printed"); })) << GetJob(doubtful);
+  EXPECT_EQ(Control(doubtful, JOB_CONTROL_RESUME), 0u);
+  ASSERT_TRUE(Eventually([&] { return Gone(doubtful, "printed"); })) << GetJob(doubtful);
+  ASSERT_EQ(daemon.Jobs().size(), 2u);
+  EXPECT_TRUE(daemon.Jobs()[1].data == data && daemon.Jobs()[1].whole);
+
+  // A job that waits for the daemon says so, can be cancelled, and is not lost when the spooler ends.
+  FakePrinter printer;
+  printer.Refuse();
+  Run("port set lpr --tcp 127.0.0.1:" + std::to_string(printer.Port()));
+  const unsigned cancelled = Submit("Spooled", data);
+  ASSERT_TRUE(Eventually([&] { return HasReason(cancelled, "printing", "127.0.0.1 cannot be reached"); }));
+  Run("port set lpr --protocol raw", 1, "printer Spooled is printing");
+  EXPECT_EQ(Control(cancelled, JOB_CONTROL_CANCEL), 0u);
+  EXPECT_TRUE(Eventually([&] { return Gone(cancelled, "deleted"); })) << GetJob(cancelled);
+  const unsigned waiting = Submit("Spooled", data);
+  ASSERT_TRUE(Eventually([&] { return HasReason(waiting, "printing", "cannot be reached"); }));
+  EXPECT_EQ(home_.Stop(), 0);
+  ASSERT_TRUE(home_.Start()) << home_.Errors();
+  EXPECT_TRUE(HasReason(waiting, "held", "was not sent before the spooler ended")) << GetJob(waiting);
+
+  // An open port takes another protocol from the next job on.
+  Run("port set lpr --protocol raw");
+  printer.Listen();
+  EXPECT_EQ(Control(waiting, JOB_CONTROL_RESUME), 0u);
+  ASSERT_TRUE(printer.Accept(5000));
+  EXPECT_TRUE(printer.Receive(data.size() + 1) == data);
+  printer.Close();
+  EXPECT_TRUE(Eventually([&] { return Gone(waiting, "printed"); }));
+
+  const std::string pipe = home_.File("usb");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  int ends[2];
+  char line[128];
+  ASSERT_EQ(openpty(&ends[0], &ends[1], line, nullptr, nullptr), 0);
+  const UniqueFd usb(open(pipe.c_str(), O_RDWR)), serial(ends[0]), far(ends[1]);
+  Run("port add USB001 --kind usb --device " + pipe);
+  Run("port add COM1 --device " + std::string(line));
+  for (const auto& [port, device] : {std::pair{"USB001", usb.Get()}, {"COM1", serial.Get()}}) {
+    Run("printer add 'Label " + std::string(port) + "' --port " + port);
+    for (unsigned count = 1; count <= 3; ++count) {
+      const std::string part = Payload(90000 * count, count);
+      const unsigned job = Submit("Label " + std::string(port), part);
+      std::string got(part.size(), 0);
+      for (std::size_t done = 0; done < got.size();) {
+        const ssize_t size = read(device, got.data() + done, got.size() - done);
+        ASSERT_GT(size, 0);
+        done += static_cast<std::size_t>(size);
+      }
+      EXPECT_TRUE(got == part) << port;
+      EXPECT_TRUE(Eventually([&] { return Gone(job, "printed"); })) << GetJob(job);
+    }
+  }
+  EXPECT_EQ(home_.Stop(), 0);
+}
+
+}  // namespace
+}  // namespace portwise::test
