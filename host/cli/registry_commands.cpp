@@ -133,7 +133,7 @@ void List(const RegistryArguments& arguments) {
   }
   for (const OString& name : values) {
     DWORD type = REG_NONE;
-    Json value = ReadValue(ChildPath(path, name), &type);
+    Json value = ReadValue(ValueOf(path, name), &type);
     auto known = kTypeNames.find(type);
     std::string typeName = known == kTypeNames.end() ? std::to_string(type) : known->second;
     if (!arguments.json) std::printf("%s = %s: %s\n", ToText(name).c_str(), typeName.c_str(), ToLine(value).c_str());

@@ -1,7 +1,10 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
@@ -50,21 +53,61 @@ void WriteAll(const std::string& name, const std::string& content) {
   if (!written) FailAtFile("write", name);
 }
 
-/// The texts at and below a key that are longer than the registry's readers take.
-int CountLongTexts(const ORegistry& registry, const OString& key) {
-  OStringArray names;
-  int count = 0;
-  registry.EnumValues(key, &names);
-  for (const OString& name : names) {
-    DWORD type = REG_NONE;
-    DWORD size = 0;
-    const bool known = registry.GetValueInfo(ChildPath(key, name), &type, &size);
-    if (known && (type == REG_SZ || type == REG_MULTI_SZ) && size > ORegistry::kMaxTextBytes) ++count;
+/// What an export of a key, or an import of that, does not carry.
+struct Losses {
+  int longTexts = 0;
+  int longLists = 0;
+  int lineEnds = 0;
+  int longNames = 0;
+};
+
+bool HasLineEnd(const OString& text) { return text.Find(WCHAR('\r')) >= 0 || text.Find(WCHAR('\n')) >= 0; }
+
+void CountInValue(const ORegistry& registry, const OString& key, const OString& name, Losses* losses) {
+  const OString path = ValueOf(key, name);
+  DWORD type = REG_NONE;
+  DWORD size = 0;
+  if (!registry.GetValueInfo(path, &type, &size)) return;
+  const bool tooLong = size > ORegistry::kMaxTextBytes;
+  if (type == REG_SZ && tooLong) ++losses->longTexts;
+  if (type == REG_MULTI_SZ && tooLong) ++losses->longLists;
+  if (HasLineEnd(name) || (type == REG_SZ && HasLineEnd(registry.GetString(path)))) ++losses->lineEnds;
+}
+
+/// Counts at and below a key.
+void CountLosses(const ORegistry& registry, const OString& key, Losses* losses) {
+  DWORD subKeyCount = 0;
+  DWORD valueCount = 0;
+  OStringArray values;
+  OStringArray subKeys;
+  if (!registry.GetKeyInfo(key, &subKeyCount, &valueCount)) return;
+  registry.EnumValues(key, &values);
+  registry.EnumKeys(key, &subKeys);
+  // Others may write to the key meanwhile.
+  losses->longNames += std::max(static_cast<int>(valueCount) - values.Size(), 0);
+  losses->longNames += std::max(static_cast<int>(subKeyCount) - subKeys.Size(), 0);
+  for (const OString& name : values) CountInValue(registry, key, name, losses);
+  for (const OString& name : subKeys) {
+    if (HasLineEnd(name)) ++losses->lineEnds;
+    CountLosses(registry, ChildPath(key, name), losses);
   }
-  names.Clear();
-  registry.EnumKeys(key, &names);
-  for (const OString& name : names) count += CountLongTexts(registry, ChildPath(key, name));
-  return count;
+}
+
+/// One line for each kind of loss; empty when there is none.
+std::string Describe(const Losses& losses) {
+  const std::string bytes = " of more than " + std::to_string(ORegistry::kMaxTextBytes) + " bytes, ";
+  const std::string units = " of more than " + std::to_string(ORegistry::kMaxNameUnits) + " characters, left out: ";
+  const std::pair<int, std::string> rows[] = {
+      {losses.longTexts, "texts" + bytes + "exported as empty: "},
+      {losses.longLists, "lists of texts" + bytes + "left out: "},
+      {losses.lineEnds, "names and texts with a line end, cut off there by an import: "},
+      {losses.longNames, "values and keys from a name on" + units},
+  };
+  std::string text;
+  for (const auto& [count, told] : rows) {
+    if (count > 0) text += (text.empty() ? "" : "\n") + told + std::to_string(count);
+  }
+  return text;
 }
 
 void Export(const FileArguments& arguments) {
@@ -76,11 +119,10 @@ void Export(const FileArguments& arguments) {
   if (!registry.GetKeyInfo(path) || !registry.Export(path, &lines, flags))
     FailAtRegistry("there is no key " + arguments.path);
   WriteAll(arguments.file, ToRegistryFile(lines, arguments.utf8 ? FileEncoding::Utf8 : FileEncoding::Utf16));
-  const int tooLong = CountLongTexts(ORegistry(), path);
-  if (tooLong > 0) {
-    throw CommandError("texts of more than " + std::to_string(ORegistry::kMaxTextBytes) +
-                       " bytes, exported as empty: " + std::to_string(tooLong));
-  }
+  Losses losses;
+  CountLosses(ORegistry(), path, &losses);
+  const std::string told = Describe(losses);
+  if (!told.empty()) throw CommandError(told);
 }
 
 void Import(const FileArguments& arguments) {

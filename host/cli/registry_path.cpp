@@ -3,6 +3,7 @@
 #include "host/cli/client.h"
 #include "platform/registry/registry_control.h"
 #include "settings/logical_path.h"
+#include "settings/registry_text.h"
 
 namespace portwise {
 
@@ -10,6 +11,8 @@ OString ToRegistryPath(const std::string& path) {
   OString text(path, CP_UTF8);
   return text.StartsWithNoCase(OString("HKEY_")) ? NativeToInternal(text) : text;
 }
+
+OString ValueOf(const OString& key, const OString& name) { return ChildPath(key, OString()) + ValuePath(name); }
 
 void FailAtRegistry(const std::string& otherwise) {
   std::string fault = platform::RegistryFault();

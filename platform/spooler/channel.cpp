@@ -61,6 +61,7 @@ SpoolerConnection::SpoolerConnection() : socket_(socket(AF_UNIX, SOCK_STREAM | S
 Message SpoolerConnection::Call(const Message& request) {
   Message reply;
   if (!socket_) return Failure(RPC_S_SERVER_UNAVAILABLE, "no spooler is running");
+  if (!FitsFrame(request)) return Failure(ERROR_INVALID_PARAMETER, "what the spooler is asked is too long");
   // An answer may lie ready although the order could not be sent: a spooler that refuses a client says why and closes.
   SendFrame(socket_.Get(), request);
   if (ReceiveFrame(socket_.Get(), &reply) && reply.head.contains("error") && reply.head["error"].is_number_unsigned())

@@ -80,6 +80,11 @@ bool WaitForFirstByte(int socket) {
 
 }  // namespace
 
+bool FitsFrame(const Message& message) {
+  return message.head.dump(-1, ' ', false, Json::error_handler_t::replace).size() <= kMaximumHead &&
+         message.body.size() <= kMaximumBody;
+}
+
 bool SendFrame(int socket, const Message& message) {
   std::string head = message.head.dump(-1, ' ', false, Json::error_handler_t::replace);
   if (head.size() > kMaximumHead || message.body.size() > kMaximumBody) return false;

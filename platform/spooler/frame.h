@@ -11,6 +11,9 @@ namespace portwise::platform {
 inline constexpr std::size_t kMaximumHead = std::size_t{1} << 20;
 inline constexpr std::size_t kMaximumBody = std::size_t{4} << 20;
 
+/// Whether a message is within the bounds.
+bool FitsFrame(const Message& message);
+
 /// False when the peer has gone, takes nothing for half a minute, or the message is past the bounds; nothing useful
 /// can be sent on the socket after that.
 bool SendFrame(int socket, const Message& message);

@@ -89,9 +89,11 @@ class Connection {
 
   virtual bool IsNetwork() const { return false; }
 
-  /// How many bytes of the document were taken by a connection that was then lost, so that nobody knows whether the
-  /// printer has them. Counts from StartDoc on.
-  virtual ULONGLONG UnconfirmedBytes() const { return 0; }
+  /// A document begins: what was taken before is none of its bytes.
+  virtual void BeginCount() {}
+  /// How many bytes were taken by a connection that was then lost, so that nobody knows whether the printer has them,
+  /// since the last call.
+  virtual ULONGLONG TakeUnconfirmedBytes() { return 0; }
 
   /// Says whether more jobs wait for the port, which makes a network connection stay open for a while at a job's end.
   void SetKeepOpen(bool keepOpen) { keepOpen_ = keepOpen; }

@@ -92,26 +92,19 @@ void Connection_TCP::Abort() {
   socket_.Reset();
 }
 
-bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) {
-  unconfirmed_ = 0;
-  const bool opened = Open();
-  const ULONGLONG lost = unconfirmed_;
-  taken_ = unconfirmed_ = 0;
-  if (lost > 0) {
-    const DWORD error = GetLastError();
-    Port().Warn("The connection was lost after the last job; it is not known whether the printer has its last " +
-                OString::FromUnsigned(lost) + " bytes.");
-    SetLastError(error);
-  }
-  return opened;
+bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) { return Open(); }
+
+void Connection_TCP::BeginCount() {
+  const OScopedLock lock(socketLock_);
+  taken_ = 0;
 }
 
 bool Connection_TCP::EndDoc() { return Close(); }
 
 bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
   *written = 0;
-  if (aborted_) return FailAborted();
-  if (!connected_ && !Open()) {
+  if (aborted_ || (!connected_ && !Open())) {
+    if (aborted_) FailAborted();
     // The caller tries again at once, for as long as its send timeout lasts.
     const DWORD error = GetLastError();
     Sleep(kReopenPause);
@@ -125,7 +118,6 @@ bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
     transfer = SendOnce(bytes, LengthOf(length), &sent);
   }
   *written = static_cast<DWORD>(sent);
-  taken_ += *written;
   if (aborted_) return FailAborted();
   if (transfer == Transfer::kWouldBlock) {
     WSASetLastError(WSAEWOULDBLOCK);
@@ -168,7 +160,7 @@ DWORD Connection_TCP::GetStatus(DWORD mask) {
     addressLock_.Lock();
     const IN_ADDR host = address_.sin_addr;
     addressLock_.Unlock();
-    pingAnswered_ = Ping(host, 1, kPingTimeout);
+    pingAnswered_ = Ping(host, 1, kPingTimeout) || Open();
     pinged_ = true;
     pingedAt_ = GetTickCount();
   }
@@ -232,7 +224,11 @@ bool Connection_TCP::CloseNow() {
 void Connection_TCP::CountAsLost() { unconfirmed_ += taken_.exchange(0); }
 
 void Connection_TCP::CloseAfter(int error) {
-  CountAsLost();
+  {
+    // When a close has overtaken the call, it knows better how the connection ended.
+    const OScopedLock lock(socketLock_);
+    if (socket_) CountAsLost();
+  }
   CloseNow();
   WSASetLastError(error);
 }
@@ -281,7 +277,7 @@ bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
 bool Connection_TCP::AwaitConnect() {
   while (true) {
     const int ready = AwaitSocket(POLLOUT, static_cast<INT>(kAbortSlice));
-    if (ready < 0) return false;
+    if (ready < 0) return aborted_ ? FailAborted() : false;
     const OScopedLock lock(socketLock_);
     if (aborted_) return FailAborted();
     int error = 0;
@@ -327,7 +323,10 @@ bool Connection_TCP::AwaitClose(SOCKET socket, WSAEVENT event) {
       if (!DrainOnce(socket)) return false;
       lastSign = GetTickCount();
     }
-    if (GetTickCount() - lastSign >= kCloseSilence || GetTickCount() - begin >= kLongestClose) {
+    const bool tooLong = GetTickCount() - begin >= kLongestClose;
+    if (tooLong || GetTickCount() - lastSign >= kCloseSilence) {
+      // To a printer that still talks the system will answer with a reset, which ends the delivery.
+      if (tooLong) CountAsLost();
       WSASetLastError(WSAETIMEDOUT);
       return false;
     }
@@ -357,6 +356,7 @@ Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, 
   const int result = send(socket_.Get(), data, length, 0);
   if (result >= 0) {
     *sent = result;
+    taken_ += static_cast<ULONGLONG>(result);
     return Transfer::kDone;
   }
   return WSAGetLastError() == WSAEWOULDBLOCK ? Transfer::kWouldBlock : Transfer::kFailed;

@@ -52,12 +52,13 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool Read(void* buffer, DWORD size, DWORD* read) override;
 
   /// Answers STATUS_DISCONNECTED only, from the connection when it stands and otherwise from a ping, which is sent at
-  /// most every 2000 ms and may take 5000.
+  /// most every 2000 ms and may take 5000. Some networks answer no pings: then a connect decides.
   DWORD GetStatus(DWORD mask) override;
 
   bool RefreshAddress(bool statusChannel) override;
   bool IsNetwork() const override { return true; }
-  ULONGLONG UnconfirmedBytes() const override { return unconfirmed_; }
+  void BeginCount() override;
+  ULONGLONG TakeUnconfirmedBytes() override { return unconfirmed_.exchange(0); }
 
   /// As read by the last RefreshAddress. Any thread.
   OString HostName() const;

@@ -54,12 +54,14 @@ void DelayedClose::AwaitEnd() {
 
 DWORD WINAPI DelayedClose::Run(LPVOID self) {
   auto* const close = static_cast<DelayedClose*>(self);
-  OExceptionHandler guard("DelayedCloseThread", OExceptionHandler::kReportEventLog);
-  guard.SetReport(close->report_);
-  RunGuarded(guard, [close] {
-    close->Wait();
-    return TRUE;
-  });
+  {
+    OExceptionHandler guard("DelayedCloseThread", OExceptionHandler::kReportEventLog);
+    guard.SetReport(close->report_);
+    RunGuarded(guard, [close] {
+      close->Wait();
+      return TRUE;
+    });
+  }
   SetEvent(close->ended_.Get());
   return 0;
 }

@@ -69,8 +69,9 @@ OString ReadText(HKEY key, LPCWSTR name) {
 DWORD ReadNumber(HKEY key, LPCWSTR name) {
   DWORD number = 0;
   DWORD size = sizeof number;
-  const LONG result = RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size);
-  return result == ERROR_SUCCESS && size == sizeof number ? number : 0;
+  DWORD type = 0;
+  const LONG result = RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(&number), &size);
+  return result == ERROR_SUCCESS && type == REG_DWORD && size == sizeof number ? number : 0;
 }
 
 }  // namespace

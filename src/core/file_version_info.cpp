@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <winver.h>
 
+#include <algorithm>
+
 #include "core/exception.h"
 
 namespace portwise {
@@ -35,8 +37,11 @@ OString FileVersionInfo::GetString(const OString& name) const {
     void* value = nullptr;
     UINT length = 0;
     if (!VerQueryValueW(resource_.Data(), path.Wide(), &value, &length)) continue;
-    // The length counts the terminator, and what a careless compiler has put behind it.
-    const WideView text(static_cast<const WCHAR*>(value), length);
+    // The length counts the terminator, and what a careless compiler has put behind it; of a value that is not marked
+    // as text it is in bytes.
+    const auto* start = static_cast<const BYTE*>(value);
+    const auto left = static_cast<size_t>(resource_.Data() + resource_.Size() - start) / sizeof(WCHAR);
+    const WideView text(static_cast<const WCHAR*>(value), std::min<size_t>(length, left));
     return OString(text.substr(0, text.find(WCHAR(0))));
   }
   return OString();

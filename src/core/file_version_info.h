@@ -12,7 +12,8 @@ class FileVersionInfo {
   /// the system's error when there is none.
   explicit FileVersionInfo(const OString& path);
 
-  /// The string of that name in the first of the languages that has it: none, neutral, the user's, English. Empty when
+  /// The string of that name in the first of the languages that has it: neutral, the system's default, the user's
+  /// default, US English. Empty when
   /// none has.
   OString GetString(const OString& name) const;
 

@@ -34,31 +34,45 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
       throw;
     }
   }
+  if (depth_ == 0) {
+    Connection& connection = port_.PrinterConnection();
+    const ULONGLONG lost = connection.TakeUnconfirmedBytes();
+    if (lost > 0) {
+      port_.Warn("The connection was lost after the last job. It is not known whether the printer has its last " +
+                 OString::FromUnsigned(lost) + " bytes.");
+    }
+    connection.BeginCount();
+  }
   ++depth_;
   return true;
 }
 
 void DocumentControl::End() {
   OScopedLock lock(lock_);
+  bool delivered = false;
   try {
-    port_.Path().EndJob();
+    delivered = port_.Path().EndJob();
   } catch (...) {
-    EndAtConnection();
+    EndAtConnection(false);
     throw;
   }
-  EndAtConnection();
+  EndAtConnection(delivered);
 }
 
-void DocumentControl::EndAtConnection() {
+void DocumentControl::EndAtConnection(bool delivered) {
   if (depth_ > 0) --depth_;
   if (depth_ == 0) {
     Connection& connection = port_.PrinterConnection();
     // First the end of the connection, which tells whether the printer has everything.
     connection.EndDoc();
-    if (connection.UnconfirmedBytes() == 0) {
+    const ULONGLONG unconfirmed = connection.TakeUnconfirmedBytes();
+    const bool deleted = port_.JobIsDeleted();
+    if (unconfirmed > 0 && !deleted) {
+      WarnOfLoss(unconfirmed);
+    } else if (delivered || deleted) {
       ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
     } else {
-      WarnOfLoss(connection.UnconfirmedBytes());
+      port_.Warn("The end of job " + OString::FromUnsigned(job_) + " could not be delivered to the printer.");
     }
   }
   job_ = 0;

@@ -24,7 +24,7 @@ class DocumentControl {
   bool Start(DWORD job, DWORD level, BYTE* info);
 
   /// Ends the job's processing and then the document. With the last end the spooler is told that the job has left,
-  /// unless a connection was lost that had taken bytes of it.
+  /// unless some of it is undelivered or a connection was lost that had taken bytes of it.
   void End();
 
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
@@ -37,7 +37,7 @@ class DocumentControl {
 
  private:
   bool BeginAtConnection(DWORD job, DWORD level, BYTE* info);
-  void EndAtConnection();
+  void EndAtConnection(bool delivered);
   void WarnOfLoss(ULONGLONG unconfirmed);
 
   PortContext& port_;

@@ -27,6 +27,7 @@ bool PortContext::Open(HANDLE monitorPort, const MONITOR2& underlying) {
   const BOOL opened =
       underlying.pfnOpenPort && underlying.pfnOpenPort(monitorPort, const_cast<LPWSTR>(name.Wide()), &portHandle_);
   if (!opened) portHandle_ = nullptr;
+  settings_.Refresh(PrinterName());
   ready_ = opened || IsTcp();
   return ready_;
 }

@@ -12,12 +12,19 @@ void PortSettings::Refresh(const OString& printer) {
   {
     const OScopedLock lock(lock_);
     const DWORD now = GetTickCount();
-    if (registry_ && now - refreshedAt_ < kRefreshPause) return;
+    if (registry_ && !overridden_ && now - refreshedAt_ < kRefreshPause) return;
+    overridden_ = false;
     registry_ = std::make_unique<PrinterRegistry>(printer);
     refreshedAt_ = now;
     fresh = std::make_unique<PrinterRegistry>(*registry_);
   }
   values_.Init(*fresh);
+}
+
+DriverSettings& PortSettings::OverrideForJob() {
+  const OScopedLock lock(lock_);
+  overridden_ = true;
+  return values_;
 }
 
 void PortSettings::ForgetPrinter() {

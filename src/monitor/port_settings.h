@@ -12,6 +12,8 @@ namespace portwise {
 class PortSettings {
  public:
   DriverSettings& Values() { return values_; }
+  /// To change values in memory for the rest of the job: the next Refresh reads them again in any case.
+  DriverSettings& OverrideForJob();
 
   /// Reads the settings again from now on, unless they are the same printer's and less than a second old.
   void Refresh(const OString& printer);
@@ -20,8 +22,9 @@ class PortSettings {
 
  private:
   OCriticalSection lock_;
-  std::unique_ptr<PrinterRegistry> registry_;  // under lock_, as is the next
+  std::unique_ptr<PrinterRegistry> registry_;  // under lock_, as are the next two
   DWORD refreshedAt_ = 0;                      // tick count
+  bool overridden_ = false;
   DriverSettings values_;
 };
 

@@ -71,7 +71,7 @@ OString NativeToInternal(const OString& nativePath) {
   OString path = EscapeName(nativePath);
   for (int i = 0; i < kRootCount; ++i) {
     const OString prefix = Roots()[i].native + "\\";
-    if (!StartsWith(path, prefix)) continue;
+    if (!path.StartsWithNoCase(prefix)) continue;
     path = Roots()[i].numeric + path.Mid(prefix.Length());
     break;
   }
@@ -173,7 +173,7 @@ OString CollapseSeparators(const OString& key) {
   WideString collapsed;
   const auto root = static_cast<size_t>(key.Find(WCHAR(':')) + 1);
   for (const WCHAR unit : key.View()) {
-    const bool superfluous = unit == '/' && (collapsed.size() == root || collapsed.back() == '/');
+    const bool superfluous = unit == '/' && (collapsed.size() == root || collapsed.ends_with(WCHAR('/')));
     if (!superfluous) collapsed += unit;
   }
   return OString(collapsed);

@@ -19,8 +19,8 @@ OString EscapeName(const OString& name);
 /// Decodes the percent escapes. A "%" without two hexadecimal digits after it stays.
 OString UnescapePath(const OString& text);
 
-/// "HKEY_LOCAL_MACHINE\A\B" from and to "2:A/B". A path that begins with none of the four root names, or root numbers,
-/// keeps its beginning.
+/// "HKEY_LOCAL_MACHINE\A\B", its root in any case, from and to "2:A/B". A path that begins with none of the four root
+/// names, or root numbers, keeps its beginning.
 OString NativeToInternal(const OString& nativePath);
 OString InternalToNative(const OString& path);
 

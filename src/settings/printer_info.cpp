@@ -94,6 +94,7 @@ void PrinterInfo::LoadPrinter(HANDLE printer) {
   const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(
       buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) { return GetPrinterW(printer, 2, data, size, needed); });
   if (!info) {
+    if (serverName.IsEmpty()) FindServer();
     if (shortName.IsEmpty()) shortName = NameOnServer(printerName);
     return;
   }

@@ -8,7 +8,7 @@ namespace portwise {
 namespace {
 
 /// The units that a name buffer of an enumeration holds, with the NUL.
-constexpr DWORD kNameUnits = 261;
+constexpr DWORD kNameUnits = ORegistry::kMaxNameUnits + 1;
 
 const RootRow (&RootRows())[9] {
   static const RootRow rows[] = {
@@ -248,6 +248,8 @@ bool ORegistry::Delete(const OString& path, bool recursive) const {
   // An empty name is the key's default value, and never the key itself.
   if (name.IsEmpty() || !GetKeyInfo(full)) return DeleteValue(key, name);
   if (recursive) {
+    // What is below goes only when the key itself can go.
+    if (!OpenKey(key, false)) return false;
     OStringArray subKeys;
     EnumKeys(full, &subKeys);
     for (const OString& subKey : subKeys) Delete(ChildPath(full, subKey), true);

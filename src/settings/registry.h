@@ -73,8 +73,10 @@ class ORegistry {
   /// True when the path names a value.
   bool GetValueInfo(const OString& path, DWORD* type = nullptr, DWORD* size = nullptr) const;
 
+  /// The longest name that the enumerations give, in UTF-16 units.
+  static constexpr int kMaxNameUnits = 260;
   /// The names of a key's subkeys or values, ascending by UTF-16 units, and their number; -1, with the array as it was,
-  /// when the key does not open. The path is absolute. A name longer than 260 units ends the list.
+  /// when the key does not open. The path is absolute. A name that is too long ends the list.
   int EnumKeys(const OString& path, OStringArray* names) const;
   int EnumValues(const OString& path, OStringArray* names) const;
   /// With "*" or "?" in the last component, the subkeys or values of the key before it that match; otherwise as above.
@@ -82,7 +84,7 @@ class ORegistry {
   int EnumValuesMatching(const OString& path, OStringArray* names) const;
 
   /// Deletes the key that the path names, or the value when there is no such key. A key that has subkeys is deleted
-  /// only when `recursive` is set.
+  /// only when `recursive` is set, and one directly below a registry root never.
   bool Delete(const OString& path, bool recursive = false) const;
   /// Deletes every subkey, with what is below it unless `recursive` is off, and every value that matches the last
   /// component, as far as it can; without "*" or "?" as Delete. True once the path resolves.
@@ -106,16 +108,18 @@ class ORegistry {
   /// Stores the checksum of the lines in the key, as the REG_DWORD value "(CRC32)".
   static constexpr DWORD kStoreChecksum = 2;
   /// Appends a key's values, but for checksums, and all its subkeys in the registry text format
-  /// (settings/registry_text.h). Text that GetString and GetMultiString do not give is exported as empty; other values
-  /// and keys that cannot be read are left out. False only when the path does not resolve. The base path is then the
-  /// key that was exported last.
+  /// (settings/registry_text.h). Text that GetString does not give is exported as empty; other values and keys that
+  /// cannot be read, or have no place in an enumeration, are left out. False only when the path does not resolve. The
+  /// base path is then the key that was exported last.
   bool Export(const OString& path, OStringArray* lines, DWORD flags = 0);
 
   /// Each key header first empties its key, of values and subkeys.
   static constexpr DWORD kReplaceKeys = 1;
   /// Applies registry text. What cannot be read or written is skipped and the rest applied; `skipped` is then the
-  /// number of lines that had no effect, blank lines and comments (";") not counted. Values of another type than text,
-  /// number or list of texts become binary. Always true. The base path is then the key of the last header.
+  /// number of lines that had no effect, blank lines and comments (";") not counted. A text without a closing
+  /// quote is taken as far as it goes; a value whose name the enumerations would not give is skipped. Values of another
+  /// type than text, number or list of texts become binary. Always true. The base path is then the key of the last
+  /// header whose key opened.
   bool Import(const OStringArray& lines, DWORD flags = 0, int* skipped = nullptr);
 
  private:

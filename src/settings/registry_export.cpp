@@ -21,10 +21,8 @@ OString Header(std::string_view opening, const OString& key) {
   return OString(opening) + InternalToNative(key) + OString("]");
 }
 
-/// The bytes of a list of texts as the registry stores it.
-std::string ListBytes(const ORegistry& registry, const OString& path) {
-  OStringArray strings;
-  registry.GetMultiString(path, &strings);
+/// The bytes of a list of texts as the registry lays it out.
+std::string ListBytes(const OStringArray& strings) {
   const WideString buffer = strings.ToWideBuffer(ListLayout::NulTerminated);
   return std::string(reinterpret_cast<const char*>(buffer.data()), buffer.size() * sizeof(WCHAR));
 }
@@ -43,8 +41,10 @@ void ExportValue(const ORegistry& registry, const OString& name, OStringArray* l
   } else if (type == REG_DWORD) {
     AppendAscii(&line, "dword:" + EncodeHexNumber(registry.GetDword(path), HexLetters::Lower));
   } else if (type == REG_MULTI_SZ) {
+    OStringArray strings;
+    if (!registry.GetMultiString(path, &strings) && size > 0) return;
     AppendAscii(&line, "hex(7):");
-    AppendByteList(ListBytes(registry, path), &line, lines);
+    AppendByteList(ListBytes(strings), &line, lines);
   } else {
     std::string bytes(size, '\0');
     const int length = registry.GetBinary(path, bytes.data(), size);

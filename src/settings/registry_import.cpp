@@ -11,7 +11,7 @@ namespace {
 
 /// The key of a header's native path, in numeric-root form.
 OString HeaderKey(WideView nativePath) {
-  OString key = CollapseSeparators(NativeToInternal(nativePath));
+  OString key = NativeToInternal(nativePath);
   return key.TrimRight("/");
 }
 
@@ -73,6 +73,12 @@ int Importer::Finish() {
 
 void Importer::TakeHeader(WideView header) {
   const WideView path = WithoutBrackets(header);
+  // A text with a line end in it can look like a header, but its backslashes are doubled.
+  if (path.find(TEXT("\\\\")) != WideView::npos) {
+    place_ = Place::kInUnusableKey;
+    ++skipped_;
+    return;
+  }
   place_ = Place::kOutside;
   if (!path.empty() && path.front() == '-') {
     DeleteKeyOf(HeaderKey(path.substr(std::min(path.find_first_not_of('-'), path.size()))));
@@ -112,8 +118,12 @@ void Importer::TakeValueText(WideView text, bool backslash) {
   pendingLines_ = 0;
 }
 
+/// Text that a line end broke off is as good as it goes; bytes are not.
 void Importer::DropPending() {
-  skipped_ += pendingLines_;
+  OString name;
+  WideView data;
+  const bool text = SplitValueLine(pending_, &name, &data) && data.starts_with(WCHAR('"'));
+  if (!text || !ApplyValue(pending_)) skipped_ += pendingLines_;
   pending_.clear();
   pendingLines_ = 0;
 }
@@ -121,11 +131,12 @@ void Importer::DropPending() {
 bool Importer::ApplyValue(WideView text) const {
   OString name;
   WideView data;
-  if (!SplitValueLine(text, &name, &data)) return false;
+  if (!SplitValueLine(text, &name, &data) || name.Length() > ORegistry::kMaxNameUnits) return false;
   const OString path = ValuePath(name);
   if (data.starts_with(WCHAR('"'))) {
-    if (data.size() < 2 || data.back() != '"') return false;
-    return registry_.SetString(path, UnescapeText(data.substr(1, data.size() - 2)));
+    data.remove_prefix(1);
+    if (data.ends_with(WCHAR('"'))) data.remove_suffix(1);
+    return registry_.SetString(path, UnescapeText(data));
   }
   constexpr WideView kNumber = TEXT("dword:");
   if (data.starts_with(kNumber)) {

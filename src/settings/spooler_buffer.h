@@ -7,14 +7,18 @@
 namespace portwise {
 
 /// A structure of the print spooler, in `buffer`. Calls `query(data, size, needed)` first without a buffer to learn the
-/// size, then with one. Null when a call failed.
+/// size, then with one, and again only while the size that it asks for grows. Null when a call failed.
 template <class Info, class Query>
 const Info* FetchFromSpooler(OBuffer& buffer, Query query) {
   DWORD needed = 0;
   if (query(nullptr, 0, &needed)) return nullptr;
   // What is asked for may grow between two calls.
-  while (GetLastError() == ERROR_INSUFFICIENT_BUFFER && needed >= sizeof(Info) && buffer.Allocate(needed)) {
-    if (query(buffer.Data(), needed, &needed)) return reinterpret_cast<const Info*>(buffer.Data());
+  DWORD size = 0;
+  while (GetLastError() == ERROR_INSUFFICIENT_BUFFER && needed > size) {
+    size = needed;
+    if (!buffer.Allocate(size)) return nullptr;
+    if (!query(buffer.Data(), size, &needed)) continue;
+    return size >= sizeof(Info) ? reinterpret_cast<const Info*>(buffer.Data()) : nullptr;
   }
   return nullptr;
 }

@@ -382,7 +382,8 @@ TEST_F(ConnectionTcpTest, APrinterThatIsNotConnectedIsPingedNowAndThen) {
 TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   const auto start = [this] {
     ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
-    EXPECT_EQ(connection_.UnconfirmedBytes(), 0u);
+    connection_.BeginCount();
+    EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 0u);
     ASSERT_TRUE(printer_.Accept());
   };
   start();
@@ -390,7 +391,7 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   ASSERT_EQ(printer_.Receive(5), "12345");
   printer_.Reset();
   EXPECT_FALSE(Write("67"));
-  EXPECT_EQ(connection_.UnconfirmedBytes(), 5u);
+  EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 5u);
   ASSERT_TRUE(Write("67"));
   ASSERT_TRUE(printer_.Accept());
   // It breaks off at the end, with bytes that nobody has read.
@@ -400,7 +401,7 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   });
   EXPECT_FALSE(connection_.EndDoc());
   breaks.join();
-  EXPECT_EQ(connection_.UnconfirmedBytes(), 7u);
+  EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 2u);
 
   start();
   ASSERT_TRUE(Write("fine"));
@@ -409,8 +410,56 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   EXPECT_TRUE(connection_.EndDoc());
   printer.join();
   EXPECT_EQ(received, "fine");
-  EXPECT_EQ(connection_.UnconfirmedBytes(), 0u);
+  EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 0u);
   EXPECT_TRUE(port_.warnings.empty());
+}
+
+TEST_F(ConnectionTcpTest, APrinterThatTalksAndNeverReadsLosesWhatItHasNotRead) {
+  platform::SetTimeScale(20);
+  OpenToPrinter();
+  connection_.BeginCount();
+  const std::string data(300000, 'x');
+  ASSERT_TRUE(Write(data));
+  const DWORD sent = moved_;
+  std::atomic<bool> over = false;
+  std::thread talker([&] {
+    while (!over) {
+      printer_.Send("x");
+      Sleep(1000);
+    }
+  });
+  const DWORD start = GetTickCount();
+  EXPECT_FALSE(connection_.Close());
+  EXPECT_THAT(GetTickCount() - start, Between(55000, 90000));
+  EXPECT_EQ(connection_.TakeUnconfirmedBytes(), sent);
+  over = true;
+  talker.join();
+}
+
+TEST_F(ConnectionTcpTest, ACloseThatOvertakesAReadLosesNothing) {
+  for (int round = 0; round < 20; ++round) {
+    Connection_TCP connection;
+    connection.SetPortContext(&port_);
+    ASSERT_TRUE(connection.StartDoc(1, 1, nullptr));
+    ASSERT_TRUE(printer_.Accept());
+    connection.BeginCount();
+    ASSERT_TRUE(connection.Write("all", 3, &moved_));
+    std::thread reader([&] {
+      char buffer[4];
+      DWORD read = 0;
+      connection.Read(buffer, sizeof buffer, &read);
+    });
+    Sleep(static_cast<DWORD>(round % 5));
+    std::string received;
+    std::thread printer = PrinterThatClosesToo(&received);
+    EXPECT_TRUE(connection.EndDoc());
+    printer.join();
+    reader.join();
+    EXPECT_EQ(received, "all");
+    EXPECT_EQ(connection.TakeUnconfirmedBytes(), 0u) << round;
+    printer_.Refuse();  // what the read may have opened
+    printer_.Listen();
+  }
 }
 
 }  // namespace

@@ -167,6 +167,55 @@ TEST_F(Monitor, LeavesARefusedDocumentUnbegun) {
   EXPECT_TRUE(Start(port, 3));
 }
 
+TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  platform::SetTimeScale(20);
+  const HANDLE port = Open("FILE:");
+  ASSERT_TRUE(Start(port, 4));
+  DWORD written = 0;
+  EXPECT_TRUE(Write(port, "ab<xp", &written));  // the start of a section, perhaps
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    *taken = 0;
+    return FALSE;
+  };
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(spooler_.jobCommands.empty()) << "the spooler is not told that it has left";
+  below_.onWrite = nullptr;
+  ASSERT_TRUE(Start(port, 5));
+  EXPECT_TRUE(Write(port, "cd", &written));
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(5u, 6u)));
+  EXPECT_EQ(below_.output, "abcd");
+  EXPECT_TRUE(lmClosePortW(port));
+  platform::SetTimeScale(1);
+}
+
+TEST_F(Monitor, ReadsThePrintersSettingsAtItsOpenAndAtJobStarts) {
+  platform::SetTimeScale(20);
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const OString timeout = "PRINT:Printers/Labels/PrinterDriverData/Settings/Status/Send Timeout";
+  ORegistry().SetDword(timeout, 5000);
+  const HANDLE port = Open("FILE:");
+  auto& context = *static_cast<PortContext*>(port);
+  EXPECT_EQ(context.SendTimeout(), 5000u);
+  ORegistry().SetDword(timeout, 6000);
+  ASSERT_TRUE(Start(port, 1));
+  EXPECT_EQ(context.SendTimeout(), 5000u) << "less than a second later";
+  context.Settings().OverrideForJob().SetStatusMonitoringMode(3);
+  EXPECT_TRUE(lmEndDocPortW(port));
+  ASSERT_TRUE(Start(port, 2));
+  EXPECT_EQ(context.SendTimeout(), 6000u);
+  EXPECT_EQ(context.Settings().Values().GetStatusMonitoringMode(), 0) << "was for the job before";
+  ORegistry().SetDword(timeout, 7000);
+  EXPECT_TRUE(lmEndDocPortW(port));
+  Sleep(1200);
+  ASSERT_TRUE(Start(port, 3));
+  EXPECT_EQ(context.SendTimeout(), 7000u);
+  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(lmClosePortW(port));
+  platform::SetTimeScale(1);
+}
+
 TEST_F(Monitor, PassesDeviceRequestsDown) {
   const HANDLE port = Open("FILE:");
   WCHAR in[3] = {}, out[5] = {};

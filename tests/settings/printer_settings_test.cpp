@@ -11,6 +11,7 @@
 #include "settings/odometer.h"
 #include "settings/printer_info.h"
 #include "settings/printer_registry.h"
+#include "settings/spooler_buffer.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/print_ostring.h"
 #include "tests/support/temporary_home.h"
@@ -170,6 +171,21 @@ TEST_F(PrinterSettingsTest, PrintersOfARemoteSession) {
   const auto& stored = spooler_.printers["d/e/LAPTOP/Session 1"].data;
   EXPECT_EQ(stored.at("PrinterDriverData\\ClientName"), std::pair(unsigned{REG_SZ}, Text("LAPTOP")));
   EXPECT_EQ(stored.at("PrinterDriverData\\PrinterName"), std::pair(unsigned{REG_SZ}, Text("d/e")));
+}
+
+TEST_F(PrinterSettingsTest, ASpoolerThatNeverHasEnoughIsGivenUp) {
+  for (const DWORD growth : {0u, 8u}) {
+    int calls = 0;
+    OBuffer buffer;
+    const auto* info = FetchFromSpooler<DWORD>(buffer, [&](LPBYTE, DWORD size, LPDWORD needed) {
+      *needed = size + (size == 0 ? 16 : growth);
+      if (++calls == 5) return TRUE;
+      SetLastError(ERROR_INSUFFICIENT_BUFFER);
+      return FALSE;
+    });
+    EXPECT_EQ(info != nullptr, growth > 0);
+    EXPECT_EQ(calls, growth > 0 ? 5 : 2);
+  }
 }
 
 TEST_F(PrinterSettingsTest, RootsAndPlaceholders) {

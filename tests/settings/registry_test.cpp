@@ -24,6 +24,7 @@ TEST(LogicalPathTest, EscapesAndNativeForms) {
     EXPECT_EQ(InternalToNative(NativeToInternal(native)), OString(native));
   }
   EXPECT_EQ(NativeToInternal("HKEY_CURRENT_USER\\A/B\\C%"), OString("1:A%2FB/C%25"));
+  EXPECT_EQ(NativeToInternal("hkey_Users\\a"), OString("3:a"));
 }
 
 TEST(LogicalPathTest, Wildcards) {
@@ -93,6 +94,7 @@ TEST(LogicalPathTest, RootsAndSplitting) {
   EXPECT_TRUE(ParseRoot("3:/A//B%2Fc/", &root, &key));
   EXPECT_EQ(root, HKEY_USERS);
   EXPECT_EQ(key, OString("A\\B/c"));
+  EXPECT_EQ(CollapseSeparators("/foo:/bar//x"), OString("/foo:bar/x"));
 }
 
 class RegistryTest : public testing::Test {
@@ -267,6 +269,10 @@ TEST_F(RegistryTest, Deletion) {
   EXPECT_TRUE(registry_.DeleteMatching("LOCAL:D/ab*"));
   EXPECT_EQ(Keys("LOCAL:D"), "Abz|");
   EXPECT_FALSE(registry_.DeleteMatching("NOWHERE:D/*"));
+  // A key that has to stay keeps what is below it.
+  EXPECT_TRUE(registry_.SetDword("LOCAL_MACHINE:Top/deep/v", 1));
+  EXPECT_FALSE(registry_.Delete("LOCAL_MACHINE:Top", true));
+  EXPECT_EQ(Keys("LOCAL_MACHINE:Top"), "deep|");
 
   // A path that ends with its key names the default value, never the key.
   EXPECT_FALSE(registry_.Delete("LOCAL:D/", true));

@@ -73,6 +73,9 @@ TEST_F(RegistryTextTest, WritesWhatARegistryEditorWould) {
   OStringArray list;
   for (const char* text : {"x", "yz"}) list.Append(text);
   registry_.SetMultiString("LOCAL:E/list", list);
+  registry_.SetValueRaw("LOCAL:E/list of 0", "", 0, REG_MULTI_SZ);
+  list.Append(OString(std::string(ORegistry::kMaxTextBytes / sizeof(WCHAR), 'x')));
+  registry_.SetMultiString("LOCAL:E/list too long", list);
   registry_.SetValueRaw("LOCAL:E/q", "\1\2\xFF", 3, 11);
   registry_.SetString(OString("LOCAL:E/") + OString(std::string(72, 'n')), "");
   registry_.SetBinary(OString("LOCAL:E/") + OString(std::string(73, 'o')), "\1", 1);
@@ -85,6 +88,7 @@ TEST_F(RegistryTextTest, WritesWhatARegistryEditorWould) {
 "b"=dword:0000000a
 "empty"=hex:
 "list"=hex(7):78,00,00,00,79,00,7a,00,00,00,00,00
+"list of 0"=hex(7):00,00
 "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn"=""
 "ooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooooo"=hex:\
   01
@@ -138,16 +142,29 @@ TEST_F(RegistryTextTest, ReadsWhatItCanAndCountsTheRest) {
       {"\"a\"=hex:01,02,\n\"b\"=\"x\"\n", "\"b\"=\"x\"\n", 1},
       {"\"a\"=hex:01,\\\n  02,\\\n\n", "", 2},
       {"\"a\"=hex:1\n\"a\"=hex:01,,02\n\"a\"=hex:zz\n\"a\"=hex\n", "", 4},
-      {"\"a\"=dword:\n\"a\"=dword:x\n\"a\"=\"\n\"a\"=\"x\n\"a\"=1\n\"a\n@=\"x\"\na=\"x\"\n", "", 8},
+      {"\"a\"=dword:\n\"a\"=dword:x\n\"a\"=1\n\"a\n@=\"x\"\na=\"x\"\n", "", 6},
+      // A text that broke off is what there is of it.
+      {"\"a\"=\"\n\"b\"=\"x\ny\"\n", "\"a\"=\"\"\n\"b\"=\"x\"\n", 1},
+      {"\"a\"=\"x,\n\"\n\"b\"=\"y,\\\\\n", "\"a\"=\"x,\"\n\"b\"=\"y,\"\n", 1},
       {"\n\"a\"=\"x\"\n", "", 1},
       {"; a comment\n[OTHER\\E]\n\"a\"=\"x\"\n", "", 2},
       {"[HKEY_LOCAL_MACHINE\\]\n\"a\"=\"x\"\n[-OTHER\\E]\n[-]\n[]\n", "", 5},
       {"[LOCAL:\\E]\n\"a\"=\"x\"\n", "", 2},
-      {"[[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\\\Drivers\\E\\]]\n\"a\"=\"x\"\n", "\"a\"=\"x\"\n", 0},
+      {"[[hkey_local_machine\\SOFTWARE\\Corvane\\Drivers\\E\\]]\n\"a\"=\"x\"\n", "\"a\"=\"x\"\n", 0},
+      // Not a header but what a line end left of a text.
+      {"[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\\\Drivers\\E]\n\"a\"=\"x\"\n", "", 2},
+      {"\"a\"=\"x\n[-HKEY_LOCAL_MACHINE\\\\SOFTWARE\\\\Corvane\\\\Drivers\\\\E]\"\n", "\"a\"=\"x\"\n", 1},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(Import(std::string("[-") + (kHeader + 1) + kHeader + row.lines), row.skipped) << row.lines;
     EXPECT_EQ(Exported("LOCAL:E"), kHeader + std::string(row.result) + "\n") << row.lines;
+  }
+  // A name that no enumeration gives would hide the names after it.
+  for (const size_t length : {260, 261}) {
+    const std::string line = "\"" + std::string(length, 'n') + "\"=\"x\"\n";
+    EXPECT_EQ(Import(std::string("[-") + (kHeader + 1) + kHeader + line), length > 260 ? 1 : 0);
+    EXPECT_EQ(Content("LOCAL:E").size(), length > 260 ? 0u : 1u);
+    EXPECT_EQ(registry_.GetValueInfo(OString("LOCAL:E/") + OString(std::string(length, 'n'))), length <= 260);
   }
 }
 

@@ -78,6 +78,7 @@ TEST_F(ConnectionFaults, APrinterThatBreaksOffDoublesNothingAndTheNextJobIsWhole
   for (const std::size_t after : {0u, 1u, 2u, 1000u, 4095u, 4096u, 65535u, 65536u, 65537u, 200000u, 4000000u}) {
     for (const int way : {kReset, kClose, kHalfClose}) {
       SCOPED_TRACE(testing::Message() << "after " << after << " bytes, way " << way);
+      bool whole = way == kHalfClose;
       const unsigned job = Submit("Labels", data);
       const unsigned next = Submit("Labels", "next");
       ASSERT_TRUE(printer_.Accept(5000));
@@ -94,10 +95,12 @@ TEST_F(ConnectionFaults, APrinterThatBreaksOffDoublesNothingAndTheNextJobIsWhole
         EXPECT_FALSE(rest.empty());
         EXPECT_LE(rest.size(), data.size() - after);
         EXPECT_TRUE(data.ends_with(rest));
+        // The first connection may have been gone before it had taken a byte.
+        whole = rest == data;
       }
       EXPECT_EQ(ReceiveJob(), "next");
       EXPECT_TRUE(Eventually([&] { return Gone(next); }));
-      EXPECT_TRUE(Eventually([&] { return way == kHalfClose ? Gone(job) : Unconfirmed(job); })) << GetJob(job);
+      EXPECT_TRUE(Eventually([&] { return whole ? Gone(job) : Unconfirmed(job); })) << GetJob(job);
       Control(job, JOB_CONTROL_CANCEL);
     }
   }

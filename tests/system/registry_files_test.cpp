@@ -77,7 +77,7 @@ TEST(RegistryFiles, WhatIsGoodInABadFileIsApplied) {
   Expect("import " + file, 1, "skipped");
 }
 
-TEST(RegistryFiles, CarryMegabytesAndTellOfTextsTooLong) {
+TEST(RegistryFiles, CarryMegabytes) {
   SpoolerHome home;
   const std::string digits = EncodeHex(Payload(1 << 20, 5), HexLetters::Lower);
   std::string text = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\T]\r\n\"big\"=hex:";
@@ -88,9 +88,26 @@ TEST(RegistryFiles, CarryMegabytesAndTellOfTextsTooLong) {
   Expect("delete LOCAL:T --recursive", 0, "");
   Expect("import --replace " + home.File("wrapped.reg"), 0, "");
   EXPECT_TRUE(RunProgram("portwise registry get LOCAL:T/big").output == digits + "\n");
+}
 
-  Expect("set LOCAL:T/long $(printf '%05000d' 0)", 0, "");
-  Expect("export LOCAL:T --file " + home.File("long.reg"), 1, "exported as empty: 1");
+TEST(RegistryFiles, TellOfWhatTheyCannotCarry) {
+  SpoolerHome home;
+  Expect("set 'LOCAL:T/a%5Cb' hello", 0, "");
+  Expect("list LOCAL:T", 0, "a\\b = string: hello\n");
+  Expect("export LOCAL:T", 0, "");
+  const struct {
+    const char *order, *told;
+  } rows[] = {
+      {"'LOCAL:T/c%5Cd' $(printf '%05000d' 0)", "exported as empty: 1\n"},
+      {"LOCAL:T/e --type multi $(printf '%05000d' 0)", "of more than 8192 bytes, left out: 1\n"},
+      {"LOCAL:T/f \"$(printf 'x\\ny')\"", "with a line end, cut off there by an import: 1\n"},
+      {"\"LOCAL:T/$(printf 'g\\rh')/i\" x", "with a line end, cut off there by an import: 2\n"},
+      {"LOCAL:T/$(printf '%0261d' 0) x", "of more than 260 characters, left out: "},
+  };
+  for (const auto& row : rows) {
+    Expect(std::string("set ") + row.order, 0, "");
+    Expect("export LOCAL:T --file " + home.File("a.reg"), 1, row.told);
+  }
 }
 
 }  // namespace
