@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "core/exception_handler.h"
+#include "core/thread_local_singleton.h"
 
 namespace portwise {
 namespace {
@@ -62,6 +63,8 @@ DWORD WINAPI DelayedClose::Run(LPVOID self) {
       return TRUE;
     });
   }
+  // Whoever waits may unload the library before the thread has quite ended.
+  ThreadLocalSlot::DestroyObjects();
   SetEvent(close->ended_.Get());
   return 0;
 }
