@@ -44,6 +44,19 @@ bool MonitorPort::EndDoc() {
   return functions_.pfnEndDocPort(handle_);
 }
 
+bool MonitorPort::GetData(const std::string& value, void* data, DWORD size, DWORD* needed) {
+  *needed = 0;
+  if (!functions_.pfnGetPrinterDataFromPort) return false;
+  std::u16string name = ToUtf16(value);
+  SetLastError(ERROR_SUCCESS);
+  if (!functions_.pfnGetPrinterDataFromPort(handle_, 0, name.data(), nullptr, 0, static_cast<LPWSTR>(data), size,
+                                            needed)) {
+    return false;
+  }
+  *needed = std::min(*needed, size);
+  return true;
+}
+
 std::unique_ptr<MonitorLibrary> MonitorLibrary::Load(std::string* why) {
   std::string driver = RegistryKey::Open(kMonitorKey).GetText("Driver");
   if (driver.empty()) driver = kDefaultDriver;

@@ -7,8 +7,8 @@
 
 namespace portwise {
 
-/// A port as the loaded print monitor holds it open; closed when destroyed. One thread at a time. No caller may hold a
-/// lock: the monitor calls the spooler back on the same thread.
+/// A port as the loaded print monitor holds it open; closed when destroyed. One thread at a time, but for GetData. No
+/// caller may hold a lock: the monitor calls the spooler back on the same thread.
 class MonitorPort {
  public:
   MonitorPort(const MONITOR2& functions, HANDLE handle) : functions_(functions), handle_(handle) {}
@@ -21,6 +21,9 @@ class MonitorPort {
   /// `written` is at most `size`, whatever the monitor says.
   bool Write(BYTE* buffer, DWORD size, DWORD* written);
   bool EndDoc();
+  /// Asks the monitor for a value of the printer's data; any thread. `needed` is the size of the answer. False
+  /// when it has none to give; `needed` is then what it would have given with more room, or 0.
+  bool GetData(const std::string& value, void* data, DWORD size, DWORD* needed);
 
  private:
   const MONITOR2& functions_;

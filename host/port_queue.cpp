@@ -27,6 +27,11 @@ PortQueue::~PortQueue() {
   thread_.join();
 }
 
+void PortQueue::WaitStopped() {
+  std::unique_lock lock(mutex_);
+  endedSignal_.wait(lock, [this] { return ended_; });
+}
+
 bool PortQueue::WaitStopped(std::chrono::steady_clock::time_point limit) {
   std::unique_lock lock(mutex_);
   return endedSignal_.wait_until(lock, limit, [this] { return ended_; });
@@ -40,7 +45,7 @@ void PortQueue::Run() {
     failurePause = pause == kIdleWait ? 0 : pause;
     if (pause > 0) wakeUp_.Wait(pause);
   }
-  port_.reset();
+  port_.End();
   std::lock_guard lock(mutex_);
   ended_ = true;
   endedSignal_.notify_all();
@@ -51,11 +56,11 @@ DWORD PortQueue::Step(DWORD lastPause) {
   if (printers.empty()) return kIdleWait;
   std::set<std::u16string> keys;
   for (const std::string& printer : printers) keys.insert(NameKey(printer));
-  if (reopen_.exchange(false)) port_.reset();
-  if (!port_) {
+  if (reopen_.exchange(false)) port_.Close();
+  if (!port_.Get()) {
     std::string why;
-    port_ = monitor_.OpenPort(name_, printers.front(), &why);
-    if (!port_) {
+    port_.Set(monitor_.OpenPort(name_, printers.front(), &why), why);
+    if (!port_.Get()) {
       store_.Explain(keys, why);
       return Grow(lastPause);
     }
@@ -68,7 +73,7 @@ DWORD PortQueue::Step(DWORD lastPause) {
     store_.Release(job->id, [](Job&) {});
     return kIdleWait;
   }
-  if (JobRun(*port_, store_, wakeUp_, *job).Run()) return 0;
+  if (JobRun(*port_.Get(), store_, wakeUp_, *job).Run()) return 0;
   // The end of the document wakes this thread too; it must not cut the pause short.
   wakeUp_.Forget();
   return Grow(lastPause);

@@ -9,13 +9,14 @@
 
 #include "host/job_store.h"
 #include "host/monitor_library.h"
+#include "host/open_port.h"
 #include "host/wake_up.h"
 
 namespace portwise {
 
 /// The queue of one port, on a thread of its own: opens the port and runs the jobs of the port's printers one by one,
 /// in the order of their ids. What fails is tried again after a pause that grows from 1 to 10 seconds, or at the next
-/// order. Any thread may call; nothing waits but the destructor and WaitStopped.
+/// order. Any thread may call; nothing waits but the destructor, WaitStopped and AskMonitor.
 class PortQueue {
  public:
   /// Everything given must outlive the queue.
@@ -30,6 +31,10 @@ class PortQueue {
     Wake();
   }
   void Stop() { wakeUp_.Stop(); }
+  /// What the port's monitor answers for a value of the printer's data.
+  MonitorAnswer AskMonitor(const std::string& value, DWORD size, bool wait) { return port_.Ask(value, size, wait); }
+  /// Waits until the thread has ended, after a Stop.
+  void WaitStopped();
   /// True when the thread has ended by `limit`, in real time.
   bool WaitStopped(std::chrono::steady_clock::time_point limit);
 
@@ -42,7 +47,7 @@ class PortQueue {
   MonitorLibrary& monitor_;
   JobStore& store_;
   WakeUp wakeUp_;
-  std::unique_ptr<MonitorPort> port_;
+  OpenPort port_;
   std::mutex mutex_;
   std::condition_variable endedSignal_;
   bool ended_ = false;

@@ -53,8 +53,18 @@ void PortQueues::WakePort(const std::string& port) {
   if (queue) {
     queue->Wake();
   } else {
-    queue = std::make_unique<PortQueue>(port, monitor_, store_);
+    queue = std::make_shared<PortQueue>(port, monitor_, store_);
   }
+}
+
+MonitorAnswer PortQueues::AskMonitor(const Printer& printer, const std::string& value, DWORD size, bool wait) {
+  std::shared_ptr<PortQueue> queue;
+  {
+    std::lock_guard lock(mutex_);
+    const auto found = queues_.find(NameKey(printer.port));
+    if (found != queues_.end()) queue = found->second;
+  }
+  return queue ? queue->AskMonitor(value, size, wait) : MonitorAnswer();
 }
 
 void PortQueues::Reopen(const std::string& port) {
@@ -65,7 +75,7 @@ void PortQueues::Reopen(const std::string& port) {
 
 void PortQueues::CloseUnused(const std::string& port) {
   if (!PrintersOnPort(port).empty()) return;
-  std::unique_ptr<PortQueue> queue;
+  std::shared_ptr<PortQueue> queue;
   {
     std::lock_guard lock(mutex_);
     auto found = queues_.find(NameKey(port));
@@ -73,10 +83,12 @@ void PortQueues::CloseUnused(const std::string& port) {
     queue = std::move(found->second);
     queues_.erase(found);
   }
+  queue->Stop();
+  queue->WaitStopped();
 }
 
 bool PortQueues::Stop(std::chrono::steady_clock::time_point limit) {
-  std::map<std::u16string, std::unique_ptr<PortQueue>> queues;
+  std::map<std::u16string, std::shared_ptr<PortQueue>> queues;
   {
     std::lock_guard lock(mutex_);
     stopped_ = true;
@@ -87,7 +99,8 @@ bool PortQueues::Stop(std::chrono::steady_clock::time_point limit) {
   for (auto& [port, queue] : queues) {
     if (queue->WaitStopped(limit)) continue;
     Complain("the print monitor does not return from port " + platform::ToUtf8(port));
-    [[maybe_unused]] PortQueue* abandoned = queue.release();
+    // Never destroyed, whoever else still has it.
+    [[maybe_unused]] const auto* abandoned = new std::shared_ptr<PortQueue>(queue);
     ended = false;
   }
   return ended;

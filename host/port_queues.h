@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/port_queue.h"
+#include "host/printers.h"
 
 namespace portwise {
 
@@ -19,6 +20,8 @@ class PortQueues {
   void Dispatch();
   /// Starts the printer's port's queue when need be, and wakes it.
   void Wake(const std::string& printer);
+  /// What the monitor of the printer's port answers for a value of the printer's data.
+  MonitorAnswer AskMonitor(const Printer& printer, const std::string& value, DWORD size, bool wait);
   /// Has a port that is open closed and opened anew before its next job.
   void Reopen(const std::string& port);
   /// Ends the queue of a port that no printer uses any more, and waits until the port is closed.
@@ -34,7 +37,7 @@ class PortQueues {
   MonitorLibrary& monitor_;
   JobStore& store_;
   std::mutex mutex_;  ///< never held while a queue ends, since the monitor may call the spooler meanwhile
-  std::map<std::u16string, std::unique_ptr<PortQueue>> queues_;
+  std::map<std::u16string, std::shared_ptr<PortQueue>> queues_;  ///< shared with those who ask the monitor
   bool stopped_ = false;
 };
 

@@ -7,6 +7,9 @@
 
 namespace portwise {
 
+/// The key whose values are a printer's data when no key is named.
+inline constexpr char kDriverDataKey[] = "PrinterDriverData";
+
 /// Carries out the orders that read and change only a printer's data and its driver: "printer-data-get",
 /// "printer-data-set", "printer-data-delete", "printer-data-list" and "driver-get". Nothing when `name` is another
 /// order. Throws OrderError. Any thread.

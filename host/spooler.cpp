@@ -56,6 +56,7 @@ Message Spooler::Carry(const Message& request, bool local) {
     std::string name = TextOf(request.head, "op");
     if (name == "job-control") return JobControl(request.head, local);
     if (name == "job-report" && local) return JobReport(request.head);
+    if (name == "printer-data-get") return PrinterDataGet(request, local);
     for (const Operation& operation : kOperations) {
       if (name == operation.name) return (this->*operation.carryOut)(request);
     }
@@ -152,6 +153,28 @@ Message Spooler::JobControl(const Json& order, bool local) {
   queues_.Wake(job.printer);
   if (error != ERROR_SUCCESS) throw OrderError(error, why);
   return {{{"error", 0u}}, {}};
+}
+
+/// Printer data that is asked for by its size, as the functions of the spooler's clients do, comes from the monitor of
+/// the printer's port if that has it: it is the way in which drivers talk to their monitor.
+Message Spooler::PrinterDataGet(const Message& request, bool local) {
+  const Json& order = request.head;
+  MonitorAnswer answer;
+  const bool asked = order.contains("size") && NameKey(TextOf(order, "key")) == NameKey(kDriverDataKey);
+  if (asked) {
+    const auto size = static_cast<DWORD>(NumberOf(order, "size", UINT32_MAX));
+    // One who calls from inside a monitor may be the one that opens the port.
+    answer = queues_.AskMonitor(RequirePrinter(order, "printer"), TextOf(order, "value"), size, !local);
+    if (answer.given) return {{{"error", 0u}, {"type", DWORD{REG_BINARY}}}, answer.data};
+  }
+  try {
+    return *CarryPrinterDataOrder("printer-data-get", request);
+  } catch (const OrderError& error) {
+    if (error.Code() != ERROR_FILE_NOT_FOUND || !asked) throw;
+    if (answer.needed > 0) return {{{"error", 0u}, {"type", DWORD{REG_BINARY}}, {"needed", answer.needed}}, {}};
+    if (!answer.asked && !answer.fault.empty()) throw OrderError(ERROR_NOT_READY, answer.fault);
+    throw;
+  }
 }
 
 /// The word of a port on the job that it is running.

@@ -61,6 +61,7 @@ class Spooler final : public platform::SpoolerService {
   Message JobGet(const Message& request);
   Message JobControl(const Json& order, bool local);
   Message JobReport(const Json& order);
+  Message PrinterDataGet(const Message& request, bool local);
 
   Json Describe(const Printer& printer);
   Json Describe(const Job& job);

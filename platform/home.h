@@ -11,8 +11,8 @@ namespace portwise::platform {
 std::string Home();
 
 /// The Linux path of a Windows path: `C:\` is the folder drive_c of the home, backslashes and slashes separate, any
-/// other drive gives an empty string. A path that begins with "/" is the Linux path itself. A relative path belongs to
-/// the current directory. Components are matched as they are written, without folding case.
+/// other drive gives an empty string. A path that begins with "/" is a Linux path. A relative path belongs to the
+/// current directory. Components are matched as they are written, without folding case.
 std::string LinuxPath(std::u16string_view windowsPath);
 
 /// The Windows form of a Linux path: below drive_c it begins with `C:\`, elsewhere it is the path itself.

@@ -13,5 +13,7 @@ void AddRegistryCommands(CLI::App& app);
 /// Those that write and read files of registry text, below "registry".
 void AddRegistryFileCommands(CLI::App& registry);
 void AddEventCommand(CLI::App& app);
+void AddLogCommands(CLI::App& app);
+void AddXpmlCommand(CLI::App& app);
 
 }  // namespace portwise

@@ -28,6 +28,8 @@ int main(int argc, char** argv) {
   portwise::AddJobCommands(app);
   portwise::AddRegistryCommands(app);
   portwise::AddEventCommand(app);
+  portwise::AddLogCommands(app);
+  portwise::AddXpmlCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

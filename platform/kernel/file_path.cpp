@@ -15,7 +15,7 @@ bool ResolvePath(LPCWSTR path, std::string* linuxPath) {
   const auto forbidden = [](char16_t c) {
     return c < 0x20 || std::u16string_view(u"<>\"|?*").find(c) != std::u16string_view::npos;
   };
-  // What begins with a slash is a Linux path, and may hold anything.
+  // What begins with a slash is a Linux path, whose names may hold anything but a separator.
   if (!text.starts_with(u'/') && std::any_of(text.begin(), text.end(), forbidden)) return Fail(ERROR_INVALID_NAME);
   *linuxPath = LinuxPath(text);
   return !linuxPath->empty() || Fail(ERROR_PATH_NOT_FOUND);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
@@ -35,8 +36,6 @@ fs::path FindHome() {
   if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state == '/') return fs::path(state) / "portwise";
   return UserHome() / ".local/state/portwise";
 }
-
-bool IsSeparator(char c) { return c == '\\' || c == '/'; }
 
 /// The path below a folder that it cannot leave: "..", as on Windows, stays at the drive's root.
 std::string Below(std::string folder, std::string_view path) {
@@ -73,15 +72,13 @@ std::string Home() {
 
 std::string LinuxPath(std::u16string_view windowsPath) {
   std::string path = ToUtf8(windowsPath);
-  if (path.starts_with('/')) return path;
   if (path.starts_with("\\\\")) return {};  // another computer's share, or a device
   if (path.starts_with('\\')) return Below(DriveC(), path);
-  if (path.size() >= 2 && path[1] == ':') {
+  if (path.size() >= 2 && path[0] != '/' && path[1] == ':') {
     return LowerAscii(path[0]) == 'c' ? Below(DriveC(), std::string_view(path).substr(2)) : std::string();
   }
-  for (char& c : path) {
-    if (IsSeparator(c)) c = '/';
-  }
+  // Those who put a name behind a folder do it with a backslash, also when the folder is a Linux one.
+  std::replace(path.begin(), path.end(), '\\', '/');
   return path;
 }
 

@@ -1,5 +1,6 @@
 #include <winspool.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/spooler/frame.h"
@@ -49,12 +50,14 @@ DWORD WINAPI GetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, LPDWO
   if (!needed || (!data && size > 0)) return ERROR_INVALID_PARAMETER;
   *needed = 0;
   Message reply;
-  if (DWORD error = OrderData(printer, key, value, {{"op", "printer-data-get"}}, {}, &reply); error != ERROR_SUCCESS)
+  if (DWORD error = OrderData(printer, key, value, {{"op", "printer-data-get"}, {"size", size}}, {}, &reply);
+      error != ERROR_SUCCESS)
     return error;
-  *needed = static_cast<DWORD>(reply.body.size());
+  // The monitor of a port may say how much it would answer, and give nothing because that is more than there is room.
+  *needed = reply.head.value("needed", static_cast<DWORD>(reply.body.size()));
   if (type) *type = reply.head.value("type", DWORD{REG_NONE});
   if (size < *needed) return ERROR_MORE_DATA;
-  if (*needed > 0) std::memcpy(data, reply.body.data(), *needed);
+  if (*needed > 0) std::memcpy(data, reply.body.data(), std::min<std::size_t>(*needed, reply.body.size()));
   return ERROR_SUCCESS;
 }
 

@@ -1,5 +1,6 @@
 #include "logging/job_logger.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -36,6 +37,15 @@ void JobLogger::AddPages(DWORD count) {
 void JobLogger::PageEnd(DWORD pages) {
   const OScopedLock lock(lock_);
   if (values_.pageBytes <= 0) return;
+  const bool recorded =
+      std::any_of(entries_.begin(), entries_.end(), [](const auto& entry) { return entry->log.IsOf(LogType::Pages); });
+  if (!recorded && pages > 0) {
+    // The count comes from the print data and may be anything.
+    values_.pageIndex =
+        static_cast<LONG>(std::min<LONGLONG>(LONGLONG{values_.pageIndex} + pages, std::numeric_limits<LONG>::max()));
+    values_.pageBytes = 0;
+    return;
+  }
   for (; pages > 0; --pages) {
     if (values_.pageIndex < std::numeric_limits<LONG>::max()) ++values_.pageIndex;
     for (const auto& entry : entries_) {

@@ -1,6 +1,10 @@
 #include "logging/log_field.h"
 
+#include <algorithm>
 #include <ctime>
+#include <iterator>
+#include <string>
+#include <string_view>
 
 namespace portwise {
 namespace {
@@ -9,6 +13,39 @@ constexpr DWORD kTimeFormat = 3;
 constexpr DWORD kLastFormat = kTimeFormat;
 constexpr size_t kLongestTime = 127;  // characters
 constexpr const char* kPlainTime = "%Y-%m-%d %H:%M:%S";
+
+/// What C89 and all of its successors know.
+constexpr std::string_view kDirectives = "aAbBcdHIjmMpSUwWxXyYZ%";
+
+/// Directives of later standards, in the words of the first.
+constexpr struct {
+  char directive;
+  const char* meaning;
+} kLaterDirectives[] = {{'F', "%Y-%m-%d"}, {'T', "%H:%M:%S"}, {'R', "%H:%M"}, {'D', "%m/%d/%y"}, {'h', "%b"}};
+
+/// A format without directives that a system might not know: some end the process over them.
+std::string Portable(std::string_view format) {
+  std::string portable;
+  for (size_t at = 0; at < format.size(); ++at) {
+    if (format[at] != '%') {
+      portable += format[at];
+      continue;
+    }
+    const char directive = at + 1 < format.size() ? format[at + 1] : '\0';
+    const auto* row = std::find_if(std::begin(kLaterDirectives), std::end(kLaterDirectives),
+                                   [directive](const auto& later) { return later.directive == directive; });
+    if (row != std::end(kLaterDirectives)) {
+      portable += row->meaning;
+      ++at;
+    } else if (directive != '\0' && kDirectives.find(directive) != std::string_view::npos) {
+      portable.append({'%', directive});
+      ++at;
+    } else {
+      portable += "%%";
+    }
+  }
+  return portable;
+}
 
 /// Day of week and day of year are not filled.
 OString FormatTime(const SYSTEMTIME& time, const OString& format) {
@@ -22,7 +59,7 @@ OString FormatTime(const SYSTEMTIME& time, const OString& format) {
   parts.tm_sec = time.wSecond;
   parts.tm_isdst = -1;
   char text[kLongestTime + 1];
-  const size_t length = std::strftime(text, sizeof text, format.InCodePage(kCodePageAnsi).c_str(), &parts);
+  const size_t length = std::strftime(text, sizeof text, Portable(format.InCodePage(kCodePageAnsi)).c_str(), &parts);
   return OString(std::string_view(text, length));
 }
 

@@ -26,9 +26,8 @@ OString Line(const std::vector<logField>& fields, TextOf textOf) {
 
 }  // namespace
 
-void LogFormatterCSV::Write(const std::vector<logField>& fields, const LogData& record) {
-  OFile file;
-  if (!OpenFile(&file) || fields.empty()) return;
+void LogFormatterCSV::WriteTo(OFile& file, const std::vector<logField>& fields, const LogData& record) {
+  if (fields.empty()) return;
   if (includeHeaderRecord_ && file.Size() == 0) {
     file.WriteLine(Line(fields, [](const logField& field) { return field.name; }));
   }

@@ -10,9 +10,9 @@ class LogFormatterCSV final : public LogFormatterFile {
   /// Whether a new file begins with the captions; it does unless told otherwise.
   void SetIncludeHeaderRecord(bool include) { includeHeaderRecord_ = include; }
 
-  void Write(const std::vector<logField>& fields, const LogData& record) override;
-
  private:
+  void WriteTo(OFile& file, const std::vector<logField>& fields, const LogData& record) override;
+
   bool includeHeaderRecord_ = true;
 };
 

@@ -1,6 +1,7 @@
 #include "logging/log_formatter_file.h"
 
 #include "core/folders.h"
+#include "logging/log_file_lock.h"
 
 namespace portwise {
 
@@ -9,10 +10,18 @@ void LogFormatterFile::SetPath(const OString& path) {
   if (end < 0) return;
   path_ = path;
   folder_ = path.Left(end);
+  lock_ = LockOfLogFile(path);
+}
+
+void LogFormatterFile::Write(const std::vector<logField>& fields, const LogData& record) {
+  if (!lock_) return;
+  // From the look for the file's end to the last byte: another port may be appending to the same file.
+  const OScopedLock locked(*lock_);
+  OFile file;
+  if (OpenFile(&file)) WriteTo(file, fields, record);
 }
 
 bool LogFormatterFile::OpenFile(OFile* file) const {
-  if (path_.IsEmpty()) return false;
   CreateFolder(folder_);
   return file->Open(path_, OFile::kReadWrite | OFile::kCreate | OFile::kAppend);
 }

@@ -16,9 +16,7 @@ OString Padded(OString label, LONG width) {
 
 }  // namespace
 
-void LogFormatterLinear::Write(const std::vector<logField>& fields, const LogData& record) {
-  OFile file;
-  if (!OpenFile(&file)) return;
+void LogFormatterLinear::WriteTo(OFile& file, const std::vector<logField>& fields, const LogData& record) {
   file.WriteLine(OString(std::string(kSeparatorLength, '-')));
   for (const logField& field : fields) {
     const OString value = record.GetString(field.key);

@@ -12,9 +12,9 @@ class LogFormatterLinear final : public LogFormatterFile {
   /// Whether fields without a value have a line too.
   void SetDisplayEmptyFields(bool display) { displayEmptyFields_ = display; }
 
-  void Write(const std::vector<logField>& fields, const LogData& record) override;
-
  private:
+  void WriteTo(OFile& file, const std::vector<logField>& fields, const LogData& record) override;
+
   LONG dataOffset_ = 40;
   bool displayEmptyFields_ = false;
 };

@@ -1,22 +1,50 @@
 #include "monitor/job_status_document.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace portwise {
 namespace {
 
 constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n";
 
 struct Escape {
-  const char* character;
+  WCHAR unit;
   const char* entity;
 };
-/// The ampersand first, because the others bring new ones.
+/// What XML reserves, and the line ends and tabs that would be blanks in an attribute.
 constexpr Escape kEscapes[] = {
-    {"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}, {"'", "&apos;"},
+    {'&', "&amp;"},   {'<', "&lt;"},  {'>', "&gt;"},   {'"', "&quot;"},
+    {'\'', "&apos;"}, {'\t', "&#9;"}, {'\n', "&#10;"}, {'\r', "&#13;"},
 };
 
-OString Escaped(OString text) {
-  for (const auto& [character, entity] : kEscapes) text.Replace(character, entity);
-  return text;
+constexpr bool IsHigh(WCHAR unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool IsLow(WCHAR unit) { return (unit & 0xFC00) == 0xDC00; }
+
+/// What no XML document may hold, not even as a reference.
+bool IsForbidden(WCHAR unit) { return unit < 0x20 || (unit & 0xF800) == 0xD800 || unit == 0xFFFE || unit == 0xFFFF; }
+
+/// As a reference, since not every encoder of UTF-8 joins the halves.
+OString ReferenceTo(WCHAR high, WCHAR low) {
+  return "&#" + OString::FromUnsigned(0x10000 + ((high & 0x3FFu) << 10 | (low & 0x3FFu))) + ";";
+}
+
+OString Escaped(const OString& text) {
+  OString escaped;
+  const WideView units = text.View();
+  for (size_t i = 0; i < units.size(); ++i) {
+    const WCHAR unit = units[i];
+    const auto* row = std::find_if(std::begin(kEscapes), std::end(kEscapes),
+                                   [unit](const Escape& escape) { return escape.unit == unit; });
+    if (row != std::end(kEscapes)) {
+      escaped += row->entity;
+    } else if (IsHigh(unit) && i + 1 < units.size() && IsLow(units[i + 1])) {
+      escaped += ReferenceTo(unit, units[++i]);
+    } else {
+      escaped += IsForbidden(unit) ? WCHAR{0xFFFD} : unit;
+    }
+  }
+  return escaped;
 }
 
 OString Attribute(const char* name, const OString& value) { return OString("   ") + name + "=\"" + value + "\"\r\n"; }

@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <thread>
@@ -86,6 +87,35 @@ TEST_F(LocaleTest, HasDialogsAndMenusInEachLanguage) {
       std::memcpy(exact.get(), bytes.data(), cut);
       EXPECT_FALSE(IsWholeMenuTemplate(exact.get(), cut)) << cut;
     }
+  }
+}
+
+TEST_F(LocaleTest, ModulesAreWhatOtherReadersFindInThem) {
+  // Neither the archive nor the modules in it go through any code of ours.
+  const char* const script = R"py(
+import re, subprocess, sys, zipfile
+name = 'portwise[%s].dll' % sys.argv[2]
+zipfile.ZipFile(sys.argv[1]).extract(name, sys.argv[3])
+listed = subprocess.run(['x86_64-w64-mingw32-windres', '-J', 'coff', '-O', 'rc', sys.argv[3] + '/' + name],
+                        capture_output=True, text=True, check=True).stdout
+def character(escape):
+  code = escape[1]
+  return '"' if escape[0] == '""' else chr(int(code[1:], 16) if code[0] == 'x' else int(code, 8))
+for number, text in re.findall(r'^  (\d+), L?"(.*)"$', listed, re.M):
+  print(number, re.sub(r'""|\\(x[0-9a-fA-F]{1,4}|[0-7]{1,3})', character, text))
+)py";
+  WriteBytes(Path("list.py"), script);
+  for (const char* language : {"deu", "jpn"}) {
+    const std::string command = "python3 '" + Path("list.py") + "' '" + archive_ + "' " + language + " '" +
+                                home_.Path().string() + "' > '" + Path("listed") + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    std::ifstream listed(Path("listed"));
+    pmLocale locale(language);
+    int count = 0;
+    UINT id = 0;
+    for (std::string text; listed >> id && listed.get() == ' ' && std::getline(listed, text); ++count)
+      EXPECT_EQ(locale.LoadString(id), OString(text, CP_UTF8)) << language << ' ' << id;
+    EXPECT_GT(count, 110) << language;
   }
 }
 

@@ -1,13 +1,15 @@
 #include <gtest/gtest.h>
 #include <winspool.h>
 
-#include <atomic>
+#include <cstdio>
+#include <fstream>
 #include <thread>
 #include <vector>
 
 #include "monitor/job_status_document.h"
 #include "platform/test_clock.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/temporary_home.h"
 
 namespace portwise {
 namespace {
@@ -87,6 +89,27 @@ TEST_F(JobRecordsTest, CountInAnyThreadWithoutLosingOne) {
   record->pagesSent = 1;
   record->MarkVerified();
   EXPECT_EQ(record->pagesVerified, 8000u);
+}
+
+TEST_F(JobRecordsTest, AreToldAsOtherReadersOfXmlTakeThem) {
+  const TemporaryHome home;
+  spooler_.printers["Labels"] = {"FILE:", ""};
+  const std::string reserved = "]]><a b=\"c\" d='e'>&amp;&#65;<!--%;\t\r\n \u00e4\U0001F4C4";
+  spooler_.jobTexts = {{"document", reserved}, {"user", "\x01"}, {"machine", "&"}};
+  const auto file = (home.Path() / "status.xml").string();
+  std::ofstream(file, std::ios::binary) << Document(3, {true, true, true, true});
+  const std::string command =
+      "python3 -c \"import json, sys, xml.etree.ElementTree as x; "
+      "print(json.dumps([[e.tag, e.attrib] for e in x.parse(sys.argv[1]).iter()]))\" " +
+      file;
+  FILE* const parser = popen(command.c_str(), "r");
+  const auto read = nlohmann::json::parse(parser, nullptr, false);
+  ASSERT_EQ(pclose(parser), 0);
+  ASSERT_EQ(read.size(), 3u) << read;
+  EXPECT_EQ(read[0], nlohmann::json::parse(R"(["job", {"id": "3"}])"));
+  EXPECT_EQ(read[1][1].size(), 5u);
+  const nlohmann::json identity{{"name", reserved}, {"userName", "\uFFFD"}, {"machineName", "&"}};
+  EXPECT_EQ(read[2], nlohmann::json::array({"jobIdentity", identity}));
 }
 
 TEST_F(JobRecordsTest, AreToldAsADocument) {

@@ -73,6 +73,42 @@ TEST_F(RequestChannel, RunsAStoredRequestAndStoresItsReply) {
   EXPECT_TRUE(Ask("XPML:Label Printer,Query1", 64)) << "the reply, as a request";
 }
 
+TEST_F(RequestChannel, WritesNothingWhereThereIsNoRoom) {
+  const struct {
+    const char* request;
+    DWORD needed;
+    bool runsFirst;
+  } rows[] = {{"<uppercase>abcdefgh</uppercase>", 8, true},
+              {"XPML:Labels,Sized", 4, false},
+              {"Monitoring Enabled", 1, false},
+              {"<a></a>", 0, true}};
+  const std::string stored = "<reverse>12345</reverse>";
+  for (const auto& row : rows) {
+    for (DWORD size = 0; size <= row.needed + 2; ++size) {
+      registry_.SetBinary("LOCAL:XPML/Sized", stored.data(), static_cast<DWORD>(stored.size()));
+      const bool enough = size >= row.needed;
+      EXPECT_EQ(Ask(row.request, size), enough) << row.request << ' ' << size;
+      EXPECT_EQ(returned_, row.needed) << row.request << ' ' << size;
+      const size_t written = enough ? row.needed : 0;
+      EXPECT_EQ(Out(sizeof out_).substr(written), std::string(sizeof out_ - written, '#'))
+          << row.request << ' ' << size;
+      if (!enough && !row.runsFirst) {
+        EXPECT_EQ(Stored("Sized"), stored) << "it has run all the same";
+      }
+    }
+    // Sizes that lie about what there is, and nobody to tell.
+    OString request = row.request;
+    DWORD returned = 77;
+    const auto ask = [&](DWORD size, LPDWORD told) {
+      return lmGetPrinterDataFromPortW(port_, 0, const_cast<LPWSTR>(request.Wide()), nullptr, 0, nullptr, size, told);
+    };
+    EXPECT_EQ(ask(64, &returned), row.needed == 0) << "room, but nowhere";
+    EXPECT_EQ(returned, row.needed);
+    ask(0, nullptr);
+    EXPECT_EQ(Ask(row.request, 0xFFFFFFFF), TRUE);
+  }
+}
+
 TEST_F(RequestChannel, RefusesWhatItDoesNotUnderstand) {
   registry_.SetBinary("LOCAL:XPML/Empty", "", 0);
   registry_.SetBinary("LOCAL:XPML/Silent", "<a></a>", 7);

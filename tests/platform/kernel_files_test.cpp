@@ -73,7 +73,7 @@ TEST_F(Paths, MapBetweenDriveCAndLinux) {
       {u"\\a", drive + "/a"},
       {u"D:\\a", ""},
       {u"\\\\host\\a", ""},
-      {u"/etc/a\\b", "/etc/a\\b"},
+      {u"/etc/a\\b", "/etc/a/b"},
       {u"a\\b", "a/b"},
       {u"C:\\\u00fc\U0001F4C4", drive + "/\u00fc\U0001F4C4"},
   };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -140,6 +141,16 @@ BOOL WINAPI ClosePort(HANDLE port) {
   return TRUE;
 }
 
+/// Knows one value, and gives it after "Delay".
+BOOL WINAPI GetData(HANDLE port, DWORD, LPWSTR name, LPWSTR, DWORD, LPWSTR out, DWORD size, LPDWORD returned) {
+  if (std::u16string_view(name) != u"Slow" || size < 4) return Refuse(ERROR_INVALID_PARAMETER);
+  Log("data begins");
+  Sleep(Setting(u"Delay"));
+  Log("data of " + At(port).name);
+  std::memcpy(out, "slow", *returned = 4);
+  return TRUE;
+}
+
 }  // namespace
 
 extern "C" LPMONITOR2 WINAPI InitializePrintMonitor2(PMONITORINIT, PHANDLE monitor) {
@@ -151,6 +162,7 @@ extern "C" LPMONITOR2 WINAPI InitializePrintMonitor2(PMONITORINIT, PHANDLE monit
   table.pfnWritePort = Write;
   table.pfnEndDocPort = EndDoc;
   table.pfnClosePort = ClosePort;
+  table.pfnGetPrinterDataFromPort = GetData;
   *monitor = &table;
   return &table;
 }

@@ -1,0 +1,329 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "core/thread_local_singleton.h"
+#include "logging/job_logger.h"
+#include "platform/eventlog/event_reader.h"
+#include "settings/logical_path.h"
+#include "settings/printer_registry.h"
+#include "tests/support/fake_spooler.h"
+#include "tests/support/print_ostring.h"
+#include "tests/support/temporary_home.h"
+
+namespace portwise {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using Rows = std::vector<std::vector<std::string>>;
+
+class JobLogs : public testing::Test {
+ protected:
+  struct Field {
+    const char* key;
+    DWORD format = 0;
+    LONG order = 1;
+    const char* parameters = "";
+  };
+
+  JobLogs() {
+    spooler_.printers["Labels"] = {"dock", ""};
+    spooler_.jobTexts = {{"document", "report.final.prn"},
+                         {"user", "ann"},
+                         {"machine", "DESK"},
+                         {"driver", "Thermal"},
+                         {"submitted", "2024-02-29T23:59:58.125Z"}};
+  }
+
+  ~JobLogs() override { ThreadLocalSlot::DestroyObjects(); }
+
+  /// A CSV log in the folder "logs", unless other settings say otherwise.
+  void Configure(const OString& name, LogType type, const std::vector<Field>& fields,
+                 const std::map<std::string, DWORD>& numbers = {}) {
+    PrinterRegistry registry("Labels");
+    registry.SetBasePath(OString("Settings:Logging/") + EscapeName(name));
+    registry.SetBool("Enabled", true);
+    registry.SetDword("LogType", static_cast<DWORD>(type));
+    registry.SetString("LoggingDirectory", OString(Folder()));
+    for (const auto& [key, value] : numbers) {
+      const bool flag = key == "Enabled" || key == "IncludeHeaderRecord" || key == "DisplayEmptyFields";
+      EXPECT_TRUE(flag ? registry.SetBool(OString(key), value != 0) : registry.SetDword(OString(key), value));
+    }
+    for (const Field& field : fields) {
+      const OString key = OString("Fields/") + field.key + "/";
+      registry.SetString(key + "Name", OString("The ") + field.key);
+      registry.SetDword(key + "Format", field.format);
+      registry.SetDword(key + "Order", static_cast<DWORD>(field.order));
+      registry.SetString(key + "Parameters", field.parameters);
+    }
+  }
+  void Start(JobLogger* logger) { logger->JobStart("Labels", "dock", 7, "C:\\r.prn"); }
+
+  std::string Folder() const { return (home_.Path() / "new" / "logs").string(); }
+  std::string Text(const std::string& file) const {
+    std::ifstream stream(Folder() + "/" + file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+  }
+  /// The file as Python's reader of CSV takes it.
+  Rows Read(const std::string& file) const {
+    const std::string command =
+        "python3 -c \"import csv, json, sys; "
+        "print(json.dumps(list(csv.reader(open(sys.argv[1], encoding='utf-8', newline=''), strict=True))))\" '" +
+        Folder() + "/" + file + "'";
+    FILE* const reader = popen(command.c_str(), "r");
+    const Json rows = Json::parse(reader, nullptr, false);
+    EXPECT_EQ(pclose(reader), 0);
+    return rows.is_array() ? rows.get<Rows>() : Rows();
+  }
+
+  TemporaryHome home_;
+  FakeSpooler spooler_;
+};
+
+TEST_F(JobLogs, RecordJobsPagesAndEvents) {
+  const std::vector<Field> count = {{"Size", 1, 1}, {"PageIndex", 1, 2}, {"PageCount", 1, 3}};
+  Configure("jobs", LogType::Jobs,
+            {{"JobName"},
+             {"UserName", 0, 2},
+             {"ClientName", 0, 3},
+             {"ModelName", 0, 4},
+             {"Port", 0, 5},
+             {"RecordFileName", 0, 6},
+             {"SubmittedTime", 3, 7, "%d.%m.%Y %H:%M:%S"},
+             {"Size", 1, 8},
+             {"PageIndex", 1, 9},
+             {"Warnings", 1, 10},
+             {"Errors", 1, 11},
+             {"Status", 0, 12}},
+            {{"IncludeHeaderRecord", 1}});
+  Configure("pages", LogType::Pages, count);
+  Configure("events", LogType::Events, {{"EventID", 1}, {"Type", 0, 2}, {"Category", 1, 3}, {"PageIndex", 1, 4}});
+  Configure("off", LogType::Jobs, count, {{"Enabled", 0}});
+  Configure("odd", LogType::Jobs, count, {{"Format", 7}});
+  setenv("TZ", "UTC-3", 1);
+  tzset();
+  JobLogger logger;
+  Start(&logger);
+  logger.JobEnd();
+  EXPECT_EQ(Text("jobs.csv"), "") << "a job without data";
+  logger.PageEnd(2);
+  logger.AddBytes(900);
+  logger.AddPages(5);
+  logger.PageEnd(3);
+  logger.PageEnd(1);
+  logger.AddBytes(1);
+  logger.PageEnd(1);
+  for (const DWORD event : {300, 305, 900, 901, 909, 1000, 50}) logger.Event(event, "what");
+  logger.SetStatus("completed");
+  logger.JobEnd();
+  EXPECT_EQ(Read("pages.csv"), (Rows{{"900", "1", "5"}, {"0", "2", "5"}, {"0", "3", "5"}, {"1", "4", "5"}}));
+  const Rows jobs = Read("jobs.csv");
+  ASSERT_EQ(jobs.size(), 2u);
+  EXPECT_EQ(jobs[0][6], "The SubmittedTime");
+  EXPECT_EQ(jobs[1], (std::vector<std::string>{"report.final", "ann", "DESK", "Thermal", "dock", "C:\\r.prn",
+                                               "01.03.2024 02:59:58", "901", "0", "1", "3", "completed"}));
+  EXPECT_EQ(Read("events.csv"), (Rows{{"300", "Warning", "300", "5"},
+                                      {"305", "Warning", "300", "5"},
+                                      {"900", "Error", "900", "5"},
+                                      {"909", "Error", "900", "5"},
+                                      {"1000", "Error", "900", "5"},
+                                      {"50", "Information", "0", "5"}}))
+      << "901 is not asked for";
+  EXPECT_EQ(std::distance(fs::directory_iterator(Folder()), fs::directory_iterator()), 3);
+  unsetenv("TZ");
+  tzset();
+
+  PrinterRegistry("Labels").Delete("Settings:Logging", true);
+  logger.Event(50, "still as loaded");
+  EXPECT_EQ(Read("events.csv").size(), 7u);
+  logger.Reload();
+  logger.Event(50, "lost");
+  EXPECT_EQ(Read("events.csv").size(), 7u);
+}
+
+TEST_F(JobLogs, EventsAreFilteredByTheirKind) {
+  const struct {
+    DWORD bit;
+    std::vector<int> events;
+  } rows[] = {{0x01, {1, 2, 200}},
+              {0x02, {301, 302, 303, 304}},
+              {0x04, {901, 902, 903, 904, 905, 906, 907, 908}},
+              {0x10, {100}},
+              {0x20, {101}},
+              {0x40, {102}},
+              {0x80, {103}},
+              {0x08, {}}};
+  const std::vector<int> always = {0, 3, 50, 99, 104, 150, 199, 201, 300, 305, 900, 909};
+  for (const auto& row : rows) {
+    fs::remove_all(Folder());
+    Configure("events", LogType::Events, {{"EventID", 1}}, {{"EventsFilter", row.bit}});
+    JobLogger logger;
+    Start(&logger);
+    Rows expected;
+    for (int event = 0; event < 1000; ++event) {
+      const bool kind = event <= 2 || (event >= 100 && event <= 103) || event == 200 ||
+                        (event >= 301 && event <= 304) || (event >= 901 && event <= 908);
+      const bool asked = std::find(row.events.begin(), row.events.end(), event) != row.events.end();
+      const bool tried = std::find(always.begin(), always.end(), event) != always.end();
+      if (!kind && !tried) continue;
+      if (event == 0 || !kind || asked) expected.push_back({std::to_string(event)});
+      logger.Event(static_cast<DWORD>(event), "");
+    }
+    EXPECT_EQ(Read("events.csv"), expected) << row.bit;
+  }
+}
+
+TEST_F(JobLogs, CsvKeepsEveryTextWhole) {
+  const std::vector<std::string> texts = {
+      "plain",        "",         "a,b",       "say \"hi\"",         "\"", " led",       "trailed ",
+      "two\r\nlines", "cr\rlf\n", "tab\there", "\u00e4\u00df\u20ac", ",",  "\"\",\r\n ", " ",
+      "'single'",     "a;b"};
+  Configure("a,\"b\"", LogType::Events, {{"Description"}, {"EventID", 1, 2}, {"Errors", 9, 3}},
+            {{"IncludeHeaderRecord", 1}});
+  JobLogger logger;
+  Start(&logger);
+  Rows expected{{"The Description", "The EventID", "The Errors"}};
+  for (const std::string& text : texts) {
+    logger.Event(50, OString(text, CP_UTF8));
+    expected.push_back({text, "50", ""});
+  }
+  // The name of the log is not one that files can have.
+  EXPECT_EQ(Read("a,_b_.csv"), expected);
+  const std::string bytes = Text("a,_b_.csv");
+  EXPECT_EQ(bytes.find("plain,50,\r\n,50,\r\n\"a,b\",50,\r\n"), bytes.find("plain"));
+  JobLogger another;
+  Start(&another);
+  another.Event(51, "x");
+  expected.push_back({"x", "51", ""});
+  EXPECT_EQ(Read("a,_b_.csv"), expected) << "one header a file";
+}
+
+TEST(LogField, WritesTimesAsItsFormatSays) {
+  const SYSTEMTIME time = {2024, 2, 4, 29, 7, 5, 9, 0};
+  const struct {
+    std::string format, text;
+  } rows[] = {{"%d.%m.%y %I%p", "29.02.24 07AM"},
+              {"%F %T|%R|%D|%h", "2024-02-29 07:05:09|07:05|02/29/24|Feb"},
+              {"100%% %Q %Ey %", "100% %Q %Ey %"},
+              {"", ""},
+              {std::string(127, 'x'), std::string(127, 'x')},
+              {std::string(128, 'x'), ""}};
+  for (const auto& row : rows) {
+    logField field;
+    field.format = 3;
+    field.parameters = OString(row.format);
+    OString text = "old";
+    EXPECT_TRUE(FormatLogValue(time, field, &text));
+    EXPECT_EQ(text, OString(row.text)) << row.format;
+    EXPECT_TRUE(FormatLogValue(SYSTEMTIME{}, field, &text) && text.IsEmpty()) << "a time that is not known";
+  }
+}
+
+TEST_F(JobLogs, TextIsAlignedAndFilesAreNamed) {
+  const std::vector<Field> fields = {{"Size", 1, -1}, {"UserName", 0, 5}, {"JobName", 0, 5}, {"Status", 0, 9}};
+  Configure("text", LogType::Jobs, fields, {{"Format", 1}, {"DataOffset", 20}, {"DisplayEmptyFields", 1}});
+  Configure("more", LogType::Jobs, fields, {{"Format", 3}, {"LogOrganization", 1}});
+  Configure("number", LogType::Jobs, fields, {{"LogOrganization", 3}});
+  Configure("date", LogType::Jobs, fields, {{"LogOrganization", 2}});
+  Configure("none", LogType::Jobs, fields, {{"LogOrganization", 4}});
+  fs::create_directories(Folder());
+  for (const char* taken : {"/number_1.csv", "/number_2.csv"}) std::ofstream(Folder() + taken) << "old";
+  SYSTEMTIME now = {};
+  GetSystemTime(&now);
+  char date[32];
+  std::snprintf(date, sizeof date, "%02u%02u%u.csv", now.wMonth, now.wDay, now.wYear);
+  JobLogger logger;
+  Start(&logger);
+  logger.AddBytes(1200);
+  logger.JobEnd();
+  const std::string line(59, '-');
+  // Of two with one order the later comes first.
+  EXPECT_EQ(Text("text.txt"), line +
+                                  "\r\nThe Size:           1200 bytes\r\nThe UserName:       ann\r\n"
+                                  "The JobName:        report.final\r\nThe Status:         \r\n");
+  EXPECT_EQ(Text("report.final.txt"),
+            line + "\r\nThe Size: 1200 bytes\r\nThe UserName: ann\r\nThe JobName: report.final\r\n");
+  EXPECT_EQ(Read("number_3.csv"), (Rows{{"1200", "ann", "report.final", ""}}));
+  EXPECT_EQ(Text("number_2.csv"), "old");
+  GetSystemTime(&now);
+  char dateAfter[32];
+  std::snprintf(dateAfter, sizeof dateAfter, "%02u%02u%u.csv", now.wMonth, now.wDay, now.wYear);
+  EXPECT_TRUE(fs::exists(Folder() + "/" + date) || fs::exists(Folder() + "/" + dateAfter));
+  EXPECT_EQ(std::distance(fs::directory_iterator(Folder()), fs::directory_iterator()), 6);
+}
+
+TEST_F(JobLogs, TheEventLogTakesRecordsOfKnownCategories) {
+  const std::vector<Field> fields = {{"Category", 1, 0}, {"EventID", 1, 1}, {"Description", 0, 2}};
+  Configure("entries", LogType::Events, fields, {{"Format", 2}});
+  Configure("silent", LogType::Events, {{"EventID", 1, 1}}, {{"Format", 2}});
+  JobLogger logger;
+  Start(&logger);
+  for (const DWORD event : {50, 350, 950}) logger.Event(event, "text");
+  std::int64_t after = 0;
+  std::vector<platform::Event> events;
+  ASSERT_EQ(platform::ReadEvents(&after, {}, 100, &events), ERROR_SUCCESS);
+  ASSERT_EQ(events.size(), 3u);
+  const WORD types[] = {EVENTLOG_INFORMATION_TYPE, EVENTLOG_WARNING_TYPE, EVENTLOG_ERROR_TYPE};
+  for (size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(events[i].type, types[i]);
+    EXPECT_EQ(events[i].category, 0 + static_cast<WORD>(i * 300 + (i == 2) * 300));
+    EXPECT_EQ(OString(events[i].strings.front()),
+              OString("The EventID: ") + OString::FromInt(static_cast<LONG>(50 + 300 * i + (i == 2) * 300)) +
+                  "\rThe Description: text\r");
+  }
+}
+
+TEST_F(JobLogs, PortsThatShareAFileLoseNothing) {
+  Configure("shared", LogType::Events, {{"EventID", 1}, {"Description", 0, 2}}, {{"IncludeHeaderRecord", 1}});
+  Configure("sharing", LogType::Events, {{"EventID", 1}, {"Description", 0, 2}}, {{"Format", 1}});
+  std::vector<std::thread> ports;
+  for (DWORD port = 0; port < 4; ++port) {
+    ports.emplace_back([this, port] {
+      JobLogger logger;
+      Start(&logger);
+      for (int i = 0; i < 50; ++i) logger.Event(400 + port, OString(std::string(100 * port, 'x')));
+      ThreadLocalSlot::DestroyObjects();
+    });
+  }
+  for (std::thread& port : ports) port.join();
+  const Rows rows = Read("shared.csv");
+  ASSERT_EQ(rows.size(), 201u);
+  for (size_t i = 1; i < rows.size(); ++i) EXPECT_EQ(rows[i][1].size(), 100 * std::stoul(rows[i][0]) - 40000);
+  const std::string text = Text("sharing.txt");
+  int blocks = 0;
+  for (size_t at = 0; at < text.size(); ++blocks) {
+    const size_t end = std::min(text.find(std::string(59, '-'), at + 59), text.size());
+    const std::string block = text.substr(at + 59, end - at - 59);
+    const size_t port = block.size() > 17 ? static_cast<size_t>(block[17] - '0') : 9;
+    const std::string begin = "\r\nThe EventID: 40" + std::to_string(port) + "\r\n";
+    const std::string rest = port == 0 ? "" : "The Description: " + std::string(100 * port, 'x') + "\r\n";
+    EXPECT_EQ(block, begin + rest);
+    at = end;
+  }
+  EXPECT_EQ(blocks, 200);
+}
+
+TEST_F(JobLogs, WhatCannotBeWrittenIsLost) {
+  fs::create_directories(home_.Path() / "new");
+  std::ofstream(Folder()) << "a file";
+  Configure("jobs", LogType::Events, {{"EventID", 1}});
+  Configure("fieldless", LogType::Events, {}, {{"IncludeHeaderRecord", 1}});
+  JobLogger logger;
+  Start(&logger);
+  logger.Event(1000, "lost");
+  EXPECT_TRUE(fs::is_regular_file(Folder()));
+  fs::remove(Folder());
+  logger.Event(1000, "written");
+  EXPECT_EQ(Text("jobs.csv"), "1000\r\n");
+  EXPECT_EQ(Text("fieldless.csv"), "");
+}
+
+}  // namespace
+}  // namespace portwise

@@ -1,0 +1,121 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "core/thread_local_singleton.h"
+#include "logging/job_logger.h"
+#include "tests/support/print_ostring.h"
+#include "tests/support/spooler_home.h"
+
+namespace portwise::test {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+class Logs : public testing::Test {
+ protected:
+  Logs() {
+    EXPECT_TRUE(home_.Start()) << home_.Errors();
+    home_.AddPort("dock", {"Labels", "Other"});
+  }
+  ~Logs() override { ThreadLocalSlot::DestroyObjects(); }
+
+  static void Expect(const std::string& command, int code, const std::string& output = {}) {
+    const ProgramResult result = RunProgram("portwise log " + command);
+    EXPECT_EQ(result.code, code) << command << "\n" << result.output;
+    if (output.empty()) {
+      EXPECT_EQ(result.output, "") << command;
+    } else {
+      EXPECT_THAT(result.output, HasSubstr(output)) << command;
+    }
+  }
+  static Json List(const std::string& printer = {}) {
+    return Json::parse(RunProgram("portwise log list --json " + printer).output, nullptr, false);
+  }
+
+  SpoolerHome home_;
+};
+
+TEST_F(Logs, AreWhatTheLoggerReads) {
+  Expect("add labels 'a/b: %41' --dir '" + home_.File("new/logs/") + "'", 0);
+  Expect(R"(add Labels pages --type pages --format text --dir 'C:\Logs' --column 12 --fields 'PageIndex=Seite,size')",
+         0);
+  Expect("add Labels entries --type events --format eventlog --events none", 0);
+  Expect("add Other events --type events --dir " + home_.File("other") +
+             " --fields EventID,Time='At, exactly' --time-format '%Y' --events errors,job-start --no-header --disabled",
+         1, "there is no field");
+  Expect("add Other events --type events --dir " + home_.File("other") +
+             " --fields EventID,Time=At --time-format '%Y' --events errors,job-start --no-header --disabled",
+         0);
+  JobLogger logger;
+  logger.JobStart("Labels", "dock", 1, "");
+  logger.AddBytes(1200);
+  logger.PageEnd(1);
+  logger.Event(100, "Job Start");
+  logger.Event(350, "hot");
+  logger.SetStatus("completed");
+  logger.JobEnd();
+  const std::string jobs = ReadFile(home_.File("new/logs/a_b_ %41.csv"));
+  EXPECT_THAT(jobs, testing::StartsWith("Start time,End time,Printer name,Job name,User name,Client name,Size,Page "
+                                        "count,Warnings,Errors,Status\r\n20"));
+  EXPECT_THAT(jobs, testing::EndsWith(",Labels,,,,1200,0,1,0,completed\r\n"));
+  EXPECT_THAT(ReadFile(home_.File("drive_c/Logs/pages.txt")),
+              testing::EndsWith("-\r\nSeite:      1\r\nSize:       1200 bytes\r\n"));
+  const ProgramResult entries = RunProgram("portwise events --json --severity warning");
+  EXPECT_THAT(entries.output, HasSubstr("Event ID: 350\\rDescription: hot\\r"));
+
+  const Json all = List();
+  ASSERT_EQ(all.size(), 4u) << all;
+  EXPECT_EQ(List("other").at(0), all[3]);
+  const Json& other = all[3];
+  EXPECT_EQ(other["events"], Json::array({"errors", "job-start"}));
+  EXPECT_EQ(other["fields"][1], Json::parse(R"({"key": "Time", "caption": "At", "format": 3, "order": 2,
+                                               "parameters": "%Y"})"));
+  EXPECT_TRUE(other["enabled"] == false && other["header"] == false && other["organization"] == "log");
+  EXPECT_EQ(Json::parse(RunProgram("portwise log show OTHER EVENTS --json").output, nullptr, false), other);
+  Expect("show Labels pages", 0, "field:         PageIndex=Seite\n");
+  Expect("list labels", 0, "Labels   pages     pages   text      yes      C:\\Logs\n");
+
+  Expect("remove Labels 'A/b: %41'", 0);
+  Expect("remove Labels 'a/b: %41'", 1, "has no log");
+  EXPECT_EQ(List("Labels").size(), 2u);
+  EXPECT_TRUE(std::filesystem::exists(home_.File("new/logs/a_b_ %41.csv")));
+}
+
+TEST_F(Logs, RefuseWhatWouldWriteNothing) {
+  std::filesystem::create_directories(home_.File("folder"));
+  const std::string folder = " --dir " + home_.File("folder");
+  const std::string file = home_.File("registry.db");
+  Expect("add Labels taken" + folder, 0);
+  const struct {
+    std::string arguments, fault;
+  } rows[] = {
+      {"Nobody x" + folder, "there is no printer Nobody"},
+      {"Labels ''" + folder, "a log has a name"},
+      {R"(Labels 'a\b')" + folder, "no backslash"},
+      {"Labels TAKEN" + folder, "has a log TAKEN already"},
+      {"Labels x --type job" + folder, "there is no type job; there are jobs, pages, events"},
+      {"Labels x --format xml" + folder, "there is no format xml; there are csv, text, eventlog"},
+      {"Labels x --file-by time" + folder, "there are log, document, date, number"},
+      {"Labels x --events warning" + folder, "there is no kind of event warning"},
+      {"Labels x --fields Size,sizes" + folder, "there is no field \"sizes\"; there are StartTime, EndTime,"},
+      {"Labels x --fields Size,size" + folder, "the field Size comes twice"},
+      {"Labels x", "needs --dir"},
+      {"Labels x --format eventlog" + folder, "leave out --dir"},
+      {"Labels x --dir " + file, "cannot be"},
+      {"Labels x --dir " + file + "/below", "cannot be made"},
+      {"Labels x --dir /proc/portwise", "cannot be made"},
+      {"Labels x --dir /proc", "cannot be written"},
+      {R"(Labels x --dir 'D:\Logs')", "cannot be made"},
+  };
+  for (const auto& row : rows) Expect("add " + row.arguments, 1, row.fault);
+  EXPECT_EQ(List().size(), 1u);
+  EXPECT_TRUE(std::filesystem::is_empty(home_.File("folder"))) << "what was tried is left";
+  home_.Stop();
+  Expect("list", 1, "no spooler answers");
+}
+
+}  // namespace
+}  // namespace portwise::test
