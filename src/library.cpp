@@ -20,7 +20,7 @@ portwise::EventLogReport noLog(nullptr);
 
 }  // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
       portwise::SetModuleInstance(instance);
@@ -30,7 +30,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     case DLL_PROCESS_DETACH:
       portwise::DestroyPortList();
       portwise::OExceptionHandler::SetDefaultReport(nullptr);
-      portwise::ThreadLocalSlot::DestroyObjects();
+      // At the process's end other threads may still be using theirs.
+      reserved ? portwise::ThreadLocalSlot::DestroyObjects() : portwise::ThreadLocalSlot::DestroyAllObjects();
       break;
     case DLL_THREAD_DETACH:
       portwise::ThreadLocalSlot::DestroyObjects();

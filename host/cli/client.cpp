@@ -51,6 +51,12 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
 
 void PrintJson(const Json& value) { std::puts(value.dump(2, ' ', false, Json::error_handler_t::replace).c_str()); }
 
+void FlushOutput() {
+  // What did not fit into the buffer may have failed long before.
+  const bool lost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+  if (lost) throw CommandError("the output cannot be written");
+}
+
 std::string AbsolutePath(const std::string& path) {
   bool drive = path.size() >= 2 && path[1] == ':';
   if (path.empty() || path[0] == '/' || drive) return path;

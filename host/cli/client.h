@@ -31,6 +31,8 @@ class Client {
 /// Writes rows with their columns aligned to standard output; the first row is the heading.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
 void PrintJson(const nlohmann::json& value);
+/// Throws a CommandError when something that was written to standard output did not get there.
+void FlushOutput();
 
 /// A path as the spooler can use it wherever it runs: Windows paths as they are, Linux paths from the root.
 std::string AbsolutePath(const std::string& path);

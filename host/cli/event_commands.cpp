@@ -123,7 +123,7 @@ void ForEach(std::int64_t after, const platform::EventFilter& filter, bool follo
     for (const platform::Event& event : events) show(event, platform::ToUtf8(texts.TextOf(event)));
     if (events.size() == kPage) continue;
     if (!follow) return;
-    if (std::fflush(stdout) != 0) throw CommandError("the output cannot be written");
+    FlushOutput();
     Sleep(kPollMilliseconds);
   }
 }

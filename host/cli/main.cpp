@@ -16,6 +16,16 @@ void FillStandardStreams() {
   if (descriptor >= 0) close(descriptor);
 }
 
+/// Runs the command that the arguments name, or prints the help that they ask for. The program's exit code.
+int Parse(CLI::App& app, int argc, char** argv) {
+  try {
+    app.parse(argc, argv);
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -31,12 +41,11 @@ int main(int argc, char** argv) {
   portwise::AddLogCommands(app);
   portwise::AddXpmlCommand(app);
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    const int code = Parse(app, argc, argv);
+    portwise::FlushOutput();
+    return code;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "portwise: %s\n", error.what());
     return 1;
   }
-  return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -103,7 +103,9 @@ PrinterData ParsePrinterDataName(const std::string& text) {
   PrinterData data{kDefaultKey, text.substr(slash == text.npos ? 0 : slash + 1), REG_SZ, {}};
   if (slash != text.npos) data.key = text.substr(0, slash);
   std::replace(data.key.begin(), data.key.end(), '/', '\\');
-  if (data.key.empty() || data.value.empty()) throw CommandError(text + ": printer data is named [KEY/]VALUE");
+  const std::string components = '\\' + data.key + '\\';
+  if (components.find("\\\\") != components.npos || data.value.empty())
+    throw CommandError(text + ": printer data is named [KEY/]VALUE");
   return data;
 }
 

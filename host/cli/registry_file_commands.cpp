@@ -57,6 +57,7 @@ void WriteAll(const std::string& name, const std::string& content) {
 struct Losses {
   int longTexts = 0;
   int longLists = 0;
+  int oddNumbers = 0;
   int lineEnds = 0;
   int longNames = 0;
 };
@@ -71,6 +72,7 @@ void CountInValue(const ORegistry& registry, const OString& key, const OString& 
   const bool tooLong = size > ORegistry::kMaxTextBytes;
   if (type == REG_SZ && tooLong) ++losses->longTexts;
   if (type == REG_MULTI_SZ && tooLong) ++losses->longLists;
+  if (type == REG_DWORD && size != sizeof(DWORD)) ++losses->oddNumbers;
   if (HasLineEnd(name) || (type == REG_SZ && HasLineEnd(registry.GetString(path)))) ++losses->lineEnds;
 }
 
@@ -100,6 +102,7 @@ std::string Describe(const Losses& losses) {
   const std::pair<int, std::string> rows[] = {
       {losses.longTexts, "texts" + bytes + "exported as empty: "},
       {losses.longLists, "lists of texts" + bytes + "left out: "},
+      {losses.oddNumbers, "numbers of other than 4 bytes, exported as 0: "},
       {losses.lineEnds, "names and texts with a line end, cut off there by an import: "},
       {losses.longNames, "values and keys from a name on" + units},
   };

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/kernel/catcher.h"
 #include "platform/kernel/images.h"
 
 namespace portwise::platform {
@@ -44,6 +45,26 @@ bool IsRegistered(DllEntry entry) {
   return FindEntry(Dlls().dlls, entry) != Dlls().dlls.end();
 }
 
+struct Call {
+  DllEntry entry;
+  HINSTANCE instance;
+  DWORD reason;
+  LPVOID reserved;
+};
+
+/// The dynamic loader makes these calls, and must not be passed by what they throw. FALSE when they threw something.
+BOOL CallFromLoader(Call call) {
+  const auto run = [](void* body) {
+    const auto& [entry, instance, reason, reserved] = *static_cast<Call*>(body);
+    return entry(instance, reason, reserved);
+  };
+  try {
+    return PortwiseCallForCatcher(run, &call);
+  } catch (...) {
+    return FALSE;
+  }
+}
+
 void ReleaseLibrary(void* library) {
   const FreeingLibrary freeingLibrary;
   dlclose(library);
@@ -54,7 +75,7 @@ void ReleaseLibrary(void* library) {
 void RegisterDllMain(DllEntry entry) {
   const HINSTANCE instance = ImageOf(reinterpret_cast<const void*>(entry));
   const auto image = FindImage(instance);
-  if (!image || !entry(instance, DLL_PROCESS_ATTACH, nullptr)) {
+  if (!image || !CallFromLoader({entry, instance, DLL_PROCESS_ATTACH, nullptr})) {
     attachFailed = true;
     return;
   }
@@ -71,7 +92,7 @@ void UnregisterDllMain(DllEntry entry) {
     instance = found->instance;
     Dlls().dlls.erase(found);
   }
-  entry(instance, DLL_PROCESS_DETACH, freeing > 0 ? nullptr : instance);
+  CallFromLoader({entry, instance, DLL_PROCESS_DETACH, freeing > 0 ? nullptr : instance});
 }
 
 void DetachThread() {

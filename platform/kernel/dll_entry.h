@@ -7,12 +7,13 @@ namespace portwise::platform {
 using DllEntry = BOOL(WINAPI*)(HINSTANCE instance, DWORD reason, LPVOID reserved);
 
 /// Calls `entry` with DLL_PROCESS_ATTACH, and from then on with DLL_THREAD_DETACH at the end of threads. When it
-/// returns FALSE the library is not registered, and LoadLibraryW fails with ERROR_DLL_INIT_FAILED. Called by the ELF
-/// constructor of the library that `entry` lies in.
+/// returns FALSE or throws, the library is not registered, and LoadLibraryW fails with ERROR_DLL_INIT_FAILED. Called by
+/// the ELF constructor of the library that `entry` lies in.
 void RegisterDllMain(DllEntry entry);
 
 /// Undoes RegisterDllMain and calls `entry` with DLL_PROCESS_DETACH; the reserved argument is null under FreeLibrary
-/// and not null when the process ends. Does nothing for an entry that is not registered. Called by the ELF destructor.
+/// and not null when the process ends. What it throws ends here. Does nothing for an entry that is not registered.
+/// Called by the ELF destructor.
 void UnregisterDllMain(DllEntry entry);
 
 /// Calls the registered entries with DLL_THREAD_DETACH, the last loaded first; once a thread at most. Libraries stay

@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "platform/kernel/cpu_context.h"
+#include "platform/kernel/division.h"
 #include "platform/kernel/exceptions.h"
 #include "platform/kernel/fault_stack.h"
 
@@ -71,7 +72,9 @@ EXCEPTION_RECORD Describe(const siginfo_t& info, const ucontext_t& machine) {
       DescribeAccess(info, machine, &record);
       break;
     case SIGFPE:
-      record.ExceptionCode = ArithmeticException(info.si_code);
+      record.ExceptionCode = info.si_code == FPE_INTDIV && IsQuotientTooLarge(machine)
+                                 ? EXCEPTION_INT_OVERFLOW
+                                 : ArithmeticException(info.si_code);
       break;
     default:
       record.ExceptionCode = EXCEPTION_ILLEGAL_INSTRUCTION;

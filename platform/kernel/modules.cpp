@@ -12,6 +12,7 @@
 #include "platform/kernel/copy_text.h"
 #include "platform/kernel/dll_entry.h"
 #include "platform/kernel/fail.h"
+#include "platform/kernel/image_file.h"
 #include "platform/kernel/images.h"
 #include "platform/kernel/module_files.h"
 #include "platform/kernel/system_modules.h"
@@ -46,6 +47,10 @@ HMODULE Program() {
 }
 
 HMODULE LoadFile(const std::string& path) {
+  if (!IsWholeImageFile(path)) {
+    SetLastError(ERROR_BAD_EXE_FORMAT);
+    return nullptr;
+  }
   TakeAttachFailure();
   Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   const bool attachFailed = TakeAttachFailure();

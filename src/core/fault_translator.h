@@ -18,8 +18,10 @@ using FaultTranslator = void (*)(EXCEPTION_POINTERS* pointers);
 /// locks included: see OScopedLock. A noexcept function that has a try block or objects to destroy is passed too, but
 /// in code that core is not linked into it ends the process.
 ///
-/// On Linux a stack overflow inside malloc is thrown when malloc returns. Other faults in there, and overflows in
-/// realloc, are not translated: the heap's lock is held, and the throw would wait for it for ever.
+/// On Linux a stack overflow inside the C library or the dynamic loader is thrown when the call that led there returns,
+/// since their locks may be held; what such a call has made is lost to its caller. Other faults inside malloc and the
+/// loader, and overflows in realloc, are not translated. A fault in what the loader runs while it loads or unloads ends
+/// the process: only DllMain may fault at an attach or a detach of the process.
 FaultTranslator SetFaultTranslator(FaultTranslator translator) noexcept;
 
 /// Runs `function(body)` and returns its result. Everything that is to be translated must run inside such a call: there

@@ -1,13 +1,18 @@
 // x86-64 Linux. The platform brings an error of its own for other processors.
 
-#include "core/allocator_fault_linux.h"
+#include <cstdlib>
+
 #include "core/fault_personality.h"
 #include "core/fault_resume.h"
+#include "core/fault_site_linux.h"
 #include "core/thread_fault.h"
 
 // The platform's: who asks them gets to know of every frame that an exception meets.
 extern "C" void PortwiseAddFramePass(decltype(PortwisePassesFrame)* function);
 extern "C" void PortwiseRemoveFramePass(decltype(PortwisePassesFrame)* function);
+// And the calls below which everything is caught: see there.
+extern "C" BOOL PortwiseCallForCatcher(BOOL (*function)(void* body), void* body);
+extern "C" const void* PortwiseCatcher();
 
 extern "C" void PortwiseFaultEntry();
 extern "C" void PortwiseFetchEntry();
@@ -66,7 +71,7 @@ PortwiseFaultEntry:
     pushq %r11
     .cfi_offset %r11, -208
     andq $-16, %rsp
-    call PortwiseThrowFault
+    call PortwiseThrowAtFault
     ud2
     .cfi_endproc
     .size PortwiseFaultEntry, . - PortwiseFaultEntry
@@ -96,17 +101,23 @@ PortwiseReturnEntry:
     .size PortwiseReturnEntry, . - PortwiseReturnEntry
 )");
 
+extern "C" [[noreturn, gnu::visibility("hidden"), gnu::used]] void PortwiseThrowAtFault() {
+  // The loader would keep its lock, and whoever loads, unloads or starts a thread would wait for ever: better an end
+  // that is heard.
+  if (portwise::IsBelowLoader(PortwiseCatcher())) std::abort();
+  PortwiseThrowFault();
+}
+
 extern "C" [[noreturn, gnu::visibility("hidden"), gnu::used]] void PortwiseThrowAtReturn(ULONG_PTR* returnAddress) {
-  auto* thread = portwise::ThreadFault::Find();
-  *returnAddress = thread->place;
-  thread->Throw();
+  *returnAddress = portwise::ThreadFault::Find()->place;
+  PortwiseThrowAtFault();
 }
 
 namespace portwise {
 
 namespace {
 
-/// Changes the context so that the thread goes on in PortwiseThrowFault, as if called by the instruction at fault.
+/// Changes the context so that the thread goes on in PortwiseThrowAtFault, as if called by the instruction at fault.
 void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
   constexpr DWORD kStepDirectionAlignment = 0x40500;  // what a function may rely on being clear
   const bool fetch = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
@@ -120,15 +131,11 @@ void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
 LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
   ThreadFault* thread = ThreadFault::Find();
   if (!thread || !thread->translator) return EXCEPTION_CONTINUE_SEARCH;
-  const AllocatorCall call = FindAllocatorCall(*pointers->ContextRecord);
-  // An overflow there goes on in the reserve until the heap is in order again. For anything else there is no way that
-  // does not end in waiting for ever.
-  const bool isOverflow = pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW;
-  if (call.isInside && !(isOverflow && call.returnAddress)) return EXCEPTION_CONTINUE_SEARCH;
-  if (!thread->Begin(*pointers, pointers->ContextRecord->Rsp)) return EXCEPTION_CONTINUE_SEARCH;
-  if (call.isInside) {
-    thread->place = reinterpret_cast<ULONG_PTR>(*call.returnAddress);
-    *call.returnAddress = reinterpret_cast<void*>(PortwiseReturnEntry);
+  const FaultSite site = FindFaultSite(*pointers->ExceptionRecord, *pointers->ContextRecord);
+  if (!site.canThrow || !thread->Begin(*pointers, pointers->ContextRecord->Rsp)) return EXCEPTION_CONTINUE_SEARCH;
+  if (site.returnAddress) {
+    thread->place = reinterpret_cast<ULONG_PTR>(*site.returnAddress);
+    *site.returnAddress = reinterpret_cast<void*>(PortwiseReturnEntry);
   } else {
     ResumeInThrow(thread->record, pointers->ContextRecord);
   }
@@ -139,7 +146,7 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
 struct Hooks {
   PVOID handler = nullptr;
   Hooks() {
-    PrepareAllocatorSearch();
+    PrepareFaultSites();
     PortwiseAddFramePass(PortwisePassesFrame);
     handler = AddVectoredExceptionHandler(1, OnException);
   }
@@ -160,4 +167,6 @@ void CallOnFaultStack(void (*function)(void* body), void* body) { function(body)
 
 }  // namespace portwise
 
-extern "C" BOOL PortwiseCallInFaultFrame(BOOL (*function)(void* body), void* body) { return function(body); }
+extern "C" BOOL PortwiseCallInFaultFrame(BOOL (*function)(void* body), void* body) {
+  return PortwiseCallForCatcher(function, body);
+}

@@ -13,8 +13,7 @@ class FileVersionInfo {
   explicit FileVersionInfo(const OString& path);
 
   /// The string of that name in the first of the languages that has it: neutral, the system's default, the user's
-  /// default, US English. Empty when
-  /// none has.
+  /// default, US English. Empty when none has.
   OString GetString(const OString& name) const;
 
  private:

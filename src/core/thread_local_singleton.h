@@ -23,11 +23,18 @@ class ThreadLocalSlot {
   static ThreadLocalObject* Find(const void* kind);
   /// Gives the thread an object of a kind that it does not have yet. Destroyed, with false, when there is no slot.
   static bool Add(const void* kind, ThreadLocalObject* object);
-  /// Destroys the calling thread's objects; called when the thread ends, and for the thread that unloads the library.
+  /// Destroys the calling thread's objects; called when the thread ends.
   static void DestroyObjects();
+  /// Destroys the objects of every thread, on the calling one; called when the library is unloaded. No thread may be
+  /// using any of its objects then, nor ask for one afterwards.
+  static void DestroyAllObjects();
+
+ private:
+  static void Destroy(ThreadLocalObject* first);
 };
 
-/// One `T` per thread, made on first use and destroyed with its thread. `T` derives from ThreadLocalObject.
+/// One `T` per thread, made on first use and destroyed with its thread, or by another one that unloads the library. `T`
+/// derives from ThreadLocalObject.
 template <class T>
 class ThreadLocalSingleton {
  public:

@@ -9,14 +9,13 @@
 #include "logging/log_formatter_linear.h"
 #include "logging/log_formatter_system_event.h"
 #include "settings/printer_registry.h"
+#include "settings/settings_catalogue.h"
 
 namespace portwise {
 namespace {
 
 enum Format : DWORD { kCsv = 0, kLinear = 1, kSystemEvent = 2, kLinearToo = 3 };
 enum Organization : DWORD { kByLog = 0, kByDocument = 1, kByDate = 2, kByNumber = 3 };
-
-constexpr const char* kLogging = "Settings:Logging";
 
 struct EventRow {
   DWORD first;
@@ -29,6 +28,8 @@ constexpr EventRow kEvents[] = {
     {1, 2, 0x01},     {200, 200, 0x01}, {301, 304, 0x02}, {901, 908, 0x04},
     {100, 100, 0x10}, {101, 101, 0x20}, {102, 102, 0x40}, {103, 103, 0x80},
 };
+
+OString LoggingKey() { return FindSetting(SettingId::LoggingKey).path; }
 
 logField LoadField(const OString& printer, const OString& fields, const OString& key) {
   PrinterRegistry registry(printer);
@@ -57,12 +58,12 @@ const char* Extension(DWORD format) { return format == kCsv ? ".csv" : format ==
 
 std::vector<OString> LogNames(const OString& printer) {
   OStringArray names;
-  PrinterRegistry(printer).EnumKeys(kLogging, &names);
+  PrinterRegistry(printer).EnumKeys(LoggingKey(), &names);
   return std::vector<OString>(names.begin(), names.end());
 }
 
 Log Log::Load(const OString& printer, const OString& name, const OString& documentName) {
-  const OString key = OString(kLogging) + "/" + EscapeName(name);
+  const OString key = LoggingKey() + "/" + EscapeName(name);
   PrinterRegistry registry(printer);
   registry.SetBasePath(key);
   Log log;

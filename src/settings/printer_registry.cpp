@@ -37,9 +37,8 @@ const Redirection (&Redirections())[3] {
   return rows;
 }
 
-/// Whether `name` is a whole component of the key.
-bool HasComponent(const OString& key, const OString& name) {
-  const OString component = OString("/") + name;
+/// Whether `component` with the separator in front of it is a whole component of the key.
+bool HasComponent(const OString& key, const OString& component) {
   for (int at = key.Find(component); at >= 0; at = key.Find(component, at + 1)) {
     const WCHAR next = key[at + component.Length()];
     if (next == 0 || next == '/') return true;
@@ -71,20 +70,34 @@ OString PrinterRegistry::TranslateRoots(const OString& key) const {
   const OString rooted = ReplaceRoots(key, PrinterRootRows());
   for (const RootRow& row : placeholders) {
     // Without the name, the rest would be that of another key, and perhaps of all printers.
-    if (row.to.IsEmpty() && HasComponent(rooted, row.from)) return OString();
+    const bool isName = HasComponent(rooted, OString("/") + row.from) || HasComponent(rooted, OString("/@") + row.from);
+    if (row.to.IsEmpty() && isName) return OString();
   }
   return ORegistry::TranslateRoots(ReplaceRoots(rooted, placeholders));
 }
 
-unique_registry_key PrinterRegistry::OpenKey(const OString& key, bool create) const {
-  if (!redirect_) return ORegistry::OpenKey(key, create);
+OString PrinterRegistry::Redirect(const OString& key) const {
+  if (!redirect_) return key;
   for (const Redirection& row : Redirections()) {
     if (!key.StartsWithNoCase(row.from)) continue;
     OString redirected("1:SOFTWARE/Corvane/Drivers/");
     if (remote_) redirected += OString("@") + EscapeName(serverName_) + "/";
-    return ORegistry::OpenKey(redirected + row.to + key.Mid(row.from.Length()), create);
+    return redirected + row.to + key.Mid(row.from.Length());
   }
-  return ORegistry::OpenKey(key, create);
+  return key;
+}
+
+unique_registry_key PrinterRegistry::OpenKey(const OString& key, bool create) const {
+  return ORegistry::OpenKey(Redirect(key), create);
+}
+
+bool PrinterRegistry::DeleteKey(const OString& parent, const OString& subKey) const {
+  if (subKey.IsEmpty()) return false;
+  // Together, since a redirected key may have a parent that is not.
+  OString key, name;
+  if (!SplitPath(Redirect(ChildPath(parent, subKey)), &key, &name)) return false;
+  const unique_registry_key open = ORegistry::OpenKey(key, false);
+  return open && RegDeleteKeyW(open.Get(), name.Wide()) == ERROR_SUCCESS;
 }
 
 }  // namespace portwise

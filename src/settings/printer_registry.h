@@ -22,6 +22,7 @@ class PrinterRegistry : public ORegistry {
 
   OString TranslateRoots(const OString& key) const override;
   unique_registry_key OpenKey(const OString& key, bool create) const override;
+  bool DeleteKey(const OString& parent, const OString& subKey) const override;
 
   /// As the functions of settings/settings_keys.h.
   void ListSettingsKeys(OStringArray* lines) const { portwise::ListSettingsKeys(*this, lines); }
@@ -38,6 +39,9 @@ class PrinterRegistry : public ORegistry {
   bool IsRemote() const { return remote_; }
 
  private:
+  /// Where a key in numeric-root form lies, in that form.
+  OString Redirect(const OString& key) const;
+
   OString printerName_;
   OString shortName_;
   OString modelName_;

@@ -90,7 +90,7 @@ class ORegistry {
   /// component, as far as it can; without "*" or "?" as Delete. True once the path resolves.
   bool DeleteMatching(const OString& path, bool recursive = true) const;
   /// Keys in numeric-root form. An empty subkey, which to the registry is the key itself, is refused.
-  bool DeleteKey(const OString& parent, const OString& subKey) const;
+  virtual bool DeleteKey(const OString& parent, const OString& subKey) const;
   bool DeleteValue(const OString& key, const OString& name) const;
 
   /// The rules that SetKeySecurity puts in the place of a key's own: nothing but what it inherits; everyone reads;
@@ -108,7 +108,8 @@ class ORegistry {
   /// Stores the checksum of the lines in the key, as the REG_DWORD value "(CRC32)".
   static constexpr DWORD kStoreChecksum = 2;
   /// Appends a key's values, but for checksums, and all its subkeys in the registry text format
-  /// (settings/registry_text.h). Text that GetString does not give is exported as empty; other values and keys that
+  /// (settings/registry_text.h). Text that GetString does not give is exported as empty, a number of
+  /// another length than four bytes as 0; other values and keys that
   /// cannot be read, or have no place in an enumeration, are left out. False only when the path does not resolve. The
   /// base path is then the key that was exported last.
   bool Export(const OString& path, OStringArray* lines, DWORD flags = 0);

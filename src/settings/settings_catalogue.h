@@ -68,7 +68,8 @@ struct Setting {
   const char* meaning;
 };
 
-/// The row of a setting; any thread. A setting is added, and its default changed, in that row alone.
+/// The row of a setting; any thread. A setting is added, and its default changed, in that row alone. A path of which a
+/// part differs is spelled out by its users as well.
 const Setting& FindSetting(SettingId id);
 
 }  // namespace portwise

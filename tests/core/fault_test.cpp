@@ -111,6 +111,7 @@ TEST_F(Fault, BecomesALastErrorAndAReportInEveryThread) {
       {DivideByZero, 1359, "Error: Division by zero.\r\nCaught in [test]\r\nMiniDump File: C:\\ProgramData\\"},
       {IllegalInstruction, 1359, "Error: Illegal instruction.\r\n"},
       {DivideFloat, 1359, "Error: Floating point error.\r\n"},
+      {OverflowQuotient, 534, "Error: A number is too large for its type.\r\n"},
       {ReadNull, 487, "Error: The memory address is not valid.\r\n"},
       {WriteAt16, 487, "Error: The memory"},
       {ReadNowhere, 487, "Error: The memory"},

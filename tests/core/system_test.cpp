@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
+#include <latch>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 #include "core/exception_handler.h"
 #include "core/file.h"
@@ -104,6 +107,34 @@ TEST(ThreadLocalSingleton, IsOnePerThreadAndKind) {
   ThreadLocalSlot::DestroyObjects();
   EXPECT_EQ(ThreadLocalSingleton<Cache>::Instance()->value, 0);
   ThreadLocalSlot::DestroyObjects();
+}
+
+TEST(ThreadLocalSingleton, OfThreadsThatGoOnEndsWithTheLibrary) {
+  static std::atomic<int> alive = 0;
+  struct Last : ThreadLocalObject {
+    Last() { ++alive; }
+    ~Last() override { --alive; }
+  };
+  struct Counted : Last {
+    ~Counted() override { ThreadLocalSingleton<Last>::Instance(); }
+  };
+  std::latch made(4), destroyed(1);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, ends = i == 1] {
+      ThreadLocalSingleton<Counted>::Instance();
+      if (ends) ThreadLocalSlot::DestroyObjects();
+      made.count_down();
+      destroyed.wait();
+    });
+  }
+  made.wait();
+  ThreadLocalSingleton<Counted>::Instance();
+  EXPECT_EQ(alive, 4);
+  ThreadLocalSlot::DestroyAllObjects();
+  EXPECT_EQ(alive, 0);
+  destroyed.count_down();
+  for (auto& thread : threads) thread.join();
 }
 
 TEST(RunGuarded, TurnsEveryFailureIntoALastError) {

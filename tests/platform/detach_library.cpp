@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "tests/support/faults.h"
+
 namespace {
 
 const std::string ready = std::string("ready ") + std::to_string(GetCurrentProcessId());
@@ -28,6 +30,8 @@ HINSTANCE Instance() { return instanceOfAttach; }
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   if (reason == DLL_PROCESS_ATTACH) {
     if (GetEnvironmentVariableA("DLL_REFUSE", nullptr, 0) > 0) return FALSE;
+    if (GetEnvironmentVariableA("DLL_THROW", nullptr, 0) > 0) throw std::string("refused");
+    if (GetEnvironmentVariableA("DLL_FAULT", nullptr, 0) > 0) portwise::WriteAt16();
     instanceOfAttach = instance;
     slot = TlsAlloc();
     Log("A:" + ready.substr(0, 5) + ";");
@@ -36,6 +40,7 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     if (text) Log(std::string("T:") + text + ";");  // threads of other tests, which may end at any time, have none
   } else if (reason == DLL_PROCESS_DETACH) {
     TlsFree(slot);
+    if (GetEnvironmentVariableA("DLL_FAULT_LATE", nullptr, 0) > 0) portwise::WriteAt16();
     Log(reserved ? "D:exit;" : "D:free;");
   }
   return TRUE;

@@ -259,11 +259,13 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
   EXPECT_EQ(GetProcAddress(library, "Instance"), nullptr);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
 
-  SetEnvironmentVariableA("DLL_REFUSE", "1");
-  EXPECT_EQ(LoadLibraryW(u"detach-library.dll"), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
-  SetEnvironmentVariableA("DLL_REFUSE", nullptr);
-  EXPECT_EQ(GetModuleHandleW(u"detach-library.dll"), nullptr);
+  for (const LPCSTR failure : {"DLL_REFUSE", "DLL_THROW"}) {
+    SetEnvironmentVariableA(failure, "1");
+    EXPECT_EQ(LoadLibraryW(u"detach-library.dll"), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
+    SetEnvironmentVariableA(failure, nullptr);
+    EXPECT_EQ(GetModuleHandleW(u"detach-library.dll"), nullptr);
+  }
   EXPECT_EQ(DllLog(), "");
 }
 

@@ -226,6 +226,8 @@ TEST_F(PrinterSettingsTest, APrinterWithoutANameHasNoKeys) {
   EXPECT_FALSE(unknown.Delete("PRINT:Printers/[PRINTER]/PrinterDriverData", true));
   EXPECT_FALSE(unknown.Delete("PRINT:Printers/[PRINTER]", true));
   EXPECT_EQ(unknown.NativePath("UserSettings:Status Window"), OString());
+  EXPECT_FALSE(unknown.SetBool("NETWORK:TCP Enabled", true));
+  EXPECT_FALSE(plain.GetKeyInfo("LOCAL:Network"));
   EXPECT_EQ(unknown.NativePath("LOCAL:A/x[OEM]"), OString("HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\A\\x"));
   EXPECT_EQ(plain.GetDword("PRINT:Printers/Labels/PrinterDriverData/Settings/x"), 1u);
   EXPECT_EQ(plain.GetDword("PRINT:Printers/PrinterDriverData/x"), 1u);
@@ -263,6 +265,38 @@ TEST_F(PrinterSettingsTest, KeysOfRemotePrintersLieWithTheUser) {
   EXPECT_TRUE(remote.Delete("PRINT:Printers/[PRINTER]/PrinterDriverData", true));
   EXPECT_EQ(plain.GetDword("PRINT:Printers/P/PrinterDriverData/Settings/v"), 50u);
   EXPECT_EQ(remote.NativePath("NETWORK:"), OString("HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\Network\\@S/1"));
+}
+
+TEST_F(PrinterSettingsTest, RedirectedKeysNeverTakeTheMachinesWithThem) {
+  spooler_.printers["\\\\S\\P"] = {"IP_1", "", {{"server", "\\\\S"}}};
+  PrinterRegistry remote("\\\\S\\P");
+  const ORegistry plain;
+  const OString below("CURRENT_USER:SOFTWARE/Corvane/Drivers/@S/");
+  const struct {
+    const char *path, *redirected;
+  } rows[] = {
+      {"2:System/CurrentControlSet/Control/Print", "PRINT%3A"},
+      {"2:SYSTEM/CurrentControlSet/Control/Printing", "PRINT%3Aing"},
+      {"2:SOFTWARE/Corvane/Drivers", "LOCAL%3A"},
+      {"1:SOFTWARE/Corvane/Drivers", "USER%3A"},
+  };
+  for (const auto& row : rows) {
+    const OString value = OString(row.path) + "/v";
+    for (const bool import : {false, true}) {
+      EXPECT_TRUE(plain.SetDword(value, 1));
+      EXPECT_TRUE(remote.SetDword(OString(row.path) + "/below/v", 2));
+      OStringArray lines;
+      lines.Append(OString("[-") + InternalToNative(row.path) + "]");
+      EXPECT_TRUE(import ? remote.Import(lines) : remote.Delete(row.path, true)) << row.path;
+      EXPECT_EQ(plain.GetDword(value), 1u) << row.path;
+      EXPECT_FALSE(plain.GetKeyInfo(below + row.redirected)) << row.path;
+    }
+    remote.SetRedirect(false);
+    const bool isLeaf = row.path[0] == '2';  // where the redirected keys lie is no leaf
+    EXPECT_EQ(remote.Delete(row.path), isLeaf) << row.path;
+    EXPECT_EQ(plain.GetDword(value), isLeaf ? 0u : 1u) << row.path;
+    remote.SetRedirect(true);
+  }
 }
 
 TEST_F(PrinterSettingsTest, OdometerKeepsBothTotalsOrNone) {

@@ -11,6 +11,9 @@ inline volatile int zero = 0;
 [[gnu::noinline]] inline void DivideByZero() {
   asm volatile("movl $1, %%eax; cltd; idivl %0" ::"r"(zero + 0) : "eax", "edx");
 }
+[[gnu::noinline]] inline void OverflowQuotient() {
+  asm volatile("movl $0x80000000, %%eax; cltd; idivl %0" ::"r"(zero - 1) : "eax", "edx");
+}
 [[gnu::noinline]] inline void ReadNull() { asm volatile("xorl %%eax, %%eax; movl (%%rax), %%eax" ::: "rax"); }
 [[gnu::noinline]] inline void WriteAt16() { asm volatile("movl $16, %%eax; movl $1, (%%rax)" ::: "rax", "memory"); }
 [[gnu::noinline]] inline void ReadNowhere() {

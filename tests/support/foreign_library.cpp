@@ -1,7 +1,19 @@
 // Stands for what others load into the process: built without this project's flags, so that its compiler expects no
 // exception from a processor fault.
 
+#include <cstdlib>
 #include <string>
+
+namespace {
+
+/// Runs while the loader loads the library.
+const struct Constructed {
+  Constructed() {
+    if (std::getenv("FOREIGN_FAULT")) asm volatile("movl $8, %%eax; movl $1, (%%rax)" ::: "rax", "memory");
+  }
+} constructed;
+
+}  // namespace
 
 [[gnu::noinline]] void Grow(std::string& text) { text.append(5, 'x'); }
 

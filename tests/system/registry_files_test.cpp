@@ -5,6 +5,7 @@
 
 #include "core/hex.h"
 #include "platform/text.h"
+#include "settings/registry.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
@@ -56,7 +57,10 @@ TEST(RegistryFiles, ExportIsTheRegistryEditorsFileAndImportsAgain) {
   Expect("export LOCAL:None", 1, "no key LOCAL:None");
   Expect("export NOWHERE:T", 1, "no key NOWHERE:T");
   Expect("export LOCAL:T --file " + home.File("no/folder"), 1, "cannot open");
-  Expect("export LOCAL:T > /dev/full", 1, "");
+  Expect("export LOCAL:T 2>&1 >/dev/full", 1, "portwise: the output cannot be written");
+  Expect("set LOCAL:T/long $(printf '%05000d' 0)", 0, "");
+  for (const char* command : {"get LOCAL:T/long", "list LOCAL:T", "list --help"})
+    Expect(std::string(command) + " 2>&1 >/dev/full", 1, "portwise: the output cannot be written");
   Expect("import " + home.File("none"), 1, "cannot open");
   Expect("import " + home.Path(), 1, "cannot read");
   Expect("import " + home.File("none") + " </dev/null; true", 0, "");
@@ -108,6 +112,9 @@ TEST(RegistryFiles, TellOfWhatTheyCannotCarry) {
     Expect(std::string("set ") + row.order, 0, "");
     Expect("export LOCAL:T --file " + home.File("a.reg"), 1, row.told);
   }
+  ORegistry().SetValueRaw("LOCAL:U/n", "12345678", 8, REG_DWORD);
+  Expect("export LOCAL:U --utf8", 1, "\"n\"=dword:00000000\r\n");
+  Expect("export LOCAL:U --utf8", 1, "numbers of other than 4 bytes, exported as 0: 1\n");
 }
 
 }  // namespace

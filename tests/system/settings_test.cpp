@@ -85,9 +85,15 @@ TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
       {"--server 'a,b'", "server name holds"},
       {"--data Value", "[KEY/]VALUE"},
       {"--comment lost --data 'a:dword=x'", "x is not a number"},
-      {"--data 'A//B/c=1'", "cannot name a key"},
+      {"--data 'A//B/c=1'", "[KEY/]VALUE"},
+      {"--data 'A//c=1'", "[KEY/]VALUE"},
+      {"--data '/A/c=1'", "[KEY/]VALUE"},
+      {"--data 'A/B/=1'", "[KEY/]VALUE"},
+      {"--data 'A\\\\B/c=1'", "[KEY/]VALUE"},
   };
   for (const auto& row : wrong) Expect(std::string("printer set Labels ") + row.arguments, 1, row.told);
+  Expect("printer add Extra --port dock --data 'a//b=1'", 1, "[KEY/]VALUE");
+  Expect("printer show Extra", 1, "Extra");
   Expect("printer show Labels", 0, "comment:     Lager ü\n");
 }
 
