@@ -5,6 +5,7 @@
 
 #include "host/monitors/device_file.h"
 #include "host/monitors/device_request.h"
+#include "host/monitors/fail_slowly.h"
 #include "host/monitors/monitor_table.h"
 #include "host/monitors/open_slot.h"
 
@@ -15,8 +16,7 @@ namespace {
 constexpr DWORD kDefaultWriteTime = 10000;  // ms
 constexpr DWORD kDefaultReadTime = 500;     // ms
 constexpr DWORD kLongestTime = 600000;      // ms
-/// Whoever prints tries again at once, for as long as its send timeout lasts.
-constexpr DWORD kPauseAfterFailure = 250;  // ms
+constexpr DWORD kPauseAfterFailure = 250;   // ms
 
 class DevicePort {
  public:
@@ -39,25 +39,25 @@ class DevicePort {
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
     const auto device = Need();
-    if (!device) return FailSlowly();
+    if (!device) return FailSlowly(kPauseAfterFailure);
     const DWORD given = writeTime_;
     if (device->Write(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) return true;
     const DWORD error = GetLastError();
     if (error == ERROR_SEM_TIMEOUT) return false;
     if (error != ERROR_OUT_OF_PAPER && error != ERROR_PRINT_CANCELLED) device_.Drop(device);
     SetLastError(error);
-    return FailSlowly();
+    return FailSlowly(kPauseAfterFailure);
   }
 
   bool Read(BYTE* buffer, DWORD size, LPDWORD read) {
     const auto device = Need();
-    if (!device) return FailSlowly();
+    if (!device) return FailSlowly(kPauseAfterFailure);
     const DWORD total = readTotal_;
     if (device->Read(buffer, size, total ? total : kDefaultReadTime, readInterval_, read)) return true;
     const DWORD error = GetLastError();
     if (error != ERROR_NOT_SUPPORTED) device_.Drop(device);
     SetLastError(error);
-    return FailSlowly();
+    return FailSlowly(kPauseAfterFailure);
   }
 
   bool EndDoc() {
@@ -98,13 +98,6 @@ class DevicePort {
   }
 
  private:
-  static bool FailSlowly() {
-    const DWORD error = GetLastError();
-    Sleep(kPauseAfterFailure);
-    SetLastError(error);
-    return false;
-  }
-
   std::mutex mutex_;  // held while the device is opened
   Port port_;         // under the mutex
   OpenSlot<DeviceFile> device_;

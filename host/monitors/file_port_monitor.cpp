@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/monitors/fail_slowly.h"
 #include "host/monitors/monitor_table.h"
 
 namespace portwise {
@@ -25,12 +26,7 @@ class FilePort {
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
-    if (WriteFile(file_, buffer, size, written, nullptr)) return true;
-    // Whoever prints tries again at once; a file does not become writable that fast.
-    const DWORD error = GetLastError();
-    Sleep(kPauseAfterFailure);
-    SetLastError(error);
-    return false;
+    return WriteFile(file_, buffer, size, written, nullptr) || FailSlowly(kPauseAfterFailure);
   }
 
   bool EndDoc() {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/monitors/fail_slowly.h"
 #include "host/monitors/lpr_session.h"
 #include "host/monitors/monitor_table.h"
 #include "host/monitors/spool_file.h"
@@ -20,8 +21,7 @@ constexpr DWORD kLongestTime = 600000;      // ms
 constexpr DWORD kFirstRetry = 1000;         // ms
 constexpr DWORD kLongestRetry = 30000;      // ms
 constexpr DWORD kStallTime = 10000;         // ms until the job says that the daemon takes nothing
-/// Whoever prints tries again at once, for as long as its send timeout lasts.
-constexpr DWORD kPauseAfterFailure = 250;  // ms
+constexpr DWORD kPauseAfterFailure = 250;   // ms
 constexpr DWORD kChunk = 65536;
 
 constexpr char kMayHavePrinted[] = "; the printer may have printed a part of the job, or all of it";
@@ -47,10 +47,10 @@ class LprPort {
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
-    if (port_.byteCounting) return spool_.Append(buffer, size, written) || FailSlowly();
+    if (port_.byteCounting) return spool_.Append(buffer, size, written) || FailSlowly(kPauseAfterFailure);
     if (broken_) {
       WSASetLastError(WSAECONNRESET);
-      return FailSlowly();
+      return FailSlowly(kPauseAfterFailure);
     }
     const DWORD given = writeTime_;
     if (stream_->Send(buffer, size, given ? given : kDefaultWriteTime, written)) return true;
@@ -58,7 +58,7 @@ class LprPort {
     if (error == WSAETIMEDOUT) return false;
     if (error != ERROR_PRINT_CANCELLED) Break(stream_->Fault());
     SetLastError(error);
-    return FailSlowly();
+    return FailSlowly(kPauseAfterFailure);
   }
 
   bool EndDoc() {
@@ -138,13 +138,6 @@ class LprPort {
       }
     }
     return session.EndCounted();
-  }
-
-  static bool FailSlowly() {
-    const DWORD error = GetLastError();
-    Sleep(kPauseAfterFailure);
-    SetLastError(error);
-    return false;
   }
 
   Port port_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "host/monitors/fail_slowly.h"
 #include "host/monitors/monitor_table.h"
 #include "host/monitors/open_slot.h"
 #include "host/monitors/tcp_socket.h"
@@ -15,8 +16,7 @@ constexpr DWORD kDefaultWriteTime = 10000;  // ms
 constexpr DWORD kDefaultReadTime = 500;     // ms
 constexpr DWORD kLongestTime = 600000;      // ms
 /// How long the end of a document waits for the printer to close its side.
-constexpr DWORD kCloseTime = 5000;  // ms
-/// Whoever prints tries again at once, for as long as its send timeout lasts.
+constexpr DWORD kCloseTime = 5000;         // ms
 constexpr DWORD kPauseAfterFailure = 100;  // ms
 
 class TcpPort {
@@ -32,7 +32,7 @@ class TcpPort {
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
-    if (!socket_.Get() && !Connect()) return FailSlowly();
+    if (!socket_.Get() && !Connect()) return FailSlowly(kPauseAfterFailure);
     const auto socket = socket_.Get();
     const DWORD given = writeTime_;
     if (socket->Send(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) return true;
@@ -40,7 +40,7 @@ class TcpPort {
     if (error == WSAETIMEDOUT) return false;
     if (error != ERROR_PRINT_CANCELLED) socket_.Drop(socket);
     SetLastError(error);
-    return FailSlowly();
+    return FailSlowly(kPauseAfterFailure);
   }
 
   bool Read(BYTE* buffer, DWORD size, LPDWORD read) {
@@ -62,12 +62,18 @@ class TcpPort {
   }
 
   bool EndDoc() {
+    bool delivered = true;
+    DWORD error = ERROR_SUCCESS;
     if (const auto socket = socket_.Get()) {
-      socket->FinishSending(kCloseTime, nullptr);
+      // Many printers never close their side.
+      delivered = socket->FinishSending(kCloseTime, nullptr) || GetLastError() == WSAETIMEDOUT;
+      error = GetLastError();
+      if (!delivered) watch_.Fail("the printer broke the connection off; it may have printed a part of the job");
       socket_.Drop(socket);
     }
     watch_.End();
-    return true;
+    if (!delivered) SetLastError(error);
+    return delivered;
   }
 
   void SetTimeouts(const COMMTIMEOUTS& timeouts) {
@@ -86,13 +92,6 @@ class TcpPort {
     }
     socket_.Set(std::move(socket));
     return true;
-  }
-
-  static bool FailSlowly() {
-    const DWORD error = GetLastError();
-    Sleep(kPauseAfterFailure);
-    SetLastError(error);
-    return false;
   }
 
   Port port_;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// Resources of modules: of the program and loaded libraries, which carry them in a note, and of PE files that are
-/// opened as data.
+/// opened as data. References on modules that code takes on itself.
 
 #include <winbase.h>
 
@@ -27,7 +27,17 @@ DECLARE_HANDLE(HRSRC);
 #define RT_GROUP_ICON MAKEINTRESOURCEW(14)
 #define RT_VERSION MAKEINTRESOURCEW(16)
 
+#define GET_MODULE_HANDLE_EX_FLAG_PIN 0x1u
+#define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x2u
+#define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x4u
+
 extern "C" {
+/// Takes a reference, for FreeLibrary, on the module that is named; with FROM_ADDRESS on the one that the address
+/// `name` lies in. PIN is not supported.
+BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR name, HMODULE* module);
+/// Ends the calling thread, which CreateThread must have started, after a reference on the code that it runs has been
+/// released. Objects in the thread's functions are not destroyed.
+[[noreturn]] void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD exitCode);
 /// With one of the flags above, a PE file whose resources are wanted and nothing else; without, LoadLibraryW.
 HMODULE WINAPI LoadLibraryExW(LPCWSTR name, HANDLE reserved, DWORD flags);
 /// A number's name may also be written "#123". The first language that has the resource; null with ERROR_MOD_NOT_FOUND

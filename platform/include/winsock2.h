@@ -97,6 +97,10 @@ struct WSAPOLLFD {
 
 #define WSA_FLAG_OVERLAPPED 1
 
+using WSAOVERLAPPED = OVERLAPPED;
+using LPWSAOVERLAPPED_COMPLETION_ROUTINE = void(WINAPI*)(DWORD error, DWORD transferred, WSAOVERLAPPED* overlapped,
+                                                         DWORD flags);
+
 extern "C" {
 int WINAPI WSAStartup(WORD version, WSADATA* data);
 int WINAPI WSACleanup();
@@ -117,6 +121,9 @@ int WINAPI WSAPoll(WSAPOLLFD* sockets, ULONG count, INT milliseconds);
 int WINAPI closesocket(SOCKET socket);
 /// Only FIONBIO.
 int WINAPI ioctlsocket(SOCKET socket, LONG command, ULONG* argument);
+/// Only SIO_TCP_INFO, at once; on a socket that connected by itself.
+int WINAPI WSAIoctl(SOCKET socket, DWORD code, LPVOID in, DWORD inSize, LPVOID out, DWORD outSize, LPDWORD returned,
+                    WSAOVERLAPPED* overlapped, LPWSAOVERLAPPED_COMPLETION_ROUTINE completion);
 }
 
 int connect(SOCKET socket, const sockaddr* address, int length);

@@ -65,6 +65,17 @@ HMODULE LoadFile(const std::string& path) {
   return module;
 }
 
+/// Takes one more reference on a module, unless it is one that always stays. False when it is being unloaded.
+bool Refer(HMODULE module) {
+  if (module == Program() || !SystemModuleName(module).empty()) return true;
+  const auto image = FindImage(module);
+  Library library(image ? dlopen(image->path.c_str(), RTLD_LAZY | RTLD_NOLOAD) : nullptr);
+  if (!library) return false;
+  std::lock_guard lock(Loaded().mutex);
+  Loaded().references.emplace(module, std::move(library));
+  return true;
+}
+
 HMODULE FindLoaded(std::u16string_view name) {
   const bool bare = IsBareName(name);
   const auto files = bare ? std::vector<std::string>() : ModuleFiles(name);
@@ -122,6 +133,18 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
   if (!module && *name) module = FindLoaded(name);
   if (!module) SetLastError(ERROR_MOD_NOT_FOUND);
   return module;
+}
+
+BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR name, HMODULE* module) {
+  if (!module || (flags & GET_MODULE_HANDLE_EX_FLAG_PIN)) return Fail(ERROR_INVALID_PARAMETER);
+  const bool fromAddress = (flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0;
+  const HMODULE found = fromAddress ? ImageOf(name) : GetModuleHandleW(name);
+  *module = nullptr;
+  if (!found) return Fail(ERROR_MOD_NOT_FOUND);
+  const bool counts = !(flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
+  if (counts && !Refer(found)) return Fail(ERROR_MOD_NOT_FOUND);
+  *module = found;
+  return TRUE;
 }
 
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {

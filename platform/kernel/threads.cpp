@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <csetjmp>
 #include <memory>
 #include <semaphore>
 
@@ -13,6 +14,9 @@
 namespace portwise::platform {
 namespace {
 
+class Thread;
+thread_local Thread* thisThread = nullptr;  // null where CreateThread did not start the thread
+
 class Thread final : public Waitable {
  public:
   Thread(LPTHREAD_START_ROUTINE start, LPVOID parameter)
@@ -22,10 +26,20 @@ class Thread final : public Waitable {
   void Run() {
     id_ = static_cast<DWORD>(gettid());
     started_.release();
-    const DWORD code = start_(parameter_);
+    thisThread = this;
+    if (setjmp(end_) == 0) result_ = start_(parameter_);
+    if (lastModule_) FreeLibrary(lastModule_);
     DetachThread();
-    exitCode_ = code;
+    exitCode_ = result_;
     Signal();
+  }
+
+  /// Leaves the functions that the thread is in, without unwinding them: their code may be gone with `module`, which is
+  /// freed afterwards.
+  [[noreturn]] void Leave(HMODULE module, DWORD code) {
+    lastModule_ = module;
+    result_ = code;
+    longjmp(end_, 1);
   }
 
   /// Waits until the thread runs. One call at most.
@@ -40,6 +54,9 @@ class Thread final : public Waitable {
   const LPVOID parameter_;
   std::binary_semaphore started_{0};
   DWORD id_ = 0;
+  std::jmp_buf end_;
+  HMODULE lastModule_ = nullptr;
+  DWORD result_ = 0;
   std::atomic<DWORD> exitCode_ = STILL_ACTIVE;
 };
 
@@ -87,6 +104,12 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stackSize, LPTHREAD_STA
   }
   if (threadId) *threadId = thread->TakeId();
   return handle;
+}
+
+void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD exitCode) {
+  if (thisThread) thisThread->Leave(module, exitCode);
+  FreeLibrary(module);
+  pthread_exit(nullptr);
 }
 
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exitCode) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "connection/address.h"
+#include "connection/graceful_close.h"
 #include "connection/ping.h"
 #include "settings/printer_registry.h"
 #include "settings/settings_catalogue.h"
@@ -18,15 +19,12 @@ constexpr DWORD kReceiveTimeout = 1000;  // ms
 constexpr INT kWriteSlice = 1000;        // ms
 constexpr INT kFirstByteWait = 1000;     // ms
 constexpr INT kNextByteWait = 200;       // ms
-constexpr DWORD kCloseSilence = 5000;    // ms without a sign of the printer
-constexpr DWORD kLongestClose = 60000;   // ms, for a printer that talks on and never closes
 constexpr DWORD kLookUpPause = 5000;     // ms until a name that was not found is looked up again
 constexpr DWORD kReopenPause = 100;      // ms after a connection that was lost did not come back
 constexpr DWORD kAbortSlice = 100;       // ms until a wait looks whether it has been aborted
-constexpr LONG kDrainEvents = FD_READ | FD_CLOSE;
-constexpr DWORD kPingPause = 2000;    // ms for which the answer to a ping counts
-constexpr DWORD kPingTimeout = 5000;  // ms
-constexpr DWORD kPeriodPause = 5000;  // ms for which the period that was read counts
+constexpr DWORD kPingPause = 2000;       // ms for which the answer to a ping counts
+constexpr DWORD kPingTimeout = 5000;     // ms
+constexpr DWORD kPeriodPause = 5000;     // ms for which the period that was read counts
 
 /// Errors of a connect that may pass by themselves.
 constexpr int kRetriedErrors[] = {WSAEINTR, WSAEWOULDBLOCK, WSAEINPROGRESS, WSAECONNABORTED, WSAECONNREFUSED};
@@ -37,10 +35,16 @@ bool IsRetried(int error) {
 
 int LengthOf(DWORD size) { return static_cast<int>(std::min<DWORD>(size, INT_MAX)); }
 
-/// Drops what has arrived. False on an error other than that there is nothing.
-bool DrainOnce(SOCKET socket) {
-  char dropped[1024];
-  return recv(socket, dropped, static_cast<int>(sizeof dropped), 0) >= 0 || WSAGetLastError() == WSAEWOULDBLOCK;
+/// What to tell of a printer that has not closed in time.
+OString SilenceWarning(const CloseResult& result, ULONGLONG sent) {
+  if (!result.unacknowledged) {
+    return "The printer did not close the connection. It is not known whether it has everything; the system goes on "
+           "delivering what it holds.";
+  }
+  if (*result.unacknowledged == 0)
+    return "The printer did not close the connection, but it has acknowledged everything.";
+  return "The printer has not acknowledged " + OString::FromUnsigned(*result.unacknowledged) + " of the " +
+         OString::FromUnsigned(sent) + " bytes that the connection took; the system goes on delivering what it holds.";
 }
 
 }  // namespace
@@ -103,8 +107,9 @@ bool Connection_TCP::EndDoc() { return Close(); }
 
 bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
   *written = 0;
-  if (aborted_ || (!connected_ && !Open())) {
-    if (aborted_) FailAborted();
+  if (aborted_) return FailAborted();
+  if (!connected_ && !Open()) {
+    if (aborted_) return FailAborted();
     // The caller tries again at once, for as long as its send timeout lasts.
     const DWORD error = GetLastError();
     Sleep(kReopenPause);
@@ -153,6 +158,10 @@ bool Connection_TCP::Read(void* buffer, DWORD size, DWORD* read) {
 
 DWORD Connection_TCP::GetStatus(DWORD mask) {
   if (!(mask & STATUS_DISCONNECTED) || connected_) return 0;
+  if (aborted_) {
+    FailAborted();
+    return STATUS_DISCONNECTED;
+  }
   const OScopedLock lock(pingLock_);
   if (!pinged_ || GetTickCount() - pingedAt_ > kPingPause) {
     // While a printer cannot be reached nobody opens the connection, and a new address would not be seen.
@@ -211,13 +220,15 @@ bool Connection_TCP::CloseNow() {
   delayedClose_.RequestClose();
   const OScopedLock state(stateLock_);
   unique_socket closing;
+  ULONGLONG sent;
   {
     const OScopedLock lock(socketLock_);
     if (aborted_ || !connected_) return true;
     connected_ = false;
     closing = std::move(socket_);
+    sent = sent_;
   }
-  return GracefulClose(std::move(closing));
+  return GracefulClose(std::move(closing), sent);
 }
 
 /// What the connection has taken may not have reached the printer.
@@ -259,6 +270,7 @@ bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
     if (aborted_) return FailAborted();
     socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
     if (!socket_) return false;
+    sent_ = 0;
     ULONG nonBlocking = 1;
     const DWORD timeout = kReceiveTimeout;
     if (setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeout), sizeof timeout) !=
@@ -289,49 +301,18 @@ bool Connection_TCP::AwaitConnect() {
   }
 }
 
-bool Connection_TCP::GracefulClose(unique_socket socket) {
-  const unique_socket_event event(WSACreateEvent());
-  const bool begun =
-      event && WSAEventSelect(socket.Get(), event.Get(), kDrainEvents) == 0 && shutdown(socket.Get(), SD_SEND) == 0;
-  if (begun && AwaitClose(socket.Get(), event.Get())) {
-    taken_ = 0;
-    return true;
-  }
-  const int error = WSAGetLastError();
-  if (error == WSAETIMEDOUT) {
-    Port().Warn("The printer did not close the connection; the system goes on delivering what it holds.");
-  } else {
+bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent) {
+  const CloseResult result = CloseGracefully(socket.Get(), sent, aborted_);
+  if (result.error != 0 && (result.error != WSAETIMEDOUT || result.talking)) {
+    // What a reset finds unread at the printer is lost as well, acknowledged or not.
     CountAsLost();
+  } else {
+    // The last ones that the connection took are those that are missing.
+    unconfirmed_ += std::min(taken_.exchange(0), result.unacknowledged.value_or(0));
   }
-  WSASetLastError(error);
-  return false;
-}
-
-/// True when the printer has closed its side in order. Drops what it still sends.
-bool Connection_TCP::AwaitClose(SOCKET socket, WSAEVENT event) {
-  const DWORD begin = GetTickCount();
-  DWORD lastSign = begin;
-  while (!aborted_) {
-    if (WSAWaitForMultipleEvents(1, &event, FALSE, kAbortSlice, FALSE) == WSA_WAIT_FAILED) return false;
-    WSANETWORKEVENTS happened = {};
-    if (WSAEnumNetworkEvents(socket, event, &happened) != 0) return false;
-    if ((happened.lNetworkEvents & FD_CLOSE) != 0) {
-      WSASetLastError(happened.iErrorCode[FD_CLOSE_BIT]);
-      return happened.iErrorCode[FD_CLOSE_BIT] == 0;
-    }
-    if ((happened.lNetworkEvents & FD_READ) != 0) {
-      if (!DrainOnce(socket)) return false;
-      lastSign = GetTickCount();
-    }
-    const bool tooLong = GetTickCount() - begin >= kLongestClose;
-    if (tooLong || GetTickCount() - lastSign >= kCloseSilence) {
-      // To a printer that still talks the system will answer with a reset, which ends the delivery.
-      if (tooLong) CountAsLost();
-      WSASetLastError(WSAETIMEDOUT);
-      return false;
-    }
-  }
-  return FailAborted();
+  if (result.error == WSAETIMEDOUT) Port().Warn(SilenceWarning(result, sent));
+  WSASetLastError(result.error);
+  return result.error == 0;
 }
 
 bool Connection_TCP::PeerHasClosed() {
@@ -357,6 +338,7 @@ Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, 
   if (result >= 0) {
     *sent = result;
     taken_ += static_cast<ULONGLONG>(result);
+    sent_ += static_cast<ULONGLONG>(result);
     return Transfer::kDone;
   }
   return WSAGetLastError() == WSAEWOULDBLOCK ? Transfer::kWouldBlock : Transfer::kFailed;

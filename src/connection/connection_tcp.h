@@ -33,9 +33,9 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool OpenStatus() override;
 
   /// Ends the connection in order, now or later: the printer gets everything that was written, and what it still sends
-  /// is dropped. False when the printer broke the connection off, and, with WSAETIMEDOUT, when it gave no sign for
-  /// 5000 ms or did not close within a minute; the system then goes on delivering, as long as the printer sends nothing
-  /// more.
+  /// is dropped. False when the printer broke the connection off, and, with WSAETIMEDOUT, when CloseGracefully gave the
+  /// wait up; a warning then says how much the printer has not acknowledged, and that much counts as unconfirmed. The
+  /// system goes on delivering, as long as the printer sends nothing more.
   bool Close() override;
   void Abort() override;
 
@@ -52,7 +52,8 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool Read(void* buffer, DWORD size, DWORD* read) override;
 
   /// Answers STATUS_DISCONNECTED only, from the connection when it stands and otherwise from a ping, which is sent at
-  /// most every 2000 ms and may take 5000. Some networks answer no pings: then a connect decides.
+  /// most every 2000 ms and may take 5000. Some networks answer no pings: then a connect decides. An aborted connection
+  /// is disconnected for good, with the last error as above.
   DWORD GetStatus(DWORD mask) override;
 
   bool RefreshAddress(bool statusChannel) override;
@@ -76,8 +77,8 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool ConnectSocket(const SOCKADDR_IN& address);
   bool ConnectOnce(const SOCKADDR_IN& address);
   bool AwaitConnect();
-  bool GracefulClose(unique_socket socket);
-  bool AwaitClose(SOCKET socket, WSAEVENT event);
+  /// `sent` is all that the socket took since it was connected.
+  bool GracefulClose(unique_socket socket, ULONGLONG sent);
   void CountAsLost();
   bool PeerHasClosed();
   bool FailAborted();
@@ -106,6 +107,8 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool resolved_ = false;
   DWORD lookUpError_ = 0;  // of the last look-up, 0 when it found the printer
   DWORD lookedUpAt_ = 0;   // tick count
+
+  ULONGLONG sent_ = 0;  // bytes that the socket took since it was connected; under the socket lock
 
   // Of the document in progress: bytes that the connection has taken since it stands, and those that earlier ones had
   // taken when they were lost.

@@ -28,9 +28,15 @@ bool DelayedClose::Start(FaultReport* report) {
   ResetEvent(closeNow_.Get());
   ResetEvent(ended_.Get());
   report_ = report;
-  thread_.Reset(CreateThread(nullptr, 0, Run, this, 0, nullptr));
-  if (!thread_) SetEvent(ended_.Get());
-  return static_cast<bool>(thread_);
+  // Whoever waited for the thread may unload the library while the thread's last steps are still to come.
+  if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Run), library_.Put())) {
+    thread_.Reset(CreateThread(nullptr, 0, Run, this, 0, nullptr));
+    if (thread_) return true;
+    library_.Reset();
+  }
+  thread_.Reset();
+  SetEvent(ended_.Get());
+  return false;
 }
 
 void DelayedClose::Cancel() {
@@ -63,10 +69,11 @@ DWORD WINAPI DelayedClose::Run(LPVOID self) {
       return TRUE;
     });
   }
-  // Whoever waits may unload the library before the thread has quite ended.
+  // The library may learn of its own end before it would of the thread's.
   ThreadLocalSlot::DestroyObjects();
+  const HMODULE library = close->library_.Detach();
   SetEvent(close->ended_.Get());
-  return 0;
+  FreeLibraryAndExitThread(library, 0);
 }
 
 void DelayedClose::Wait() {

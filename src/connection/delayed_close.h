@@ -50,7 +50,8 @@ class DelayedClose {
   // Under the lock: who starts and who waits for the thread. The thread itself does not take it.
   OCriticalSection lock_;
   unique_handle thread_;
-  // Manual-reset events. The last is set while no thread is in our code: a thread's own end cannot be waited for where
+  unique_module library_;  // the thread's reference on its code, from its start until it takes it along
+  // Manual-reset events. The last is set while no thread uses the target: a thread's own end cannot be waited for where
   // the library is being unloaded.
   unique_handle cancel_;
   unique_handle closeNow_;

@@ -80,9 +80,10 @@ void DocumentControl::EndAtConnection(bool delivered) {
 
 /// The job stays in the queue, where people see it: to print it again may double labels, to forget it may lose some.
 void DocumentControl::WarnOfLoss(ULONGLONG unconfirmed) {
-  port_.Warn("The connection to the printer was lost while job " + OString::FromUnsigned(job_) +
-             " was printed. It is not known whether the printer has " + OString::FromUnsigned(unconfirmed) +
-             " of its " + OString::FromUnsigned(port_.Path().SentBytes()) + " bytes.");
+  port_.Warn("The connection to the printer was lost, or left without an answer, while job " +
+             OString::FromUnsigned(job_) + " was printed. It is not known whether the printer has " +
+             OString::FromUnsigned(unconfirmed) + " of its " + OString::FromUnsigned(port_.Path().SentBytes()) +
+             " bytes.");
 }
 
 void DocumentControl::AbandonAll() {

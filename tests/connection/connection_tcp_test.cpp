@@ -187,6 +187,7 @@ TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) 
 
 TEST_F(ConnectionTcpTest, ANameThatIsNotFoundIsLookedUpAgainAfterAWhile) {
   platform::SetTimeScale(20);
+  flakyLookUps = 0;
   RegisterPort("IP_1", "flaky.example", "", printer_.Port());
   for (int attempt = 0; attempt < 3; ++attempt) {
     EXPECT_FALSE(connection_.Open());
@@ -283,6 +284,12 @@ TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
     EXPECT_FALSE(connection.IsConnected());
     EXPECT_TRUE(connection.Close());
+    // Whoever goes on writing while the printer can be reached must not do so for ever, nor wait.
+    for (int call = 0; call < 100; ++call) EXPECT_FALSE(connection.Write("x", 1, &moved_));
+    SetLastError(0);
+    EXPECT_EQ(connection.GetStatus(STATUS_DISCONNECTED | STATUS_OFF_LINE), STATUS_DISCONNECTED);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_LT(GetTickCount() - start, 2000u);
   }
 }
 
@@ -412,6 +419,52 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   EXPECT_EQ(received, "fine");
   EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 0u);
   EXPECT_TRUE(port_.warnings.empty());
+}
+
+TEST_F(ConnectionTcpTest, ACloseKnowsWhatASilentPrinterHasAcknowledged) {
+  platform::SetTimeScale(20);
+  enum class End { Silent, HalfClosed, ReadsOn, Resets };
+  const struct {
+    std::size_t size;
+    End end;
+    DWORD error;
+  } kRows[] = {
+      {1000, End::Silent, WSAETIMEDOUT}, {300000, End::Silent, WSAETIMEDOUT},
+      {1000, End::HalfClosed, 0},        {300000, End::HalfClosed, WSAETIMEDOUT},
+      {300000, End::ReadsOn, 0},         {300000, End::Resets, WSAECONNRESET},
+  };
+  for (const auto& [size, end, error] : kRows) {
+    SCOPED_TRACE(testing::Message() << size << " " << static_cast<int>(end));
+    port_.warnings.clear();
+    ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
+    ASSERT_TRUE(printer_.Accept());
+    connection_.BeginCount();
+    if (end != End::Silent) printer_.EndSending();
+    ASSERT_TRUE(Write(std::string(size, 'x')));
+    const DWORD sent = moved_;
+    std::string received;
+    std::thread printer([&, how = end] {
+      Sleep(3000);
+      if (how == End::Resets) printer_.Reset();
+      // Each piece within five seconds of the one before, and all of them well past that.
+      while (how == End::ReadsOn && received.size() < sent) {
+        Sleep(1000);
+        received += printer_.Receive(std::min<std::size_t>(sent - received.size(), 20000));
+      }
+    });
+    EXPECT_EQ(connection_.EndDoc(), error == 0);
+    EXPECT_EQ(error == 0 ? error : GetLastError(), error);
+    printer.join();
+    const std::size_t missing = end == End::Resets ? sent : sent - received.size() - printer_.Unread();
+    EXPECT_EQ(missing == 0, size == 1000 || end == End::ReadsOn);
+    EXPECT_EQ(connection_.TakeUnconfirmedBytes(), missing);
+    const std::string warning =
+        missing == 0 ? "acknowledged everything"
+                     : "not acknowledged " + std::to_string(missing) + " of the " + std::to_string(sent) + " bytes";
+    EXPECT_EQ(port_.warnings.size(), error == WSAETIMEDOUT ? 1u : 0u);
+    for (const std::string& told : port_.warnings) EXPECT_THAT(told, testing::HasSubstr(warning));
+    printer_.Close();
+  }
 }
 
 TEST_F(ConnectionTcpTest, APrinterThatTalksAndNeverReadsLosesWhatItHasNotRead) {

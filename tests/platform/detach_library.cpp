@@ -27,6 +27,23 @@ HINSTANCE instanceOfAttach = nullptr;
 void SetThreadText(const char* text) { TlsSetValue(slot, const_cast<char*>(text)); }
 HINSTANCE Instance() { return instanceOfAttach; }
 
+struct Holder {
+  HMODULE module;
+  HANDLE event;
+} holder;
+
+/// A thread that holds a reference on the library until the event, and then ends with the library's last code gone.
+HANDLE StartHolder(HANDLE event) {
+  holder.event = event;
+  const auto here = reinterpret_cast<LPCWSTR>(&StartHolder);
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, here, &holder.module)) return nullptr;
+  const auto hold = [](LPVOID) -> DWORD {
+    WaitForSingleObject(holder.event, INFINITE);
+    FreeLibraryAndExitThread(holder.module, 7);
+  };
+  return CreateThread(nullptr, 0, hold, nullptr, 0, nullptr);
+}
+
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   if (reason == DLL_PROCESS_ATTACH) {
     if (GetEnvironmentVariableA("DLL_REFUSE", nullptr, 0) > 0) return FALSE;

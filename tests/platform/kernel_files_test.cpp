@@ -269,6 +269,31 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
   EXPECT_EQ(DllLog(), "");
 }
 
+TEST_F(Modules, AThreadMayHoldItsLibraryAndFreeItWithItsLastStep) {
+  DllLog();
+  const HMODULE library = LoadLibraryW(u"detach-library.dll");
+  ASSERT_TRUE(library);
+  const auto start = FunctionOf<HANDLE (*)(HANDLE)>(library, "StartHolder");
+  HMODULE found = nullptr;
+  EXPECT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, u"detach-library.dll", &found));
+  EXPECT_EQ(found, library);
+  const Handle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const Handle thread(start(event.get()));
+  EXPECT_EQ(WaitForSingleObject(thread.get(), 50), DWORD{WAIT_TIMEOUT});
+  EXPECT_TRUE(FreeLibrary(library));
+  EXPECT_EQ(DllLog(), "A:ready;") << "it is still held";
+  SetEvent(event.get());
+  EXPECT_EQ(WaitForSingleObject(thread.get(), 20'000), WAIT_OBJECT_0);
+  DWORD code = 0;
+  EXPECT_TRUE(GetExitCodeThread(thread.get(), &code));
+  EXPECT_EQ(code, 7u);
+  EXPECT_EQ(DllLog(), "D:free;");
+  EXPECT_FALSE(GetModuleHandleExW(0, u"detach-library.dll", &found));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+  EXPECT_EQ(found, nullptr);
+  EXPECT_FALSE(FreeLibrary(library));
+}
+
 TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
   const auto system = root_ / "home/drive_c/Windows/System32";
   GetSystemDirectoryW(nullptr, 0);

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <mstcpip.h>
 #include <ws2tcpip.h>
 
 #include <cstring>
@@ -94,6 +95,12 @@ TEST_F(SocketsTest, WhatIsNoSocketIsRefusedByEveryCall) {
         [&] { return ioctlsocket(wrong, static_cast<LONG>(FIONBIO), &argument); },
         [&] { return setsockopt(wrong, SOL_SOCKET, SO_RCVTIMEO, value, size); },
         [&] { return getsockopt(wrong, SOL_SOCKET, SO_ERROR, value, &size); },
+        [&] {
+          DWORD version = 0, returned = 0;
+          TCP_INFO_v0 info;
+          return WSAIoctl(wrong, SIO_TCP_INFO, &version, sizeof version, &info, sizeof info, &returned, nullptr,
+                          nullptr);
+        },
         [&] { return WSAEventSelect(wrong, event_, FD_READ); },
         [&] { return WSAEnumNetworkEvents(wrong, event_, &happened_); },
     };
@@ -236,6 +243,44 @@ TEST_F(SocketsTest, ACloseWithoutLingeringIsAResetForBothSides) {
   bool ended = false;
   printer_.Receive(100, &ended);
   EXPECT_FALSE(ended);
+}
+
+TEST_F(SocketsTest, AConnectionCountsWhatThePeerHasAcknowledged) {
+  FakePrinter slow(4096);
+  ASSERT_EQ(Connect(slow.Port()), 0);
+  ASSERT_TRUE(slow.Accept());
+  SetBlocking(false);
+  DWORD version = 0, size = 0;
+  TCP_INFO_v0 info = {};
+  const auto ask = [&](DWORD code = SIO_TCP_INFO, DWORD room = sizeof info) {
+    return Error(WSAIoctl(socket_, code, &version, sizeof version, &info, room, &size, nullptr, nullptr));
+  };
+  const auto acknowledged = [&] {
+    EXPECT_EQ(ask(), 0);
+    return info.BytesOut - info.BytesRetrans - info.BytesInFlight;
+  };
+  EXPECT_EQ(acknowledged(), 0u);
+  EXPECT_EQ(info.State, TCPSTATE_ESTABLISHED);
+  const std::string data(1000000, 'x');
+  std::size_t sent = 0;
+  for (int result = 0; (result = Send(data.c_str())) > 0;) sent += static_cast<std::size_t>(result);
+  shutdown(socket_, SD_SEND);
+  Sleep(100);
+  // What the peer has acknowledged is what its system has taken in, and nothing else.
+  EXPECT_EQ(acknowledged(), slow.Unread());
+  EXPECT_LT(slow.Unread(), sent);
+  EXPECT_EQ(info.State, TCPSTATE_FIN_WAIT_1);
+  EXPECT_EQ(slow.Receive(sent).size(), sent);
+  Sleep(100);
+  EXPECT_EQ(acknowledged(), sent) << "the end of the connection is no byte";
+  EXPECT_EQ(info.State, TCPSTATE_FIN_WAIT_2);
+  slow.Close();
+  Sleep(100);
+  EXPECT_EQ(acknowledged(), sent) << "and its counts outlive it";
+  EXPECT_EQ(ask(SIO_TCP_INFO, sizeof info - 1), WSAEFAULT);
+  EXPECT_EQ(ask(0x98000001), WSAEOPNOTSUPP);
+  version = 9;
+  EXPECT_EQ(ask(), WSAEOPNOTSUPP);
 }
 
 TEST_F(SocketsTest, NamesAreLookedUpThroughTheSystemModule) {

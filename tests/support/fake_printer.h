@@ -59,6 +59,13 @@ class FakePrinter {
     return all;
   }
 
+  /// Bytes that have arrived and were not received; a megabyte at most.
+  std::size_t Unread() const {
+    std::string bytes(1 << 20, '\0');
+    const ssize_t found = ::recv(connection_, static_cast<void*>(bytes.data()), bytes.size(), MSG_PEEK | MSG_DONTWAIT);
+    return found < 0 ? 0 : static_cast<std::size_t>(found);
+  }
+
   void Send(const std::string& data) {
     const auto sent = ::send(connection_, static_cast<const void*>(data.data()), data.size(), MSG_NOSIGNAL);
     if (sent != static_cast<ssize_t>(data.size())) throw std::runtime_error("send");

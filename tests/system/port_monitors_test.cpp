@@ -254,6 +254,14 @@ TEST_F(PortMonitors, RawTcpOutlivesWhatPrintersDo) {
   EXPECT_EQ(printer.Receive(5), "again");
   printer.Close();
   EXPECT_TRUE(port.End());
+
+  // Broken off before the end of the job is a loss; silence is not.
+  for (const bool breaksOff : {true, false}) {
+    ASSERT_TRUE(port.Start() && port.WriteAll("unread") && printer.Accept());
+    if (breaksOff) printer.Reset();
+    EXPECT_EQ(port.End(), !breaksOff);
+    EXPECT_EQ(spooler_.TakeReports().find("undelivered: the printer broke") == 0, breaksOff);
+  }
 }
 
 TEST_F(PortMonitors, LprJobsArriveWholeAfterEveryRefusal) {

@@ -1,0 +1,130 @@
+#include "connection/graceful_close.h"
+
+#include <mstcpip.h>
+
+#include <algorithm>
+
+#include "core/socket_handle.h"
+
+namespace portwise {
+namespace {
+
+constexpr DWORD kSilence = 5000;            // ms without a sign of the peer
+constexpr DWORD kLongestTalk = 60000;       // ms, for a peer that talks on and takes nothing
+constexpr DWORD kLongestDelivery = 600000;  // ms, for one that takes a little now and then
+constexpr DWORD kSlice = 100;               // ms until the wait looks at the abort and at what was acknowledged
+constexpr LONG kEvents = FD_READ | FD_CLOSE;
+
+/// Drops what has arrived. False on an error other than that there is nothing.
+bool DrainOnce(SOCKET socket) {
+  char dropped[1024];
+  return recv(socket, dropped, static_cast<int>(sizeof dropped), 0) >= 0 || WSAGetLastError() == WSAEWOULDBLOCK;
+}
+
+int ErrorOf(SOCKET socket) {
+  int error = 0;
+  int size = sizeof error;
+  return getsockopt(socket, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) == 0 ? error
+                                                                                               : WSAGetLastError();
+}
+
+struct Acknowledged {
+  ULONGLONG bytes;
+  bool all;   // and the end of the sending side
+  bool over;  // there is no connection any more
+};
+
+/// Nothing where the system does not tell.
+std::optional<Acknowledged> AskAcknowledged(SOCKET socket) {
+  DWORD version = 0;
+  DWORD size = 0;
+  TCP_INFO_v0 info = {};
+  if (WSAIoctl(socket, SIO_TCP_INFO, &version, sizeof version, &info, sizeof info, &size, nullptr, nullptr) != 0) {
+    return std::nullopt;
+  }
+  return Acknowledged{info.BytesOut - info.BytesRetrans - info.BytesInFlight,
+                      info.State == TCPSTATE_FIN_WAIT_2 || info.State == TCPSTATE_TIME_WAIT,
+                      info.State == TCPSTATE_CLOSED};
+}
+
+class Closing {
+ public:
+  Closing(SOCKET socket, ULONGLONG sent) : socket_(socket), sent_(sent) {}
+
+  CloseResult Run(const std::atomic<bool>& abort) {
+    begin_ = lastWord_ = lastProgress_ = GetTickCount();
+    const bool begun = event_ && WSAEventSelect(socket_, event_.Get(), kEvents) == 0 && shutdown(socket_, SD_SEND) == 0;
+    bool goesOn = begun || Fail(WSAGetLastError());
+    while (goesOn) goesOn = abort ? Fail(ERROR_OPERATION_ABORTED) : TakeEvents() && LookAtAcknowledged() && HasTime();
+    return result_;
+  }
+
+ private:
+  // Each says whether the wait goes on.
+
+  bool Fail(int error) {
+    result_.error = error;
+    return false;
+  }
+
+  bool TakeEvents() {
+    const WSAEVENT event = event_.Get();
+    WSANETWORKEVENTS happened = {};
+    if (WSAWaitForMultipleEvents(1, &event, FALSE, kSlice, FALSE) == WSA_WAIT_FAILED ||
+        WSAEnumNetworkEvents(socket_, event, &happened) != 0) {
+      return Fail(WSAGetLastError());
+    }
+    if ((happened.lNetworkEvents & FD_CLOSE) != 0) {
+      if (happened.iErrorCode[FD_CLOSE_BIT] != 0) return Fail(happened.iErrorCode[FD_CLOSE_BIT]);
+      closed_ = true;
+      lastProgress_ = GetTickCount();
+    }
+    if ((happened.lNetworkEvents & FD_READ) != 0) {
+      if (!DrainOnce(socket_)) return Fail(WSAGetLastError());
+      lastWord_ = GetTickCount();
+    }
+    return true;
+  }
+
+  bool LookAtAcknowledged() {
+    const std::optional<Acknowledged> now = AskAcknowledged(socket_);
+    result_.unacknowledged.reset();
+    if (now) {
+      if (now->bytes > acknowledged_) lastProgress_ = GetTickCount();
+      acknowledged_ = now->bytes;
+      result_.unacknowledged = now->all ? 0 : sent_ - std::min(sent_, now->bytes);
+      if (now->over && *result_.unacknowledged > 0) return Fail(WSAECONNRESET);
+    }
+    if (!closed_) return true;
+    // The close is told once; a reset after it only here.
+    if (const int error = ErrorOf(socket_)) return Fail(error);
+    return result_.unacknowledged.value_or(0) > 0;
+  }
+
+  bool HasTime() {
+    const DWORD now = GetTickCount();
+    const bool silent = now - lastWord_ >= kSilence && now - lastProgress_ >= kSilence;
+    if (!silent && now - lastProgress_ < kLongestTalk && now - begin_ < kLongestDelivery) return true;
+    result_.talking = !closed_ && now - lastWord_ < kSilence;
+    return Fail(WSAETIMEDOUT);
+  }
+
+  const SOCKET socket_;
+  const ULONGLONG sent_;
+  const unique_socket_event event_{WSACreateEvent()};
+  CloseResult result_;
+  bool closed_ = false;  // by the peer, in order
+  ULONGLONG acknowledged_ = 0;
+  // Tick counts.
+  DWORD begin_ = 0;
+  DWORD lastWord_ = 0;      // data came
+  DWORD lastProgress_ = 0;  // more was acknowledged, or the peer closed
+};
+
+}  // namespace
+
+CloseResult CloseGracefully(SOCKET socket, ULONGLONG sent, const std::atomic<bool>& abort) {
+  return Closing(socket, sent).Run(abort);
+}
+
+}  // namespace portwise
