@@ -1,7 +1,5 @@
 #include "host/job.h"
 
-#include <winspool.h>
-
 namespace portwise {
 
 using Json = nlohmann::json;
@@ -52,7 +50,13 @@ DWORD StatusFlags(const Job& job) {
   if (job.paused) flags |= JOB_STATUS_PAUSED;
   if (job.deleting) flags |= JOB_STATUS_DELETING;
   if (job.left) flags |= JOB_STATUS_PRINTED;
-  return flags;
+  if (!job.toldStatus) return flags;
+  return job.active ? (flags & ~kToldJobStatus) | *job.toldStatus : flags | (*job.toldStatus & ~JOB_STATUS_PRINTING);
+}
+
+void ForgetTold(Job* job) {
+  job->toldStatus.reset();
+  job->statusText.clear();
 }
 
 std::string InterruptedReason(const Job& job) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <windows.h>
+#include <winspool.h>
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -45,12 +46,23 @@ struct Job {
   JobPhase phase = JobPhase::Idle;
   /// Why the port could not deliver all that it had taken; empty when it says nothing of the kind.
   std::string undelivered;
+  /// What clients said of the job: flags of kToldJobStatus, and a text. Until it is said anew, or the job is held or
+  /// resumed.
+  std::optional<DWORD> toldStatus;
+  std::string statusText;
 };
+
+/// The JOB_STATUS_ flags that clients may set; the others follow from what happens to the job.
+inline constexpr DWORD kToldJobStatus = JOB_STATUS_ERROR | JOB_STATUS_PRINTING | JOB_STATUS_OFFLINE |
+                                        JOB_STATUS_PAPEROUT | JOB_STATUS_BLOCKED_DEVQ | JOB_STATUS_USER_INTERVENTION;
 
 /// The job's state in one word.
 std::string StateName(const Job& job);
-/// The state as JOB_STATUS_ flags.
+/// The state as JOB_STATUS_ flags. While a port runs the job, what clients said of it stands in place of the queue's
+/// own word; otherwise it is added, except that the job prints.
 DWORD StatusFlags(const Job& job);
+/// Forgets what clients said of the job.
+void ForgetTold(Job* job);
 /// What a held job shows that was cut off.
 std::string InterruptedReason(const Job& job);
 

@@ -27,6 +27,7 @@ DWORD Resume(JobStore& store, DWORD id, std::string* why) {
     job.begun = false;
     job.taken = 0;
     job.reason.clear();
+    ForgetTold(&job);
   });
   return store.Save(id, why) ? ERROR_SUCCESS : ERROR_CANTWRITE;
 }

@@ -170,6 +170,7 @@ void JobRun::Hold(const std::string& reason) {
   store_.Release(job_.id, [&](Job& job) {
     job.state = JobState::Held;
     job.reason = reason;
+    ForgetTold(&job);
   });
   std::string why;
   // Without the record on disk the job is held all the same after a restart when it had begun.

@@ -73,6 +73,9 @@ Spooler::Json Spooler::Describe(const Printer& printer) {
                    {"attributes", printer.attributes},
                    {"jobs", store_->Count(NameKey(printer.name))}};
   for (const auto& text : kTexts) description[text.field] = printer.*text.member;
+  const auto status = statusWords_.Find(printer.name);
+  description["status"] = status.value_or(0);
+  description["statusKnown"] = status.has_value();
   return description;
 }
 
@@ -128,6 +131,16 @@ Message Spooler::PrinterSet(const Message& request) {
   return Carried();
 }
 
+Message Spooler::PrinterStatusSet(const Message& request) {
+  const Json& order = request.head;
+  RequireAdminister(order);
+  const auto status = static_cast<DWORD>(NumberOf(order, "status", UINT32_MAX));
+  // A printer that is removed meanwhile must not leave its word to the next one of that name.
+  std::lock_guard lock(setupMutex_);
+  statusWords_.Set(RequirePrinter(order, "name").name, status);
+  return Carried();
+}
+
 Message Spooler::PrinterRemove(const Message& request) {
   const Json& order = request.head;
   std::unique_lock lock(setupMutex_);
@@ -135,6 +148,7 @@ Message Spooler::PrinterRemove(const Message& request) {
   if (store_->HasJobs(NameKey(printer.name)))
     throw OrderError(ERROR_PRINTER_HAS_JOBS_QUEUED, "printer " + printer.name + " has jobs; cancel them first");
   RequireSaved(RemovePrinter(printer.name));
+  statusWords_.Remove(printer.name);
   lock.unlock();
   queues_.CloseUnused(printer.port);
   return Carried();

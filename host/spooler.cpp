@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/job_control.h"
+#include "host/job_info.h"
 #include "host/monitors/port_monitor.h"
 #include "host/names.h"
 #include "host/printer_data_orders.h"
@@ -19,6 +20,7 @@ const Spooler::Operation Spooler::kOperations[] = {
     {"printer-get", &Spooler::PrinterGet},
     {"printer-add", &Spooler::PrinterAdd},
     {"printer-set", &Spooler::PrinterSet},
+    {"printer-status-set", &Spooler::PrinterStatusSet},
     {"printer-remove", &Spooler::PrinterRemove},
     {"port-list", &Spooler::PortList},
     {"port-get", &Spooler::PortGet},
@@ -27,6 +29,7 @@ const Spooler::Operation Spooler::kOperations[] = {
     {"port-remove", &Spooler::PortRemove},
     {"job-list", &Spooler::JobList},
     {"job-get", &Spooler::JobGet},
+    {"job-set", &Spooler::JobSet},
 };
 
 std::unique_ptr<Spooler> Spooler::Start(const std::string& home, std::string* why) {
@@ -95,6 +98,7 @@ Spooler::Json Spooler::Describe(const Job& job) {
   description["reason"] = job.reason;
   description["taken"] = job.taken;
   description["status"] = StatusFlags(job);
+  description["statusText"] = job.statusText;
   return description;
 }
 
@@ -143,6 +147,12 @@ Message Spooler::JobGet(const Message& request) {
     reply.head["outcome"] = kOutcomes[static_cast<int>(store_->Outcome(id))];
     return reply;
   }
+}
+
+Message Spooler::JobSet(const Message& request) {
+  const Job job = RequireJob(request.head);
+  SetJobInfo(*store_, job.id, static_cast<DWORD>(store_->Count(NameKey(job.printer), job.id)), request.head);
+  return Carried();
 }
 
 Message Spooler::JobControl(const Json& order, bool local) {

@@ -9,6 +9,7 @@
 #include "host/order.h"
 #include "host/port_queues.h"
 #include "host/ports.h"
+#include "host/printer_status_words.h"
 #include "host/printers.h"
 #include "platform/spooler/channel.h"
 
@@ -51,6 +52,7 @@ class Spooler final : public platform::SpoolerService {
   Message PrinterGet(const Message& request);
   Message PrinterAdd(const Message& request);
   Message PrinterSet(const Message& request);
+  Message PrinterStatusSet(const Message& request);
   Message PrinterRemove(const Message& request);
   Message PortList(const Message& request);
   Message PortGet(const Message& request);
@@ -59,6 +61,7 @@ class Spooler final : public platform::SpoolerService {
   Message PortRemove(const Message& request);
   Message JobList(const Message& request);
   Message JobGet(const Message& request);
+  Message JobSet(const Message& request);
   Message JobControl(const Json& order, bool local);
   Message JobReport(const Json& order);
   Message PrinterDataGet(const Message& request, bool local);
@@ -71,6 +74,7 @@ class Spooler final : public platform::SpoolerService {
   std::unique_ptr<MonitorLibrary> monitor_;
   std::unique_ptr<JobStore> store_;
   PortQueues queues_;
+  PrinterStatusWords statusWords_;
   /// Serialises changes of printers and ports, and the beginnings of jobs with them. Not held while a port closes.
   std::mutex setupMutex_;
 };

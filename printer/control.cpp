@@ -19,9 +19,10 @@ std::string StatsLine(const Stats& stats) {
   std::array<char, 256> line;
   std::snprintf(line.data(), line.size(),
                 "jobs=%" PRIu64 " bytes=%" PRIu64 " open=%zu buffered=%" PRIu64 " dropped=%" PRIu64
-                " last_bytes=%" PRIu64 " last_crc32=%08" PRIx32,
-                stats.jobs, stats.bytes, stats.open, stats.buffered, stats.dropped, stats.lastBytes,
-                stats.lastChecksum);
+                " last_bytes=%" PRIu64 " last_crc32=%08" PRIx32 " pages=%" PRIu64 " waiting=%" PRIu64
+                " requests=%" PRIu64,
+                stats.jobs, stats.bytes, stats.open, stats.buffered, stats.dropped, stats.lastBytes, stats.lastChecksum,
+                stats.pages, stats.waiting, stats.requests);
   return line.data();
 }
 
@@ -34,43 +35,56 @@ struct Order {
   std::string_view help;
 };
 
-std::string Done(void (LabelPrinter::*action)(), LabelPrinter& printer) {
-  (printer.*action)();
+using Number = std::uint64_t;
+
+/// An order that has nothing to tell.
+template <auto kAction>
+std::string Do(LabelPrinter& printer, Number number) {
+  kAction(printer, number);
   return {};
 }
 
+constexpr auto kReady = [](LabelPrinter& printer, Number) { printer.Ready(); };
+constexpr auto kRefuse = [](LabelPrinter& printer, Number) { printer.Refuse(); };
+constexpr auto kPowerOff = [](LabelPrinter& printer, Number) { printer.PowerOff(); };
+constexpr auto kDrop = [](LabelPrinter& printer, Number bytes) { printer.Drop(bytes); };
+constexpr auto kPause = [](LabelPrinter& printer, Number) { printer.SetReading(false); };
+constexpr auto kResume = [](LabelPrinter& printer, Number) { printer.SetReading(true); };
+constexpr auto kSpeed = [](LabelPrinter& printer, Number bytes) { printer.Engine().SetSpeed(bytes); };
+constexpr auto kPageTime = [](LabelPrinter& printer, Number ms) {
+  printer.Engine().SetPageTime(std::chrono::milliseconds(ms));
+};
+template <unsigned kCondition>
+constexpr auto kSet = [](LabelPrinter& printer, Number) { printer.Engine().Set(kCondition); };
+constexpr auto kPaper = [](LabelPrinter& printer, Number pages) { printer.Engine().SetPaper(pages); };
+constexpr auto kUnasked = [](LabelPrinter& printer, Number on) { printer.SetUnasked(on != 0); };
+constexpr auto kDelay = [](LabelPrinter& printer, Number ms) {
+  printer.Manner().delay = std::chrono::milliseconds(ms);
+};
+constexpr auto kPieces = [](LabelPrinter& printer, Number bytes) { printer.Manner().piece = bytes; };
+constexpr auto kWrong = [](LabelPrinter& printer, Number count) { printer.Manner().wrong = count; };
+constexpr auto kSilent = [](LabelPrinter& printer, Number count) { printer.Manner().silent = count; };
+
 constexpr Order kOrders[] = {
-    {"ready", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::Ready, printer); },
-     "take connections again"},
-    {"refuse", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::Refuse, printer); },
-     "refuse connections; open ones stay"},
-    {"power off", false, [](LabelPrinter& printer, std::uint64_t) { return Done(&LabelPrinter::PowerOff, printer); },
-     "reset every connection, lose the buffer and refuse, until \"ready\""},
-    {"drop", true,
-     [](LabelPrinter& printer, std::uint64_t bytes) {
-       printer.Drop(bytes);
-       return std::string();
-     },
-     "reset the newest or else the next connection after N more bytes"},
-    {"pause", false,
-     [](LabelPrinter& printer, std::uint64_t) {
-       printer.SetReading(false);
-       return std::string();
-     },
-     "stop reading"},
-    {"resume", false,
-     [](LabelPrinter& printer, std::uint64_t) {
-       printer.SetReading(true);
-       return std::string();
-     },
-     "read again"},
-    {"speed", true,
-     [](LabelPrinter& printer, std::uint64_t bytesPerSecond) {
-       printer.SetSpeed(bytesPerSecond);
-       return std::string();
-     },
-     "print N bytes a second; 0 for at once"},
-    {"stats", false, [](LabelPrinter& printer, std::uint64_t) { return StatsLine(printer.Figures()); },
+    {"ready", false, Do<kReady>, "take connections again; paper in, head closed, online, a new ribbon"},
+    {"refuse", false, Do<kRefuse>, "refuse connections, but not for status; open ones stay"},
+    {"power off", false, Do<kPowerOff>, "reset every connection, lose the buffer and refuse, until \"ready\""},
+    {"drop", true, Do<kDrop>, "reset the newest or else the next connection after N more bytes"},
+    {"pause", false, Do<kPause>, "stop reading"},
+    {"resume", false, Do<kResume>, "read again"},
+    {"speed", true, Do<kSpeed>, "print N bytes a second; 0 for at once"},
+    {"page-time", true, Do<kPageTime>, "take N ms for each page"},
+    {"paper out", false, Do<kSet<kPaperOut>>, "stop printing, until \"ready\""},
+    {"head open", false, Do<kSet<kHeadOpen>>, "stop printing, until \"ready\""},
+    {"offline", false, Do<kSet<kOffline>>, "stop printing and reading, but not status, until \"ready\""},
+    {"ribbon low", false, Do<kSet<kRibbonLow>>, "print at half the speed, until \"ready\""},
+    {"paper", true, Do<kPaper>, "be out of paper after N more pages"},
+    {"unasked", true, Do<kUnasked>, "1: tell everybody connected when the status changes; 0: do not"},
+    {"delay", true, Do<kDelay>, "answer N ms late"},
+    {"pieces", true, Do<kPieces>, "answer N bytes at a time, 20 ms apart; 0 for all at once"},
+    {"wrong", true, Do<kWrong>, "send a wrong checksum in the next N answers"},
+    {"silent", true, Do<kSilent>, "do not answer the next N requests"},
+    {"stats", false, [](LabelPrinter& printer, Number) { return StatsLine(printer.Figures()); },
      "figures as key=value"},
     {kWaitIdle, false, nullptr, "answer once everything sent so far is received and printed"},
 };
@@ -125,7 +139,7 @@ std::string Control::Help() {
   std::string help = "Orders on the control port, one a line:";
   for (const Order& order : kOrders) {
     std::string name = "  " + std::string(order.name) + (order.takesNumber ? " N" : "");
-    name.resize(14, ' ');
+    name.resize(15, ' ');
     help += "\n" + name + std::string(order.help);
   }
   return help;
@@ -173,6 +187,7 @@ bool Control::CarryOut(Client* client, std::string_view line) {
   printer_->Serve();
   try {
     const std::string result = order->carryOut(*printer_, number);
+    printer_->Serve();
     return Answer(socket, result.empty() ? "ok" : "ok " + result);
   } catch (const std::system_error& failure) {
     return Answer(socket, std::string("error ") + failure.what());

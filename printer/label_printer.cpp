@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 namespace portwise::printer {
 namespace {
@@ -16,7 +18,7 @@ namespace {
 constexpr std::size_t kChunk = 256 * 1024;
 constexpr std::size_t kMostLinks = 256;
 
-/// How often a printer that prints slowly looks at its buffer.
+/// How often a printer that prints slowly, or answers late, looks at what is due.
 constexpr int kTickMilliseconds = 10;
 
 /// The system's own receive buffer hides how much the printer takes, so it is kept no larger than the printer's.
@@ -50,46 +52,123 @@ void WriteRecord(int record, const char* data, std::size_t size) {
   }
 }
 
+UniqueFd RefusingSocket(std::uint16_t port, std::uint64_t buffer) {
+  UniqueFd socket = BindLoopback(port);
+  LimitReceiveBuffer(socket.Get(), buffer);
+  return socket;
+}
+
 }  // namespace
 
-LabelPrinter::LabelPrinter(const Settings& settings)
-    : settings_(settings), speed_(settings.speed), printedUntil_(Clock::now()) {
+/// What one connection sent, sorted. Stays with neither; made for each piece that is received.
+class LabelPrinter::Receiver : public CommandScanner::Sink {
+ public:
+  Receiver(LabelPrinter* printer, Link* link, bool statusOnly)
+      : printer_(*printer), link_(*link), statusOnly_(statusOnly) {}
+
+  void OnData(std::string_view bytes) override {
+    if (!statusOnly_) link_.pages.Feed(bytes, &pages_);
+  }
+  void OnCommand(Command command, unsigned number, std::string_view) override {
+    if (command == Command::kBlock) {
+      link_.requests.Pass(number);
+      return;
+    }
+    ++printer_.stats_.requests;
+    const std::string text = command == Command::kStatus ? printer_.StatusText() : "ID portwise-printer 1";
+    link_.answers.Put(text, &printer_.manner_, Clock::now());
+  }
+  /// The connection ended.
+  void Flush() {
+    link_.requests.Flush(this);
+    link_.pages.Flush(&pages_);
+  }
+
+ private:
+  /// Page commands are print data, and come behind what they print.
+  struct Pages : CommandScanner::Sink {
+    explicit Pages(Receiver* receiver) : owner(*receiver) {}
+    void OnData(std::string_view bytes) override { owner.printer_.Take(&owner.link_, bytes); }
+    void OnCommand(Command, unsigned number, std::string_view bytes) override {
+      OnData(bytes);
+      owner.printer_.engine_.AddPages(number);
+    }
+    Receiver& owner;
+  };
+
+  LabelPrinter& printer_;
+  Link& link_;
+  const bool statusOnly_;
+  Pages pages_{this};
+};
+
+LabelPrinter::LabelPrinter(const Settings& settings) : settings_(settings) {
+  engine_.SetSpeed(settings_.speed);
+  engine_.SetPageTime(std::chrono::milliseconds(settings_.pageTime));
   if (!settings_.recordFolder.empty()) std::filesystem::create_directories(settings_.recordFolder);
-  listener_ = BindLoopback(settings_.port);
-  port_ = PortOf(listener_.Get());
+  Bind();
   Ready();
+}
+
+void LabelPrinter::Bind() {
+  constexpr int kAttempts = 50;
+  for (int attempt = 1;; ++attempt) {
+    listener_ = RefusingSocket(settings_.port, settings_.buffer);
+    port_ = PortOf(listener_.Get());
+    try {
+      statusListener_ = BindLoopback(static_cast<std::uint16_t>(port_ + 1));
+      return;
+    } catch (const std::system_error&) {
+      // Any pair of ports does when none was asked for.
+      if (settings_.port != 0 || attempt == kAttempts) throw;
+    }
+  }
 }
 
 void LabelPrinter::AddDescriptors(std::vector<pollfd>* descriptors) const {
   if (listening_ && links_.size() < kMostLinks) descriptors->push_back({listener_.Get(), POLLIN, 0});
-  if (!reading_ || Room() == 0) return;
+  if (statusListening_ && statusLinks_.size() < kMostLinks) descriptors->push_back({statusListener_.Get(), POLLIN, 0});
+  for (const Link& link : statusLinks_) descriptors->push_back({link.socket.Get(), POLLIN, 0});
+  if (!IsReading() || Room() == 0) return;
   for (const Link& link : links_) descriptors->push_back({link.socket.Get(), POLLIN, 0});
 }
 
-int LabelPrinter::WaitLimit() const { return stats_.buffered > 0 ? kTickMilliseconds : -1; }
+int LabelPrinter::WaitLimit() const {
+  const auto owesAnswers = [](const Link& link) { return !link.answers.IsEmpty(); };
+  const bool busy = (!engine_.IsEmpty() && !engine_.IsStopped()) ||
+                    std::any_of(links_.begin(), links_.end(), owesAnswers) ||
+                    std::any_of(statusLinks_.begin(), statusLinks_.end(), owesAnswers);
+  return busy ? kTickMilliseconds : -1;
+}
 
 void LabelPrinter::Serve() {
-  Print();
+  const Clock::time_point now = Clock::now();
+  engine_.Run(now);
   Accept();
   std::erase_if(links_, [this](Link& link) {
     const Outcome outcome = Receive(&link);
-    if (outcome != Outcome::kOpen) Ended(link, outcome);
-    return outcome != Outcome::kOpen;
+    if (outcome == Outcome::kOpen) return false;
+    Receiver(this, &link, false).Flush();
+    Ended(link, outcome);
+    return true;
   });
+  std::erase_if(statusLinks_, [this](Link& link) { return ReceiveStatus(&link) != Outcome::kOpen; });
+  TellChanges();
+  const auto isBroken = [now](Link& link) { return !link.answers.Send(link.socket.Get(), now); };
+  std::erase_if(statusLinks_, isBroken);
+  for (Link& link : links_) isBroken(link);  // a broken one is found when it is read
 }
 
 void LabelPrinter::Ready() {
-  if (listening_) return;
-  LimitReceiveBuffer(listener_.Get(), settings_.buffer);
-  Listen(listener_.Get());
-  listening_ = true;
+  engine_.ClearConditions();
+  if (!std::exchange(listening_, true)) Listen(listener_.Get());
+  if (!std::exchange(statusListening_, true)) Listen(statusListener_.Get());
 }
 
 void LabelPrinter::Refuse() {
-  if (!listening_) return;
+  if (!std::exchange(listening_, false)) return;
   listener_ = UniqueFd();
-  listener_ = BindLoopback(port_);
-  listening_ = false;
+  listener_ = RefusingSocket(port_, settings_.buffer);
 }
 
 void LabelPrinter::PowerOff() {
@@ -97,11 +176,16 @@ void LabelPrinter::PowerOff() {
     ResetOnClose(link.socket.Get());
     Ended(link, Outcome::kLost);
   }
+  for (const Link& link : statusLinks_) ResetOnClose(link.socket.Get());
   links_.clear();
-  stats_.buffered = 0;
+  statusLinks_.clear();
+  engine_.Clear();
   nextDrop_.reset();
   reading_ = true;
   Refuse();
+  if (!std::exchange(statusListening_, false)) return;
+  statusListener_ = UniqueFd();
+  statusListener_ = BindLoopback(static_cast<std::uint16_t>(port_ + 1));
 }
 
 void LabelPrinter::Drop(std::uint64_t bytes) {
@@ -113,47 +197,33 @@ void LabelPrinter::Drop(std::uint64_t bytes) {
   }
 }
 
-void LabelPrinter::SetSpeed(std::uint64_t bytesPerSecond) {
-  Print();
-  speed_ = bytesPerSecond;
-}
-
 Stats LabelPrinter::Figures() const {
   Stats figures = stats_;
   figures.open = links_.size();
+  figures.buffered = engine_.BufferedBytes();
+  figures.pages = engine_.PagesPrinted();
+  figures.waiting = engine_.PagesWaiting();
   return figures;
 }
 
 bool LabelPrinter::Idle() const {
-  return stats_.buffered == 0 && !(listening_ && IsReadable(listener_.Get())) &&
+  return engine_.IsEmpty() && !(listening_ && IsReadable(listener_.Get())) &&
          std::none_of(links_.begin(), links_.end(), [](const Link& link) { return IsReadable(link.socket.Get()); });
-}
-
-/// Moves the clock on only by the time that whole bytes took, so that slow printing does not lose fractions.
-void LabelPrinter::Print() {
-  const Clock::time_point now = Clock::now();
-  if (speed_ == 0 || stats_.buffered == 0) {
-    stats_.buffered = 0;
-    printedUntil_ = now;
-    return;
-  }
-  const std::chrono::duration<double> elapsed = now - printedUntil_;
-  const auto printable = static_cast<std::uint64_t>(elapsed.count() * static_cast<double>(speed_));
-  const std::uint64_t printed = std::min(printable, stats_.buffered);
-  stats_.buffered -= printed;
-  const std::chrono::duration<double> spent(static_cast<double>(printed) / static_cast<double>(speed_));
-  printedUntil_ += std::chrono::duration_cast<Clock::duration>(spent);
 }
 
 void LabelPrinter::Accept() {
   while (listening_ && links_.size() < kMostLinks) {
     Link link;
     link.socket = AcceptNext(listener_.Get());
-    if (!link.socket) return;
-    ++accepted_;
-    if (!settings_.recordFolder.empty()) link.record = CreateRecord(settings_.recordFolder, accepted_);
+    if (!link.socket) break;
     link.dropAfter = std::exchange(nextDrop_, std::nullopt);
     links_.push_back(std::move(link));
+  }
+  while (statusListening_ && statusLinks_.size() < kMostLinks) {
+    Link link;
+    link.socket = AcceptNext(statusListener_.Get());
+    if (!link.socket) break;
+    statusLinks_.push_back(std::move(link));
   }
 }
 
@@ -163,7 +233,7 @@ LabelPrinter::Outcome LabelPrinter::Receive(Link* link) {
     ResetOnClose(link->socket.Get());
     return Outcome::kLost;
   }
-  std::size_t wanted = reading_ ? Room() : 0;
+  std::size_t wanted = IsReading() ? Room() : 0;
   if (link->dropAfter) wanted = static_cast<std::size_t>(std::min<std::uint64_t>(wanted, *link->dropAfter));
   if (wanted == 0) return Outcome::kOpen;
   const ssize_t received = ::recv(link->socket.Get(), chunk.data(), wanted, MSG_DONTWAIT);
@@ -171,12 +241,9 @@ LabelPrinter::Outcome LabelPrinter::Receive(Link* link) {
   if (received < 0) return errno == EAGAIN || errno == EINTR ? Outcome::kOpen : Outcome::kLost;
 
   const auto size = static_cast<std::size_t>(received);
-  if (link->record) WriteRecord(link->record.Get(), chunk.data(), size);
-  link->checksum = static_cast<std::uint32_t>(
-      crc32(link->checksum, reinterpret_cast<const Bytef*>(chunk.data()), static_cast<uInt>(size)));
-  link->bytes += size;
-  stats_.bytes += size;
-  if (speed_ > 0) stats_.buffered += size;
+  Receiver receiver(this, link, false);
+  link->requests.Feed(std::string_view(chunk.data(), size), &receiver);
+  engine_.Run(Clock::now());
   if (link->dropAfter && (*link->dropAfter -= size) == 0) {
     ResetOnClose(link->socket.Get());
     return Outcome::kLost;
@@ -184,9 +251,53 @@ LabelPrinter::Outcome LabelPrinter::Receive(Link* link) {
   return Outcome::kOpen;
 }
 
+LabelPrinter::Outcome LabelPrinter::ReceiveStatus(Link* link) {
+  std::array<char, 1024> chunk;
+  const ssize_t received = ::recv(link->socket.Get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
+  if (received == 0) return Outcome::kClosed;
+  if (received < 0) return errno == EAGAIN || errno == EINTR ? Outcome::kOpen : Outcome::kLost;
+  Receiver receiver(this, link, true);
+  link->requests.Feed(std::string_view(chunk.data(), static_cast<std::size_t>(received)), &receiver);
+  return Outcome::kOpen;
+}
+
+void LabelPrinter::Take(Link* link, std::string_view data) {
+  if (!settings_.recordFolder.empty()) {
+    if (!link->record) link->record = CreateRecord(settings_.recordFolder, ++recorded_);
+    WriteRecord(link->record.Get(), data.data(), data.size());
+  }
+  link->checksum = static_cast<std::uint32_t>(
+      crc32(link->checksum, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size())));
+  link->bytes += data.size();
+  stats_.bytes += data.size();
+  engine_.AddBytes(data.size());
+}
+
+std::string LabelPrinter::StatusText() const {
+  const char state = engine_.IsStopped() ? 'S' : engine_.IsEmpty() ? 'R' : 'P';
+  const std::uint64_t buffered = engine_.BufferedBytes();
+  std::array<char, 128> text;
+  std::snprintf(text.data(), text.size(), "ST %c %02X %" PRIu64 " %" PRIu64 " %" PRIu64 " %" PRIu64, state,
+                engine_.Conditions(), settings_.buffer - std::min(settings_.buffer, buffered), settings_.buffer,
+                engine_.PagesPrinted(), engine_.PagesWaiting());
+  return text.data();
+}
+
+void LabelPrinter::TellChanges() {
+  constexpr std::size_t kStateLength = sizeof "ST R 00" - 1;
+  const std::string text = StatusText();
+  if (!toldState_.empty() && text.starts_with(toldState_)) return;
+  const bool first = toldState_.empty();
+  toldState_ = text.substr(0, kStateLength);
+  if (!unasked_ || first) return;
+  for (std::vector<Link>* links : {&links_, &statusLinks_}) {
+    for (Link& link : *links) link.answers.Put(text, &manner_, Clock::now());
+  }
+}
+
 std::size_t LabelPrinter::Room() const {
-  if (speed_ == 0) return kChunk;
-  const std::uint64_t room = settings_.buffer > stats_.buffered ? settings_.buffer - stats_.buffered : 0;
+  const std::uint64_t buffered = engine_.BufferedBytes();
+  const std::uint64_t room = settings_.buffer > buffered ? settings_.buffer - buffered : 0;
   return static_cast<std::size_t>(std::min<std::uint64_t>(room, kChunk));
 }
 

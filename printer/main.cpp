@@ -53,7 +53,9 @@ int main(int argc, char** argv) {
   std::uint16_t controlPort = 0;
   CLI::App app(
       "A label printer made of software. It listens on 127.0.0.1 and prints \"ready PORT CONTROL\" once it serves.");
-  app.add_option("--port", settings.port, "TCP port of the printer; 0 for any free one")->capture_default_str();
+  app.add_option("--port", settings.port,
+                 "TCP port of the printer, which answers status on the next one too; 0 for any free pair")
+      ->capture_default_str();
   app.add_option("--control", controlPort, "TCP port that takes orders; 0 for any free one")->capture_default_str();
   app.add_option("--record", settings.recordFolder,
                  "folder that gets NNNN.prn for each connection; without it only counts and a CRC-32 are kept");
@@ -62,6 +64,9 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   app.add_option("--buffer", settings.buffer, "bytes taken ahead of printing")
       ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  app.add_option("--page-time", settings.pageTime, "milliseconds that a page takes; 0 for none")
+      ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   app.footer(Control::Help());
   CLI11_PARSE(app, argc, argv);

@@ -12,11 +12,13 @@
 #include "monitor/call_guard.h"
 #include "monitor/entry_points.h"
 #include "monitor/port_list.h"
+#include "xpml/port/port_commands.h"
 
 namespace {
 
-/// For guards that know no port.
+/// The first is for guards that know no port.
 portwise::EventLogReport noLog(nullptr);
+portwise::PortCommands portCommands;
 
 }  // namespace
 
@@ -25,6 +27,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
     case DLL_PROCESS_ATTACH:
       portwise::SetModuleInstance(instance);
       portwise::OExceptionHandler::SetDefaultReport(&noLog);
+      portwise::SetPortCommands(&portCommands);
       portwise::CreatePortList();
       break;
     case DLL_PROCESS_DETACH:

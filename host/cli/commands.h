@@ -9,6 +9,7 @@ void AddPortCommands(CLI::App& app);
 void AddPrinterCommands(CLI::App& app);
 void AddPrintCommand(CLI::App& app);
 void AddJobCommands(CLI::App& app);
+void AddStatusCommand(CLI::App& app);
 void AddRegistryCommands(CLI::App& app);
 /// Those that write and read files of registry text, below "registry".
 void AddRegistryFileCommands(CLI::App& registry);

@@ -4,6 +4,7 @@
 
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
+#include "host/cli/flag_names.h"
 
 namespace portwise {
 
@@ -17,6 +18,13 @@ struct JobArguments {
   bool json = false;
 };
 
+/// What the monitor says of the job, then what the queue does.
+std::string Reason(const Json& job) {
+  const std::string said = job.value("statusText", "");
+  const std::string reason = job.value("reason", "");
+  return said + (said.empty() || reason.empty() ? "" : "; ") + reason;
+}
+
 void List(const JobArguments& arguments) {
   Client client;
   Json jobs = Json::array();
@@ -28,12 +36,14 @@ void List(const JobArguments& arguments) {
     for (Json& job : Json::parse(page.body)) jobs.push_back(job);
   }
   if (arguments.json) return PrintJson(jobs);
-  std::vector<std::vector<std::string>> rows{{"JOB", "PRINTER", "STATE", "BYTES", "USER", "DOCUMENT", "REASON"}};
+  std::vector<std::vector<std::string>> rows{
+      {"JOB", "PRINTER", "STATE", "STATUS", "BYTES", "USER", "DOCUMENT", "REASON"}};
   for (const Json& job : jobs) {
     std::string bytes = std::to_string(job.value("taken", std::uint64_t{0})) + "/" +
                         std::to_string(job.value("size", std::uint64_t{0}));
-    rows.push_back({std::to_string(job.value("job", 0u)), job.value("printer", ""), job.value("state", ""), bytes,
-                    job.value("user", ""), job.value("document", ""), job.value("reason", "")});
+    rows.push_back({std::to_string(job.value("job", 0u)), job.value("printer", ""), job.value("state", ""),
+                    Joined(JobStatusNames(job.value("status", DWORD{0}))), bytes, job.value("user", ""),
+                    job.value("document", ""), Reason(job)});
   }
   PrintTable(rows);
 }

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   portwise::AddPrinterCommands(app);
   portwise::AddPrintCommand(app);
   portwise::AddJobCommands(app);
+  portwise::AddStatusCommand(app);
   portwise::AddRegistryCommands(app);
   portwise::AddEventCommand(app);
   portwise::AddLogCommands(app);

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/hex.h"
+#include "host/cli/flag_names.h"
 #include "platform/text.h"
 
 namespace portwise {
@@ -14,10 +15,7 @@ namespace {
 
 constexpr char kDefaultKey[] = "PrinterDriverData";
 
-struct {
-  const char* name;
-  DWORD flag;
-} constexpr kAttributes[] = {
+constexpr FlagName kAttributes[] = {
     {"queued", PRINTER_ATTRIBUTE_QUEUED},
     {"direct", PRINTER_ATTRIBUTE_DIRECT},
     {"default", PRINTER_ATTRIBUTE_DEFAULT},
@@ -88,15 +86,7 @@ DWORD ParseAttributes(const std::string& text) {
   return flags;
 }
 
-std::string AttributeNames(DWORD attributes) {
-  std::string names;
-  for (const auto& row : kAttributes) {
-    if (attributes & row.flag) names += std::string(names.empty() ? "" : ",") + row.name;
-    attributes &= ~row.flag;
-  }
-  if (attributes != 0) names += (names.empty() ? "" : ",") + std::to_string(attributes);
-  return names;
-}
+std::string AttributeNames(DWORD attributes) { return Joined(NamesOf(kAttributes, attributes)); }
 
 PrinterData ParsePrinterDataName(const std::string& text) {
   const std::size_t slash = text.rfind('/');

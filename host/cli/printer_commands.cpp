@@ -4,6 +4,7 @@
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
 #include "host/cli/parse.h"
+#include "host/cli/status_command.h"
 
 namespace portwise {
 
@@ -115,6 +116,7 @@ void Show(const PrinterArguments& arguments) {
        {"name", "server", "port", "driver", "driverFile", "dataFile", "share", "comment", "location"})
     rows.push_back({std::string(field) + ":", printer.value(field, "")});
   rows.push_back({"attributes:", AttributeNames(printer.value("attributes", DWORD{0}))});
+  rows.push_back({"status:", PrinterCondition(printer)});
   rows.push_back({"jobs:", std::to_string(printer.value("jobs", 0u))});
   for (const Json& entry : printer["data"])
     rows.push_back(

@@ -40,6 +40,11 @@
 #define JOB_CONTROL_DELETE 5
 #define JOB_CONTROL_SENT_TO_PRINTER 6
 
+#define JOB_POSITION_UNSPECIFIED 0
+#define MAX_PRIORITY 99
+#define MIN_PRIORITY 1
+#define DEF_PRIORITY 1
+
 #define JOB_STATUS_PAUSED 0x1u
 #define JOB_STATUS_ERROR 0x2u
 #define JOB_STATUS_DELETING 0x4u
@@ -54,21 +59,36 @@
 #define JOB_STATUS_RESTART 0x800u
 #define JOB_STATUS_COMPLETE 0x1000u
 
+#define PRINTER_CONTROL_PAUSE 1
+#define PRINTER_CONTROL_RESUME 2
+#define PRINTER_CONTROL_PURGE 3
+#define PRINTER_CONTROL_SET_STATUS 4
+
+#define PRINTER_STATUS_PAUSED 0x1u
+#define PRINTER_STATUS_ERROR 0x2u
+#define PRINTER_STATUS_PENDING_DELETION 0x4u
 #define PRINTER_STATUS_PAPER_JAM 0x8u
 #define PRINTER_STATUS_PAPER_OUT 0x10u
+#define PRINTER_STATUS_MANUAL_FEED 0x20u
+#define PRINTER_STATUS_PAPER_PROBLEM 0x40u
 #define PRINTER_STATUS_OFFLINE 0x80u
+#define PRINTER_STATUS_IO_ACTIVE 0x100u
 #define PRINTER_STATUS_BUSY 0x200u
 #define PRINTER_STATUS_PRINTING 0x400u
 #define PRINTER_STATUS_OUTPUT_BIN_FULL 0x800u
 #define PRINTER_STATUS_NOT_AVAILABLE 0x1000u
+#define PRINTER_STATUS_WAITING 0x2000u
 #define PRINTER_STATUS_PROCESSING 0x4000u
 #define PRINTER_STATUS_INITIALIZING 0x8000u
 #define PRINTER_STATUS_WARMING_UP 0x10000u
 #define PRINTER_STATUS_TONER_LOW 0x20000u
 #define PRINTER_STATUS_NO_TONER 0x40000u
+#define PRINTER_STATUS_PAGE_PUNT 0x80000u
 #define PRINTER_STATUS_USER_INTERVENTION 0x100000u
 #define PRINTER_STATUS_OUT_OF_MEMORY 0x200000u
 #define PRINTER_STATUS_DOOR_OPEN 0x400000u
+#define PRINTER_STATUS_SERVER_UNKNOWN 0x800000u
+#define PRINTER_STATUS_POWER_SAVE 0x1000000u
 
 struct PRINTER_DEFAULTSW {
   LPWSTR pDatatype;
@@ -197,9 +217,12 @@ BOOL WINAPI ClosePrinter(HANDLE printer);
 /// Levels 1, 2, 4 and 5. ERROR_INSUFFICIENT_BUFFER with the needed size when `size` bytes do not hold the structure and
 /// what it points to.
 BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-/// Level 2, and no command. What cannot be changed in this way is ignored: the printer's name and server, its security
-/// and its times. Without PRINTER_ATTRIBUTE_SHARED the printer is shared no longer. ERROR_ACCESS_DENIED unless the
-/// printer was opened with PRINTER_ACCESS_ADMINISTER.
+/// Level 2 with the command 0 changes the printer. What cannot be changed in this way is ignored: the printer's name
+/// and server, its status, its security and its times; so are texts and a device mode that are null. Without
+/// PRINTER_ATTRIBUTE_SHARED the printer is shared no longer.
+/// Level 0 is for commands. PRINTER_CONTROL_SET_STATUS takes the printer's new PRINTER_STATUS_ word for `info`; it
+/// lasts until the spooler ends. This spooler does not carry out the others: ERROR_INVALID_PRINTER_COMMAND, as for a
+/// command at another level. Both need PRINTER_ACCESS_ADMINISTER, or fail with ERROR_ACCESS_DENIED.
 BOOL WINAPI SetPrinterW(HANDLE printer, DWORD level, LPBYTE info, DWORD command);
 /// Levels 1, 2, 4 and 5 of the printers that `flags` ask for: local ones, connections to other computers, or both;
 /// with PRINTER_ENUM_SHARED only shared ones. `name` must be null. No device mode in level 2.
@@ -220,6 +243,11 @@ DWORD WINAPI SetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, DWORD
 DWORD WINAPI DeletePrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value);
 /// Levels 1 and 2.
 BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-/// Only commands: `level` 0 and no buffer.
+/// Level 0, without a buffer, is for commands. Level 1 changes the job and then carries out the command, unless that is
+/// 0. Of the status the bits of errors, of the printer's state and of printing are taken over; the others tell what
+/// happens to the job and stay. A null `pStatus` leaves the job without a text, a null document name or data type
+/// changes nothing. Who the job is from, its id, times and pages are ignored. The data type is RAW, or
+/// ERROR_INVALID_DATATYPE; another place in the queue or another priority is ERROR_NOT_SUPPORTED, the place without
+/// PRINTER_ACCESS_ADMINISTER ERROR_ACCESS_DENIED.
 BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command);
 }

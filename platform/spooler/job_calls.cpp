@@ -7,6 +7,7 @@
 #include "platform/kernel/fail.h"
 #include "platform/spooler/packer.h"
 #include "platform/spooler/printer_handles.h"
+#include "platform/text.h"
 
 namespace portwise::platform {
 
@@ -42,7 +43,7 @@ template <class Info>
 void PackJob(const Json& job, Info info, Packer<Info>* packer) {
   info.JobId = job.value("job", DWORD{0});
   info.Status = job.value("status", DWORD{0});
-  info.Priority = 1;
+  info.Priority = DEF_PRIORITY;
   info.Position = job.value("position", DWORD{0});
   info.Submitted = ParseTime(job.value("submitted", std::string()));
   packer->Add(info);
@@ -51,7 +52,10 @@ void PackJob(const Json& job, Info info, Packer<Info>* packer) {
   packer->Text(&Info::pUserName, Field(job, "user"));
   packer->Text(&Info::pDocument, Field(job, "document"));
   packer->Text(&Info::pDatatype, TEXT("RAW"));
-  if (std::u16string reason = Field(job, "reason"); !reason.empty()) packer->Text(&Info::pStatus, reason);
+  // What was said of the job counts before the queue's own reason.
+  std::u16string status = Field(job, "statusText");
+  if (status.empty()) status = Field(job, "reason");
+  if (!status.empty()) packer->Text(&Info::pStatus, status);
 }
 
 /// Text members are null when there is no text.
@@ -61,6 +65,21 @@ void PackJob2(const Json& job, Packer<JOB_INFO_2W>* packer) {
   PackJob(job, info, packer);
   packer->Text(&JOB_INFO_2W::pNotifyName, Field(job, "user"));
   packer->Text(&JOB_INFO_2W::pDriverName, Field(job, "driver"));
+}
+
+/// The order that gives a job the changeable members of `info`.
+Json ChangeOrder(const OpenedPrinter& printer, DWORD job, const JOB_INFO_1W& info) {
+  Json order{
+      {"op", "job-set"},       {"printer", printer.name},     {"access", printer.access},  {"job", job},
+      {"status", info.Status}, {"statusText", std::string()}, {"priority", info.Priority}, {"position", info.Position}};
+  struct {
+    const char* field;
+    LPWSTR text;
+  } const texts[] = {{"document", info.pDocument}, {"datatype", info.pDatatype}, {"statusText", info.pStatus}};
+  for (const auto& row : texts) {
+    if (row.text) order[row.field] = ToUtf8(row.text);
+  }
+  return order;
 }
 
 }  // namespace
@@ -90,7 +109,11 @@ BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD
 BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command) {
   auto opened = FindPrinterHandle(printer);
   if (!opened) return FALSE;
-  if (level != 0) return Fail(ERROR_INVALID_LEVEL);
-  if (buffer) return Fail(ERROR_INVALID_PARAMETER);
+  if (level > 1) return Fail(ERROR_INVALID_LEVEL);
+  if ((buffer != nullptr) != (level == 1)) return Fail(ERROR_INVALID_PARAMETER);
+  if (level == 1) {
+    if (!Order(ChangeOrder(*opened, job, *reinterpret_cast<const JOB_INFO_1W*>(buffer)))) return FALSE;
+    if (command == 0) return TRUE;
+  }
   return Order({{"op", "job-control"}, {"printer", opened->name}, {"job", job}, {"command", command}}).has_value();
 }

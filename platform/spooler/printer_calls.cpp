@@ -71,6 +71,13 @@ BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, 
 BOOL WINAPI SetPrinterW(HANDLE printer, DWORD level, LPBYTE info, DWORD command) {
   auto opened = FindPrinterHandle(printer);
   if (!opened) return FALSE;
+  if (level == 0) {
+    if (command != PRINTER_CONTROL_SET_STATUS) return Fail(ERROR_INVALID_PRINTER_COMMAND);
+    // The word itself travels in the pointer.
+    const auto status = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(info));
+    return Order({{"op", "printer-status-set"}, {"name", opened->name}, {"access", opened->access}, {"status", status}})
+        .has_value();
+  }
   if (level != 2) return Fail(ERROR_INVALID_LEVEL);
   if (command != 0) return Fail(ERROR_INVALID_PRINTER_COMMAND);
   if (!info) return Fail(ERROR_INVALID_PARAMETER);

@@ -72,6 +72,7 @@ void PackPrinter(const Json& printer, const std::string&, Packer<PRINTER_INFO_1W
 void PackPrinter(const Json& printer, const std::string& devMode, Packer<PRINTER_INFO_2W>* packer) {
   PRINTER_INFO_2W info{};
   info.Attributes = Attributes(printer);
+  info.Status = printer.value("status", DWORD{0});
   info.cJobs = printer.value("jobs", DWORD{0});
   info.Priority = info.DefaultPriority = 1;
   packer->Add(info);

@@ -101,6 +101,9 @@ class Connection {
   /// Binds the connection to its port, which must outlive it. Before any other use.
   void SetPortContext(PortLink* port) { port_ = port; }
 
+  /// Where failures in what the connection is used for are reported; null for nowhere.
+  FaultReport* Faults() const { return port_ != nullptr ? port_->Faults() : nullptr; }
+
   ConnectionKind GetKind() const { return kind_; }
   bool IsCom() const { return kind_ == ConnectionKind::Com; }
   bool IsParallel() const { return kind_ == ConnectionKind::Parallel; }

@@ -5,6 +5,7 @@
 #include "core/fault_report.h"
 #include "core/handles.h"
 #include "core/synchronizer.h"
+#include "core/worker_thread.h"
 
 namespace portwise {
 
@@ -40,22 +41,16 @@ class DelayedClose {
   void RequestClose() { SetEvent(closeNow_.Get()); }
 
  private:
-  static DWORD WINAPI Run(LPVOID self);
+  void Run();
   void Wait();
-  bool IsUnderWay() const;
-  void AwaitEnd();
 
   Target& target_;
   FaultReport* report_ = nullptr;
   // Under the lock: who starts and who waits for the thread. The thread itself does not take it.
   OCriticalSection lock_;
-  unique_handle thread_;
-  unique_module library_;  // the thread's reference on its code, from its start until it takes it along
-  // Manual-reset events. The last is set while no thread uses the target: a thread's own end cannot be waited for where
-  // the library is being unloaded.
-  unique_handle cancel_;
+  unique_handle cancel_;  // manual-reset, as is the next
   unique_handle closeNow_;
-  unique_handle ended_;
+  WorkerThread thread_;
 };
 
 }  // namespace portwise

@@ -8,33 +8,13 @@
 
 namespace portwise {
 
-bool DocumentControl::Start(DWORD job, DWORD level, BYTE* info) {
-  OScopedLock lock(lock_);
-  const OString name = info ? OString(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName) : name_;
-  if (!BeginAtConnection(job, level, info)) return false;
-  if (info) {
-    name_ = name;
-    port_.Settings().Refresh(port_.PrinterName());
-    port_.Diagnostics().Reload();
-    port_.Path().BeginJob();
-  }
-  return true;
-}
-
-bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
-  if (job != 0) job_ = job;
-  if (depth_ == 0 && port_.IsOpen()) {
-    Connection& connection = port_.PrinterConnection();
-    if (!connection.StartDoc(job, level, info)) return false;
-    // A failure from here on must not leave a document that nobody ends.
-    try {
-      if (port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
-    } catch (...) {
-      connection.EndDoc();
-      throw;
-    }
+bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
+  if (job != 0) {
+    port_.Path().EndSilence();
+    job_ = job;
   }
   if (depth_ == 0) {
+    if (!BeginAtConnection(job, level, info)) return false;
     Connection& connection = port_.PrinterConnection();
     const ULONGLONG lost = connection.TakeUnconfirmedBytes();
     if (lost > 0) {
@@ -47,44 +27,32 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
   return true;
 }
 
-void DocumentControl::End() {
-  OScopedLock lock(lock_);
-  bool delivered = false;
+bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
+  if (!port_.IsOpen()) return true;
+  Connection& connection = port_.PrinterConnection();
+  if (!connection.StartDoc(job, level, info)) return false;
+  // A failure from here on must not leave a document that nobody ends.
   try {
-    delivered = port_.Path().EndJob();
+    if (port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
   } catch (...) {
-    EndAtConnection(false);
+    connection.EndDoc();
     throw;
   }
-  EndAtConnection(delivered);
+  return true;
 }
 
-void DocumentControl::EndAtConnection(bool delivered) {
+void DocumentControl::End(bool job) {
   if (depth_ > 0) --depth_;
-  if (depth_ == 0) {
-    Connection& connection = port_.PrinterConnection();
-    // First the end of the connection, which tells whether the printer has everything.
-    connection.EndDoc();
-    const ULONGLONG unconfirmed = connection.TakeUnconfirmedBytes();
-    const bool deleted = port_.JobIsDeleted();
-    if (unconfirmed > 0 && !deleted) {
-      WarnOfLoss(unconfirmed);
-    } else if (delivered || deleted) {
-      ControlJob(port_.PrinterName(), job_, connection.IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
-    } else {
-      port_.Warn("The end of job " + OString::FromUnsigned(job_) + " could not be delivered to the printer.");
-    }
-  }
-  job_ = 0;
+  if (depth_ > 0) return;
+  Connection& connection = port_.PrinterConnection();
+  if (connection.IsNetwork()) connection.SetKeepOpen(port_.Monitoring().IsOn() && MoreJobsWait(job));
+  connection.EndDoc();
+  // Of what was said between jobs nobody asks whether it arrived.
+  if (!job) connection.TakeUnconfirmedBytes();
 }
 
-/// The job stays in the queue, where people see it: to print it again may double labels, to forget it may lose some.
-void DocumentControl::WarnOfLoss(ULONGLONG unconfirmed) {
-  port_.Warn("The connection to the printer was lost, or left without an answer, while job " +
-             OString::FromUnsigned(job_) + " was printed. It is not known whether the printer has " +
-             OString::FromUnsigned(unconfirmed) + " of its " + OString::FromUnsigned(port_.Path().SentBytes()) +
-             " bytes.");
-}
+/// Beside the job itself, which still counts.
+bool DocumentControl::MoreJobsWait(bool job) const { return JobsQueued(port_.PrinterName()) > (job ? 1u : 0u); }
 
 void DocumentControl::AbandonAll() {
   const auto endDocPort = port_.PortFunctions().pfnEndDocPort;

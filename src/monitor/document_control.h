@@ -11,21 +11,23 @@ namespace portwise {
 
 class PortContext;
 
-/// The documents that are open at a port's connection, and the job they belong to.
+/// The documents that are open at a port's connection: jobs, and what the status monitor and requests do between them.
 ///
 /// Starts may nest; only the outermost start and the last end reach the connection. Start and end of one port run under
-/// one lock, held over the whole of either.
+/// one lock, held over the whole of either; who uses the connection between jobs holds it from start to end.
 class DocumentControl {
  public:
   explicit DocumentControl(PortContext& port) : port_(port) {}
 
-  /// Begins a document and, when the connection took it, the job's processing. False, with the connection's last
-  /// error, when the connection refused.
-  bool Start(DWORD job, DWORD level, BYTE* info);
+  OCriticalSection& Lock() { return lock_; }
 
-  /// Ends the job's processing and then the document. With the last end the spooler is told that the job has left,
-  /// unless some of it is undelivered or a connection was lost that had taken bytes of it.
-  void End();
+  /// Begins a document at the connection; with `job` 0 it belongs to none. False, with the connection's last error,
+  /// when the connection refused. Under the lock.
+  bool Begin(DWORD job, DWORD level, BYTE* info);
+  /// Ends it. `job` tells that it was a job's, which decides when its connection may close. Under the lock.
+  void End(bool job);
+  /// The job's end is told everywhere.
+  void ForgetJob() { job_ = 0; }
 
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
   void AbandonAll();
@@ -37,14 +39,12 @@ class DocumentControl {
 
  private:
   bool BeginAtConnection(DWORD job, DWORD level, BYTE* info);
-  void EndAtConnection(bool delivered);
-  void WarnOfLoss(ULONGLONG unconfirmed);
+  bool MoreJobsWait(bool job) const;
 
   PortContext& port_;
   OCriticalSection lock_;
   std::atomic<DWORD> job_{0};
-  DWORD depth_ = 0;
-  OString name_;
+  std::atomic<DWORD> depth_{0};
 };
 
 }  // namespace portwise

@@ -1,16 +1,28 @@
 #include "monitor/port_context.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "connection/connection_use.h"
 #include "connection/create_connection.h"
+#include "monitor/call_guard.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
 namespace portwise {
 
 PortContext::PortContext(const OString& portName)
-    : portName_(portName), eventLog_(portName), documents_(*this), path_(*this) {}
+    : portName_(portName),
+      eventLog_(portName),
+      publisher_(*this, texts_),
+      flow_(*this),
+      pages_(*this),
+      monitoring_(*this),
+      documents_(*this),
+      path_(*this),
+      session_(*this),
+      plugin_(&plugins_.Monitor()),
+      statusMonitor_(*this) {}
 
 PortContext::~PortContext() = default;
 
@@ -29,6 +41,8 @@ bool PortContext::Open(HANDLE monitorPort, const MONITOR2& underlying) {
   if (!opened) portHandle_ = nullptr;
   settings_.Refresh(PrinterName());
   ready_ = opened || IsTcp();
+  // Without the thread the port still prints.
+  if (ready_ && (IsTcp() || functions_.pfnReadPort)) statusMonitor_.Start();
   return ready_;
 }
 
@@ -41,6 +55,7 @@ void PortContext::ConnectTo() {
 
 void PortContext::Close() {
   ready_ = false;
+  statusMonitor_.Stop();
   try {
     if (!IsTcp()) documents_.AbandonAll();
   } catch (...) {
@@ -58,7 +73,7 @@ void PortContext::ClosePort() {
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   SetPrinterName(printer);
   diagnostics_.LogCall("lmStartDocPortW");
-  return documents_.Start(job, level, info);
+  return session_.Start(job, level, info);
 }
 
 BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
@@ -69,7 +84,9 @@ BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
 bool PortContext::Read(BYTE* buffer, DWORD size, DWORD* read) {
   diagnostics_.SaveReadBuffer(buffer, size);
   const ConnectionUse use(*connection_);
-  return connection_->Read(buffer, size, read);
+  const bool success = connection_->Read(buffer, size, read);
+  responses_.Append(std::string_view(reinterpret_cast<const char*>(buffer), std::min(*read, size)));
+  return success;
 }
 
 BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
@@ -97,6 +114,42 @@ void PortContext::SetPrinterName(const OString& printer) {
   printerName_ = printer;
   eventLog_.SetPrinterName(printer);
   settings_.ForgetPrinter();
+  plugins_.PrinterRenamed(printer);
+}
+
+std::unique_ptr<OExceptionHandler> PortContext::MakeGuard(const char* name) {
+  auto guard = std::make_unique<NetMonExceptionHandler>(name, NetMonExceptionHandler::kReportEventLog);
+  guard->ReportTo(this);
+  return guard;
+}
+
+bool PortContext::LoadPlugin() {
+  return plugins_.Monitor().Load(PrinterName(), portName_, *connection_) == PluginLoad::PrinterOpened;
+}
+
+void PortContext::EnsureProtocolLoaded() { plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_); }
+
+bool PortContext::BeginStatusDocument() {
+  WCHAR name[] = TEXT("Status Monitor");
+  DOC_INFO_1W info = {name, nullptr, nullptr};
+  return documents_.Begin(0, 1, reinterpret_cast<LPBYTE>(&info));
+}
+
+void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
+  statusMonitor_.Stop();
+  monitor_ = &monitor;
+  plugin_ = &plugin;
+}
+
+DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& type, DWORD copies,
+                                       std::string_view data) {
+  const auto size = static_cast<DWORD>(data.size());
+  const DWORD code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
+                                           : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
+  if (code == 0) return 0;
+  path_.Silence();
+  if (monitoring_.IsOn()) Publish(PrinterStatus(code));
+  return code;
 }
 
 }  // namespace portwise

@@ -13,21 +13,35 @@
 #include "core/ostring.h"
 #include "core/synchronizer.h"
 #include "logging/event_log_report.h"
+#include "logging/job_logger.h"
 #include "logging/printer_port_event_log.h"
 #include "monitor/diagnostics.h"
 #include "monitor/document_control.h"
+#include "monitor/flow_control.h"
+#include "monitor/job_monitoring.h"
 #include "monitor/job_records.h"
+#include "monitor/job_session.h"
+#include "monitor/page_tracker.h"
 #include "monitor/port_settings.h"
+#include "monitor/print_code_recorder.h"
 #include "monitor/print_path.h"
+#include "monitor/response_buffer.h"
+#include "monitor/status_publisher.h"
+#include "monitor/status_text.h"
+#include "plugin/port_plugins.h"
+#include "query/query_command_port.h"
+#include "query/status_events.h"
+#include "query/status_host.h"
+#include "query/status_monitor.h"
 
 namespace portwise {
 
 /// One open port, from the spooler's open to its close: the handle that the spooler holds.
 ///
-/// It owns the port's connection, its documents and the road of its print data, and is what they ask about the port.
-/// The spooler calls the operations of one port from one thread at a time, but for reads and requests for printer
-/// data, which may come while a write runs.
-class PortContext final : public PortLink {
+/// It owns everything of the port and brings it together: the connection, the road of the print data with what a job
+/// keeps on it, the plug-ins, the status monitor, the logs. The spooler calls the operations of one port from one
+/// thread at a time, but for reads and requests for printer data, which may come while a write runs.
+class PortContext final : public PortLink, public PublishingPort, public StatusHost, public QueryCommandPort {
  public:
   explicit PortContext(const OString& portName);
   ~PortContext() override;
@@ -44,7 +58,7 @@ class PortContext final : public PortLink {
   bool StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info);
   BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
   bool Read(BYTE* buffer, DWORD size, DWORD* read);
-  void EndDocument() { documents_.End(); }
+  void EndDocument() { session_.End(); }
   /// Passes a device request on to the monitor below; FALSE when the port is not open there.
   BOOL GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
                      DWORD* returned);
@@ -62,22 +76,66 @@ class PortContext final : public PortLink {
 
   bool IsOpen() const { return portHandle_ != nullptr; }
   bool IsTcp() const { return connection_ && connection_->IsTcp(); }
-  Connection& PrinterConnection() { return *connection_; }
+  Connection& PrinterConnection() override { return *connection_; }
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
+
   PrintPath& Path() { return path_; }
-  JobRecords& Jobs() { return jobs_; }
+  DocumentControl& Documents() { return documents_; }
+  JobRecords& Jobs() override { return jobs_; }
+  JobLogger& JobLog() override { return log_; }
+  PageTracker& Pages() { return pages_; }
+  FlowControl& Flow() { return flow_; }
+  PrintCodeRecorder& Recorder() { return recorder_; }
   PortSettings& Settings() { return settings_; }
+  DriverSettings& SettingValues() override { return settings_.Values(); }
   MonitorDiagnostics& Diagnostics() { return diagnostics_; }
+  ResponseBuffer& Responses() { return responses_; }
   /// Messages about the port and its printer.
   PrinterPortEventLog& EventLog() { return eventLog_; }
+
+  PortPlugins& Plugins() { return plugins_; }
+  MonitorInterface& Plugin() override { return *plugin_; }
+  ProtocolInterface& Protocol() override { return plugins_.Protocol(); }
+  JobMonitoring& Monitoring() { return monitoring_; }
+  JobMonitor& Monitor() { return *monitor_; }
+  StatusEvents& Events() override { return events_; }
+  /// Puts others in the place of the port's own status monitor and plug-in, before the first job. They must outlive the
+  /// port.
+  void SetMonitor(JobMonitor& monitor, MonitorInterface& plugin);
+
+  /// Tells the spooler, the logs and the job's record what the printer says. The thread's last error is then the
+  /// status's.
+  void Publish(const PrinterStatus& status) override { publisher_.Publish(status); }
+  StatusPublisher& Publisher() { return publisher_; }
+  StatusText& Texts() { return texts_; }
+
+  QueryQueue& Queries() override { return statusMonitor_.Queries(); }
+  RequestList& Requests() override { return statusMonitor_.Requests(); }
+  HANDLE QueryEvent() override { return events_.Query(); }
+
+  std::unique_ptr<OExceptionHandler> MakeGuard(const char* name) override;
+  bool LoadPlugin() override;
+  void UnloadPlugin() override { plugins_.Monitor().Unload(); }
+  void EnsureProtocolLoaded() override;
+  void RefreshPrinter() override { settings_.Refresh(PrinterName()); }
+  OCriticalSection& DocumentLock() override { return documents_.Lock(); }
+  bool BeginStatusDocument() override;
+  void EndStatusDocument() override { documents_.End(false); }
+  void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
+  bool IsFirstWritePending() override { return path_.IsFirstWritePending(); }
+  bool IsJobOpen() override { return path_.IsJobOpen(); }
+
+  /// Runs a plug-in's special operation with the printer. A status code, 0 for success; any other silences the port
+  /// until the next job, and is published in a monitored job.
+  DWORD RunSpecialOperation(const OString& reader, const OString& type, DWORD copies, std::string_view data);
+
   /// Whether the spooler is deleting the job in progress, or has deleted it.
   bool JobIsDeleted() const;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
   bool IsReady() const { return ready_; }
-  const DocumentControl& Documents() const { return documents_; }
   /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
   /// thread.
-  DWORD JobId() const { return documents_.Job(); }
+  DWORD JobId() const override { return documents_.Job(); }
 
  private:
   void ConnectTo();
@@ -93,10 +151,24 @@ class PortContext final : public PortLink {
   std::unique_ptr<Connection> connection_;
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};
+  StatusEvents events_;
+  JobLogger log_;
+  JobRecords jobs_;
+  ResponseBuffer responses_;
+  StatusText texts_;
+  StatusPublisher publisher_;
+  PrintCodeRecorder recorder_;
+  FlowControl flow_;
+  PageTracker pages_;
+  JobMonitoring monitoring_;
   DocumentControl documents_;
   PrintPath path_;
-  JobRecords jobs_;
+  JobSession session_;
+  PortPlugins plugins_;  // its plug-ins may call the port until they are unloaded
+  MonitorInterface* plugin_;
   MonitorDiagnostics diagnostics_;
+  StatusMonitor statusMonitor_;  // its thread uses all of the above
+  JobMonitor* monitor_ = &statusMonitor_;
   std::atomic<bool> ready_{false};
 };
 

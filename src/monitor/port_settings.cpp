@@ -8,17 +8,28 @@ constexpr DWORD kRefreshPause = 1000;  // ms
 }  // namespace
 
 void PortSettings::Refresh(const OString& printer) {
-  std::unique_ptr<PrinterRegistry> fresh;
-  {
-    const OScopedLock lock(lock_);
-    const DWORD now = GetTickCount();
-    if (registry_ && !overridden_ && now - refreshedAt_ < kRefreshPause) return;
-    overridden_ = false;
-    registry_ = std::make_unique<PrinterRegistry>(printer);
-    refreshedAt_ = now;
-    fresh = std::make_unique<PrinterRegistry>(*registry_);
-  }
-  values_.Init(*fresh);
+  const OScopedLock lock(lock_);
+  if (!ofJob_) Read(printer);
+}
+
+void PortSettings::RefreshForJob(const OString& printer) {
+  const OScopedLock lock(lock_);
+  ofJob_ = true;
+  Read(printer);
+}
+
+void PortSettings::ReleaseJob() {
+  const OScopedLock lock(lock_);
+  ofJob_ = false;
+}
+
+void PortSettings::Read(const OString& printer) {
+  const DWORD now = GetTickCount();
+  if (registry_ && !overridden_ && now - refreshedAt_ < kRefreshPause) return;
+  overridden_ = false;
+  registry_ = std::make_unique<PrinterRegistry>(printer);
+  refreshedAt_ = now;
+  values_.Init(*registry_);
 }
 
 DriverSettings& PortSettings::OverrideForJob() {

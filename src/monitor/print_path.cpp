@@ -2,15 +2,23 @@
 
 #include <algorithm>
 #include <climits>
+#include <string>
 #include <utility>
 
-#include "connection/connection_use.h"
-#include "core/synchronizer.h"
 #include "monitor/port_context.h"
+#include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
 namespace portwise {
-PrintPath::PrintPath(PortContext& port) : port_(port) {
+namespace {
+
+constexpr DWORD kQueryPause = 200;     // ms between looks at a run of queries
+constexpr DWORD kAfterQueries = 2000;  // ms for which the run's outcome can be read
+constexpr DWORD kPacketPause = 100;    // ms between attempts to deliver what a request prints
+
+}  // namespace
+
+PrintPath::PrintPath(PortContext& port) : port_(port), writer_(port) {
   document_.SetTextHandler(WritePlainText, this);
   RegisterPortCommands(&port, document_);
 }
@@ -18,129 +26,291 @@ PrintPath::PrintPath(PortContext& port) : port_(port) {
 void PrintPath::BeginJob() {
   document_.Reset();
   skipCount_ = 0;
+  bufferParsed_ = false;
   takenOfText_ = 0;
   sent_ = 0;
-  failure_ = nullptr;
+  outcome_ = WriteOutcome();
+  endMarkerSeen_ = false;
+  completionConfirmed_ = false;
+  endConfirmed_ = false;
 }
 
 bool PrintPath::EndJob() {
-  timedOut_ = unreachable_ = false;
-  failure_ = nullptr;
-  if (port_.JobIsDeleted()) {
-    document_.FreePending();
-    return false;
-  }
-  bool delivered = DeliverPending();
-  if (delivered && !failure_) {
-    document_.EndStream();
+  outcome_ = WriteOutcome();
+  const DWORD start = GetTickCount();
+  bool streamEnded = false;
+  bool delivered = false;
+  do {
+    if (port_.JobIsDeleted()) {
+      document_.FreePending();
+      return false;
+    }
     delivered = DeliverPending();
-  }
+    if (delivered && !streamEnded && !outcome_.failure) {
+      document_.EndStream();
+      streamEnded = true;
+      delivered = DeliverPending();
+    }
+  } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
+  if (delivered) port_.Pages().CloseBlock();
   return delivered;
+}
+
+void PrintPath::MarkEnd() {
+  endMarkerSeen_ = true;
+  completionConfirmed_ = true;
 }
 
 BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   *written = 0;
-  timedOut_ = unreachable_ = false;
+  outcome_ = WriteOutcome();
   size = std::min<DWORD>(size, INT_MAX);
-  const DWORD skipped = std::min(size, skipCount_);
+  const bool wasPending = document_.Pending() != nullptr;
   if (!DeliverPending()) {
     RethrowFailure();
     SetLastError(ERROR_IO_DEVICE);
     return FALSE;
   }
-  if (size == skipped) {
-    skipCount_ -= skipped;
-    *written = size;
-    return TRUE;
+  // A block that was announced and has no data yet stays open.
+  if (wasPending) port_.Pages().CloseBlock();
+  for (const auto wait : {&PrintPath::WaitForPages, &PrintPath::WaitForFirstWrite, &PrintPath::WaitForHealth}) {
+    const Verdict verdict = (this->*wait)();
+    if (verdict != Verdict::GoOn) return verdict == Verdict::ReturnTrue;
   }
-  return Parse(buffer + skipped, size - skipped, skipped, written);
+  return Take(buffer, size, std::min(size, skipCount_), written);
 }
 
-BOOL PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written) {
-  int consumed = 0;
-  document_.Parse(reinterpret_cast<const char*>(buffer), static_cast<int>(size), &consumed);
-  skipCount_ = 0;
-  if (timedOut_ || unreachable_ || failure_) {
-    skipCount_ = static_cast<DWORD>(consumed);
-    *written = skipped;
-    RethrowFailure();
-    if (timedOut_) SetLastError(ERROR_IO_DEVICE);
-    return FALSE;
+/// The pages that were sent last must be done before more is taken.
+PrintPath::Verdict PrintPath::WaitForPages() {
+  if (port_.Pages().Pending() == 0) return Verdict::GoOn;
+  const bool verify = port_.Monitoring().VerifiesPages();
+  bool failed = false;
+  if (verify && !port_.Monitoring().IsPageComplete(&failed)) {
+    document_.SetContinue(false);
+    return failed ? Verdict::ReturnFalse : Verdict::ReturnTrue;
   }
-  *written = skipped + size;
+  port_.Pages().FinishPending(verify);
+  document_.SetContinue(true);
+  return Verdict::GoOn;
+}
+
+PrintPath::Verdict PrintPath::WaitForFirstWrite() {
+  if (!firstWritePending_ || !port_.Monitoring().IsOn()) return Verdict::GoOn;
+  const bool answered = port_.Monitoring().RequestStatus();
+  firstWritePending_ = false;
+  port_.Plugin().Notify(PluginEvent::FirstWrite);
+  if (answered) return Verdict::GoOn;
+  port_.Monitoring().ReportWriteFailure();
+  return Verdict::ReturnFalse;
+}
+
+/// Nothing is taken while the printer reports an error.
+PrintPath::Verdict PrintPath::WaitForHealth() {
+  if (!port_.Monitoring().IsOn() || !port_.Monitoring().PublishCurrent().IsError()) return Verdict::GoOn;
+  port_.Monitor().AllowPolling(true);
+  return Verdict::ReturnFalse;
+}
+
+/// `skipped` leading bytes were parsed in an earlier call. Until the parser has the rest, an exception leaves the skip
+/// count as it was.
+BOOL PrintPath::Take(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written) {
+  if (size == skipped && !bufferParsed_) {
+    skipCount_ -= skipped;
+    if (!endMarkerSeen_) {
+      *written = size;
+      return TRUE;
+    }
+    bufferParsed_ = true;
+    skipped = 0;
+  }
+  if (!bufferParsed_) {
+    const Verdict verdict = Parse(buffer + skipped, size - skipped, skipped, written);
+    if (verdict != Verdict::GoOn) return verdict == Verdict::ReturnTrue;
+  }
+  if (endMarkerSeen_) return WaitForEnd(size, skipped, written);
+  bufferParsed_ = false;
+  *written = size;
   return TRUE;
 }
 
-/// The document's text handler. What is not written becomes pending output, which stops the parser.
-bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
-  // When there is no memory for the pending output, the same text comes again; what was written of it is not.
-  size_t& taken = static_cast<PrintPath*>(path)->takenOfText_;
-  const std::string_view bytes = document.PlainText();
-  taken += static_cast<PrintPath*>(path)->WriteBytes(bytes.substr(taken));
-  if (taken < bytes.size()) document.SetPending(bytes.substr(taken));
-  taken = 0;
+PrintPath::Verdict PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written) {
+  int consumed = 0;
+  const bool parsed = document_.Parse(reinterpret_cast<const char*>(buffer), static_cast<int>(size), &consumed);
+  skipCount_ = 0;
+  const auto taken = static_cast<DWORD>(consumed);
+  if (outcome_.failure || !port_.Monitoring().IsOn()) return JudgeUnmonitored(taken, skipped, written);
+  return JudgeMonitored(parsed, taken, size, skipped, written);
+}
+
+PrintPath::Verdict PrintPath::JudgeMonitored(bool parsed, DWORD consumed, DWORD size, DWORD skipped, DWORD* written) {
+  // The end of the job waits for the printer, so its last buffer must come again.
+  const bool lastBuffer = endMarkerSeen_ && consumed == size;
+  *written = lastBuffer ? skipped : skipped + consumed;
+  bufferParsed_ = lastBuffer;
+  if (outcome_.timedOut || outcome_.unreachable) {
+    port_.Monitoring().ReportWriteFailure();
+    return Verdict::ReturnFalse;
+  }
+  if (outcome_.printerError && WaitForHealth() == Verdict::ReturnFalse) return Verdict::ReturnFalse;
+  if (!parsed || (lastBuffer && document_.Pending())) return Verdict::ReturnTrue;
+  return Verdict::GoOn;
+}
+
+PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DWORD* written) {
+  if (!outcome_.Failed()) return Verdict::GoOn;
+  skipCount_ = consumed;
+  *written = skipped;
+  RethrowFailure();
+  if (outcome_.timedOut) SetLastError(ERROR_IO_DEVICE);
+  return Verdict::ReturnFalse;
+}
+
+/// All of the buffer, `all` bytes, is parsed, and the job's data has ended: waits until the job's queries have run or
+/// the printer is done. Until then only the skipped bytes count as taken, so that the buffer comes again.
+BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
+  bufferParsed_ = true;
+  *written = skipped;
+  if (port_.Monitor().QueriesAdded()) {
+    if (!WaitForQueries()) return TRUE;
+  } else {
+    const Verdict verdict = WaitForJob();
+    if (verdict != Verdict::GoOn) return verdict == Verdict::ReturnTrue;
+    endMarkerSeen_ = false;
+  }
+  endConfirmed_ = completionConfirmed_.load();
+  bufferParsed_ = false;
+  *written = all;
+  return TRUE;
+}
+
+bool PrintPath::WaitForQueries() {
+  if (port_.Monitor().BeginQueries()) SetEvent(port_.Events().Query());
+  if (port_.Monitor().IsQuerying()) {
+    Sleep(kQueryPause);
+    return false;
+  }
+  Sleep(kAfterQueries);
+  port_.Monitor().ClearQueriesAdded();
   return true;
+}
+
+PrintPath::Verdict PrintPath::WaitForJob() {
+  JobMonitoring& monitoring = port_.Monitoring();
+  if (!monitoring.IsOn()) return Verdict::GoOn;
+  port_.Monitor().AllowPolling(true);
+  if (JobStatus(port_.PrinterName(), port_.JobId()) == JOB_STATUS_DELETING) return Verdict::GoOn;
+  if (!monitoring.VerifiesJob() && !monitoring.VerifiesPages() && JobsQueued(port_.PrinterName()) != 1) {
+    return Verdict::GoOn;
+  }
+  if (!monitoring.RequestStatus(true)) {
+    monitoring.ReportWriteFailure();
+    return Verdict::ReturnFalse;
+  }
+  const PrinterStatus status = monitoring.PublishCurrent();
+  if (status.IsReady()) return Verdict::GoOn;
+  return status.IsError() ? Verdict::ReturnFalse : Verdict::ReturnTrue;
+}
+
+/// The document's text handler. When it throws the same text comes again; what was written of it is not.
+bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
+  static_cast<PrintPath*>(path)->Deliver(document, document.PlainText());
+  return true;
+}
+
+/// What is not written becomes pending output, which stops the parser.
+void PrintPath::Deliver(XPML_Document& document, std::string_view bytes) {
+  takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
+  if (takenOfText_ < bytes.size()) {
+    if (!silenced_) document.SetPending(bytes.substr(takenOfText_));
+  } else {
+    AccountForPages(document);
+  }
+  takenOfText_ = 0;
+}
+
+void PrintPath::AccountForPages(XPML_Document& document) {
+  PageTracker& pages = port_.Pages();
+  pages.CloseBlock();
+  if (pages.Pending() == 0) {
+    document.SetContinue(true);
+    return;
+  }
+  port_.Monitor().Touch();
+  if (!port_.Monitoring().VerifiesPages()) return;
+  bool failed = false;
+  const bool complete = port_.Monitoring().IsPageComplete(&failed);
+  if (complete) pages.FinishPending(true);
+  document.SetContinue(complete);
+}
+
+void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
+  if (&document == &document_) {
+    takenOfText_ = 0;
+    Deliver(document, bytes);
+    return;
+  }
+  const OScopedLock lock(port_.Documents().Lock());
+  WCHAR name[] = TEXT("Request");
+  DOC_INFO_1W info = {name, nullptr, nullptr};
+  if (!port_.Documents().Begin(0, 1, reinterpret_cast<LPBYTE>(&info))) {
+    WarnOfLostPacket(bytes.size());
+    return;
+  }
+  WriteOutcome outcome;
+  size_t lost = 0;
+  try {
+    lost = bytes.size() - WriteForRequest(bytes, &outcome);
+    if (lost == 0) port_.Pages().CloseBlock();
+  } catch (...) {
+    outcome.failure = std::current_exception();
+  }
+  port_.Documents().End(false);
+  if (lost > 0) WarnOfLostPacket(lost);
+  if (outcome.failure) std::rethrow_exception(outcome.failure);
+}
+
+/// The bytes written within the send timeout.
+size_t PrintPath::WriteForRequest(std::string_view bytes, WriteOutcome* outcome) {
+  const DWORD start = GetTickCount();
+  size_t done = writer_.Write(bytes, outcome);
+  while (done < bytes.size() && !silenced_ && !outcome->Failed() && GetTickCount() - start <= port_.SendTimeout()) {
+    Sleep(kPacketPause);
+    done += writer_.Write(bytes.substr(done), outcome);
+  }
+  if (done > 0) port_.Monitor().Touch();
+  return done;
+}
+
+void PrintPath::WarnOfLostPacket(size_t lost) {
+  if (silenced_) return;
+  port_.Warn("The printer did not take the last " + OString::FromUnsigned(lost) +
+             " bytes that a request had to print.");
 }
 
 bool PrintPath::DeliverPending() {
   PendingOutput* pending = document_.Pending();
   if (!pending) return true;
-  const auto written =
-      static_cast<DWORD>(WriteBytes(std::string_view(pending->data.get() + pending->offset, pending->length)));
-  pending->offset += written;
-  pending->length -= written;
-  if (pending->length > 0) return false;
+  if (!silenced_) {
+    const auto written =
+        static_cast<DWORD>(WriteBytes(std::string_view(pending->data.get() + pending->offset, pending->length)));
+    pending->offset += written;
+    pending->length -= written;
+    if (pending->length > 0) return false;
+  }
   document_.FreePending();
   return true;
 }
 
-/// Returns the bytes written, also when the connection threw: what it took must not be sent again.
+/// Returns the bytes written, also when the connection threw.
 size_t PrintPath::WriteBytes(std::string_view bytes) {
-  size_t done = 0;
-  try {
-    LowLevelWrite(bytes, &done);
-  } catch (...) {
-    failure_ = std::current_exception();
-  }
+  const size_t done = writer_.Write(bytes, &outcome_);
   sent_ += done;
   return done;
 }
 
 void PrintPath::RethrowFailure() {
-  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
-}
-
-/// Writes to the connection until all is written, the printer has taken nothing for the send timeout, it cannot be
-/// reached, or the job is being deleted. `*done` counts the bytes as they are taken.
-void PrintPath::LowLevelWrite(std::string_view bytes, size_t* done) {
-  Connection& connection = port_.PrinterConnection();
-  ConnectionUse use(connection);
-  const DWORD sendTimeout = port_.SendTimeout();
-  DWORD lastProgress = GetTickCount();
-  for (bool again = false; *done < bytes.size(); again = true) {
-    if (again && port_.JobIsDeleted()) break;
-    if (connection.GetStatus(STATUS_DISCONNECTED) & STATUS_DISCONNECTED) {
-      unreachable_ = true;
-      break;
-    }
-    DWORD written = 0;
-    bool success = false;
-    const size_t left = bytes.size() - *done;
-    try {
-      success = connection.Write(bytes.data() + *done, static_cast<DWORD>(left), &written);
-    } catch (...) {
-      *done += std::min<size_t>(written, left);
-      throw;
-    }
-    *done += std::min<size_t>(written, left);
-    if (success && written > 0) {
-      lastProgress = GetTickCount();
-    } else if (GetTickCount() - lastProgress > sendTimeout) {
-      timedOut_ = true;
-      break;
-    }
-  }
+  if (outcome_.failure) std::rethrow_exception(std::exchange(outcome_.failure, nullptr));
 }
 
 }  // namespace portwise

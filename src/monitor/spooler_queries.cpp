@@ -1,6 +1,5 @@
 #include "monitor/spooler_queries.h"
 
-#include "core/printer_handle.h"
 #include "settings/spooler_buffer.h"
 
 namespace portwise {
@@ -15,6 +14,11 @@ unique_printer OpenByName(const OString& name, PRINTER_DEFAULTSW* defaults = nul
 
 }  // namespace
 
+unique_printer OpenForChanges(const OString& printer) {
+  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
+  return OpenByName(printer, &defaults);
+}
+
 OString PortOfPrinter(const OString& printer) {
   const unique_printer handle = OpenByName(printer);
   if (!handle) return OString();
@@ -23,6 +27,17 @@ OString PortOfPrinter(const OString& printer) {
     return GetPrinterW(handle.Get(), 2, data, size, needed);
   });
   return info ? OString(info->pPortName) : OString();
+}
+
+DWORD JobsQueued(const OString& printer) {
+  const DWORD error = GetLastError();
+  const unique_printer handle = OpenByName(printer);
+  OBuffer buffer;
+  const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
+    return GetPrinterW(handle.Get(), 2, data, size, needed);
+  });
+  SetLastError(error);
+  return info ? info->cJobs : 0;
 }
 
 OString PrinterOfShare(const OString& share) {
@@ -49,8 +64,7 @@ DWORD JobStatus(const OString& printer, DWORD job) {
 }
 
 bool ReadJob(const OString& printer, DWORD job, SpoolerJob* info) {
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-  const unique_printer handle = OpenByName(printer, &defaults);
+  const unique_printer handle = OpenForChanges(printer);
   if (!handle) return false;
   OBuffer buffer;
   const auto* found = FetchFromSpooler<JOB_INFO_1W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {

@@ -3,14 +3,22 @@
 #include <windows.h>
 
 #include "core/ostring.h"
+#include "core/printer_handle.h"
 
 namespace portwise {
 
 /// What the monitor asks the print spooler about printers and jobs. Any thread; every call opens and closes what it
 /// needs, and a spooler that cannot answer gives the failure value.
 
+/// The printer, opened with every right on it and its jobs; none when the spooler refuses.
+unique_printer OpenForChanges(const OString& printer);
+
 /// The port that a printer prints to; empty when the spooler does not know the printer.
 OString PortOfPrinter(const OString& printer);
+
+/// How many jobs wait on the printer or are being printed; 0 when the spooler does not know it. The thread's last error
+/// stays as it is.
+DWORD JobsQueued(const OString& printer);
 
 /// The first printer of this computer that is shared under the name, without regard to ASCII case; empty when none is.
 OString PrinterOfShare(const OString& share);

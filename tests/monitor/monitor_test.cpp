@@ -8,56 +8,15 @@
 #include "monitor/port_list.h"
 #include "platform/test_clock.h"
 #include "settings/registry.h"
-#include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_printer.h"
-#include "tests/support/fake_spooler.h"
-#include "tests/support/temporary_home.h"
+#include "tests/support/monitor_fixture.h"
 
 namespace portwise {
 namespace {
 
 using ::testing::ElementsAre;
 
-class Monitor : public ::testing::Test {
- protected:
-  Monitor() {
-    CreatePortList();
-    platform::SetTickCount(0xFFFFF000);  // the tick count wraps while the tests run
-  }
-  ~Monitor() override { DestroyPortList(); }
-
-  HANDLE Open(OString port, OString printer = "Labels") {
-    HANDLE handle = nullptr;
-    const BOOL opened = lmOpenPortEx2W(MonitorTable(), below_.Monitor(), const_cast<LPWSTR>(port.Wide()),
-                                       const_cast<LPWSTR>(printer.Wide()), &handle, &below_.table);
-    return opened ? handle : nullptr;
-  }
-
-  BOOL Start(HANDLE port, DWORD job) {
-    WCHAR document[] = TEXT("document");
-    WCHAR printer[] = TEXT("Labels");
-    DOC_INFO_1W info = {document, nullptr, nullptr};
-    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
-  }
-
-  BOOL Write(HANDLE port, std::string_view data, DWORD* written) {
-    return lmWritePortW(port, reinterpret_cast<LPBYTE>(const_cast<char*>(data.data())), static_cast<DWORD>(data.size()),
-                        written);
-  }
-
-  void AddTcpPort(const char* name, unsigned tcpPort) {
-    ORegistry registry;
-    const OString key = OString("PRINT:Monitors/Standard TCP//IP Port/Ports/") + name;
-    registry.SetString(key + "/HostName", "");
-    registry.SetString(key + "/IPAddress", "127.0.0.1");
-    registry.SetDword(key + "/PortNumber", tcpPort);
-    registry.SetDword(key + "/Protocol", 1);
-  }
-
-  TemporaryHome home_;
-  FakeSpooler spooler_;
-  FakePortMonitor below_;
-};
+using Monitor = MonitorFixture;
 
 TEST_F(Monitor, OffersItsSevenOperationsAndNothingElse) {
   const MONITOR2* table = MonitorTable();

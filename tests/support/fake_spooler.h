@@ -12,7 +12,8 @@
 namespace portwise {
 
 /// The spooler of the test's own process: printers with their drivers and data, one status for all jobs, and a record
-/// of what was asked of it and said of jobs. Any thread may call; the test changes the members while nobody does.
+/// of what was asked of it and said of jobs and printers. Any thread may call; the test changes the members while
+/// nobody does.
 class FakeSpooler final : public platform::SpoolerService {
  public:
   struct Printer {
@@ -33,6 +34,7 @@ class FakeSpooler final : public platform::SpoolerService {
   nlohmann::json jobTexts = nlohmann::json::object();      ///< "document", "user", "machine" of every job
   std::vector<std::pair<unsigned, unsigned>> jobCommands;  ///< job, command
   std::map<std::string, int> orders;                       ///< how often each came
+  std::vector<nlohmann::json> changes;                     ///< orders that change a job's or printer's information
 
   /// What ports said of their jobs since the last call, one line each: the kind of word, a colon and the reason.
   std::string TakeReports() {
@@ -56,6 +58,14 @@ class FakeSpooler final : public platform::SpoolerService {
       if (found == printers.end()) return platform::Failure(1801, "no such printer");
       reply.head.update(Describe(found->first, found->second));
       reply.body = found->second.devMode;
+    } else if (operation == "printer-set" || operation == "printer-status-set") {
+      const auto found = printers.find(request.head.value("name", ""));
+      if (found == printers.end()) return platform::Failure(1801, "no such printer");
+      if (!(request.head.value("access", 0u) & 4)) return platform::Failure(5, "not opened to be changed");
+      found->second.facts.update(request.head);
+      changes.push_back(request.head);
+    } else if (operation == "job-set") {
+      changes.push_back(request.head);
     } else if (operation == "job-get") {
       if (request.head["job"] == noJob) return platform::Failure(87, "no such job");
       reply.head.update({{"job", request.head["job"]}, {"status", jobStatus.load()}, {"user", "ann"}});

@@ -1,0 +1,54 @@
+#include "monitor/flow_control.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "monitor/port_context.h"
+
+namespace portwise {
+namespace {
+
+constexpr DWORD kPauseWithoutRoom = 100;  // ms
+
+}  // namespace
+
+void FlowControl::Set(DWORD available, DWORD threshold) {
+  const OScopedLock lock(lock_);
+  available_ = static_cast<LONG>(std::min<DWORD>(available, INT_MAX));
+  threshold_ = threshold > 0 ? threshold : kNoThreshold;
+}
+
+void FlowControl::Take(const PluginStatus& status) {
+  if (status.Has(PluginStatus::kAvailable)) {
+    Set(status.available, status.Has(PluginStatus::kThreshold) ? status.threshold : 0);
+  }
+}
+
+bool FlowControl::Admits(size_t length, WriteOutcome* outcome) {
+  if (!Applies() || Reserve(length)) return true;
+  if (!port_.Monitoring().RequestStatus()) {
+    outcome->timedOut = true;
+    return false;
+  }
+  if (port_.Monitor().CurrentStatus().IsError()) {
+    outcome->printerError = true;
+    return false;
+  }
+  if (Reserve(length)) return true;
+  Sleep(kPauseWithoutRoom);
+  return false;
+}
+
+bool FlowControl::Applies() {
+  return port_.Monitoring().IsOn() && port_.Pages().IsTracking() && port_.Plugin().SupportsBufferSpace();
+}
+
+bool FlowControl::Reserve(size_t length) {
+  const OScopedLock lock(lock_);
+  if (threshold_ != kNoThreshold && length >= threshold_) return true;
+  if (length > static_cast<size_t>(available_)) return false;
+  available_ -= static_cast<LONG>(length);
+  return true;
+}
+
+}  // namespace portwise

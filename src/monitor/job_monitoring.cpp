@@ -1,0 +1,46 @@
+#include "monitor/job_monitoring.h"
+
+#include "monitor/port_context.h"
+
+namespace portwise {
+
+bool JobMonitoring::IsOn() const { return port_.Settings().Values().IsStatusMonitoringEnabled(); }
+
+bool JobMonitoring::VerifiesPages() const {
+  return port_.Settings().Values().GetVerifyPageComplete() &&
+         !port_.Plugin().VetoesVerification(port_.PrinterConnection().GetKind());
+}
+
+bool JobMonitoring::VerifiesJob() const {
+  return port_.Settings().Values().GetVerifyJobComplete() &&
+         !port_.Plugin().VetoesVerification(port_.PrinterConnection().GetKind());
+}
+
+bool JobMonitoring::RequestStatus(bool keepPolling) const {
+  port_.Monitor().AllowPolling(true);
+  const bool answered = !IsOn() || port_.Events().RequestStatus(port_.ResponseTimeout());
+  if (!keepPolling) port_.Monitor().AllowPolling(false);
+  return answered;
+}
+
+PrinterStatus JobMonitoring::PublishCurrent() const {
+  PrinterStatus status = port_.Monitor().CurrentStatus();
+  port_.Publish(status);
+  return status;
+}
+
+bool JobMonitoring::IsPageComplete(bool* failed) const {
+  *failed = !RequestStatus();
+  if (*failed) {
+    ReportWriteFailure();
+    return false;
+  }
+  return PublishCurrent().IsReady();
+}
+
+void JobMonitoring::ReportWriteFailure() const {
+  port_.Monitor().SetStatusOffline();
+  SetLastError(ERROR_IO_DEVICE);
+}
+
+}  // namespace portwise

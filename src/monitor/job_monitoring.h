@@ -1,0 +1,39 @@
+#pragma once
+
+#include <windows.h>
+
+#include "query/printer_status.h"
+
+namespace portwise {
+
+class PortContext;
+
+/// How a job is monitored, as the printer's settings and its plug-in have it, and the asking for statuses on behalf of
+/// its data. Asking is the thread's that writes the job; the rest is any thread's.
+class JobMonitoring {
+ public:
+  explicit JobMonitoring(PortContext& port) : port_(port) {}
+
+  bool IsOn() const;
+  bool VerifiesPages() const;
+  bool VerifiesJob() const;
+
+  /// Lets the status monitor ask the printer, and waits for what it finds; false when the response timeout passes
+  /// first. True at once while monitoring is off. `keepPolling` leaves the status monitor the printer afterwards.
+  bool RequestStatus(bool keepPolling = false) const;
+
+  /// Tells the spooler the status that was found last. The thread's last error is then the status's.
+  PrinterStatus PublishCurrent() const;
+
+  /// Whether the printer is done with its pages, asked anew. When it does not answer `*failed` is set, and the failure
+  /// is reported.
+  bool IsPageComplete(bool* failed) const;
+
+  /// The printer takes nothing any more: it is offline, and the last error is ERROR_IO_DEVICE.
+  void ReportWriteFailure() const;
+
+ private:
+  PortContext& port_;
+};
+
+}  // namespace portwise

@@ -1,0 +1,171 @@
+#include "monitor/job_session.h"
+
+#include <winspool.h>
+
+#include <exception>
+#include <memory>
+
+#include "connection/connection_use.h"
+#include "monitor/job_events.h"
+#include "monitor/port_context.h"
+#include "monitor/spooler_queries.h"
+
+namespace portwise {
+
+bool JobSession::Start(DWORD job, DWORD level, BYTE* info) {
+  const OScopedLock lock(port_.Documents().Lock());
+  const bool begun = port_.Documents().Begin(job, level, info);
+  port_.Monitor().SetStartDocFailed(!begun);
+  if (!begun || !info) return begun;
+  // The spooler does not end a job whose start failed.
+  try {
+    Begin(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName);
+  } catch (...) {
+    StopMonitoring();
+    port_.Settings().ReleaseJob();
+    port_.Documents().End(true);
+    throw;
+  }
+  return true;
+}
+
+void JobSession::Begin(const OString& document) {
+  monitoringActive_ = false;
+  port_.EnsureProtocolLoaded();
+  port_.Settings().RefreshForJob(port_.PrinterName());
+  ChooseMonitoring();
+  port_.Diagnostics().Reload();
+  BeginRecords(document);
+  port_.Path().BeginJob();
+  port_.Monitor().ResetQueries();
+  BeginMonitoring();
+  if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
+}
+
+/// Without a status monitor, or a plug-in that can read this printer's status, the job is not monitored.
+void JobSession::ChooseMonitoring() {
+  if (!port_.Monitoring().IsOn()) return;
+  if (port_.Monitor().WaitStarted() && port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind())) return;
+  DriverSettings& settings = port_.Settings().OverrideForJob();
+  settings.DisableStatusMonitoring();
+  settings.SetVerifyJobComplete(false);
+  settings.SetVerifyPageComplete(false);
+}
+
+void JobSession::BeginRecords(const OString& document) {
+  const DWORD job = port_.JobId();
+  OString recording;
+  {
+    const ConnectionUse use(port_.PrinterConnection());
+    port_.Recorder().Start(document, port_.Settings().Values());
+    recording = port_.Recorder().FilePath();
+  }
+  port_.JobLog().JobStart(port_.PrinterName(), port_.PortName(), job, recording);
+  port_.JobLog().Event(kJobStart.id, kJobStart.text);
+  port_.Pages().BeginJob();
+  if (!port_.Monitoring().IsOn()) return;
+  auto record = std::make_unique<StatusRecord_Job>();
+  if (!record->FillFromSpooler(job, port_.PrinterName())) return;
+  port_.Jobs().Remove(job);
+  port_.Jobs().Add(std::move(record));
+}
+
+/// A port that returns nothing cannot be monitored. Until the job's first byte the printer may not be asked anything,
+/// unless the job itself waits for the answer.
+void JobSession::BeginMonitoring() {
+  if (!port_.Monitoring().IsOn()) return;
+  port_.Path().AwaitFirstWrite();
+  if (port_.PrinterConnection().GetStatus(STATUS_UNIDIRECTIONAL) != 0) {
+    port_.Settings().OverrideForJob().DisableStatusMonitoring();
+    return;
+  }
+  port_.Monitor().BeginJob();
+  port_.Monitor().AllowPolling(false);
+  monitoringActive_ = true;
+}
+
+/// The connection is ended before anybody is told of the job's fate: its end tells whether the printer has everything.
+/// Each step is made whatever became of those before it.
+void JobSession::End() {
+  const OScopedLock lock(port_.Documents().Lock());
+  std::exception_ptr failure;
+  const auto attempt = [&](auto&& step) {
+    try {
+      step();
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  bool delivered = false;
+  ULONGLONG unconfirmed = 0;
+  const bool last = port_.Documents().Depth() <= 1;
+  attempt([&] { delivered = port_.Path().EndJob(); });
+  attempt([&] { TellPluginsOfEnd(); });
+  StopMonitoring();
+  attempt([&] { port_.Documents().End(true); });
+  attempt([&] {
+    if (last) unconfirmed = port_.PrinterConnection().TakeUnconfirmedBytes();
+  });
+  const bool deleted = port_.JobIsDeleted();
+  const bool whole = delivered && unconfirmed == 0 && !failure;
+  attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
+  port_.Settings().ReleaseJob();
+  if (last) attempt([&] { Leave(delivered, unconfirmed, deleted); });
+  if (failure) std::rethrow_exception(failure);
+  if (last) port_.Documents().ForgetJob();
+}
+
+void JobSession::TellPluginsOfEnd() {
+  if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobEnd);
+  if (!port_.Monitoring().IsOn() || !port_.Monitor().IsMonitoringJob()) return;
+  port_.Plugin().Notify(PluginEvent::JobEnd);
+  if (JobsQueued(port_.PrinterName()) < 2) port_.Plugin().Notify(PluginEvent::LastJobEnd);
+}
+
+void JobSession::StopMonitoring() {
+  if (monitoringActive_) port_.Monitor().EndJob();
+  monitoringActive_ = false;
+  port_.Monitor().AllowPolling(true);
+}
+
+void JobSession::Record(JobState state) {
+  {
+    const ConnectionUse use(port_.PrinterConnection());
+    port_.Recorder().Stop();
+  }
+  port_.JobLog().SetStatus(JobStateName(state));
+  port_.JobLog().JobEnd();
+  port_.JobLog().Event(kJobEnd.id, kJobEnd.text);
+}
+
+JobState JobSession::Judge(bool confirmed) {
+  JobMonitoring& monitoring = port_.Monitoring();
+  if (!monitoring.IsOn()) return confirmed ? JobState::Completed : JobState::Unknown;
+  const bool verified = monitoring.VerifiesJob() || monitoring.VerifiesPages();
+  JobRecords::Hold record(port_.Jobs(), port_.JobId());
+  if (!record) return JobState::Unknown;
+  const JobState state = !confirmed ? JobState::Failed : verified ? JobState::Verified : JobState::Completed;
+  if (state == JobState::Verified) record->MarkVerified();
+  record->SetState(state);
+  return state;
+}
+
+void JobSession::Leave(bool delivered, ULONGLONG unconfirmed, bool deleted) {
+  if (unconfirmed > 0 && !deleted) {
+    WarnOfLoss(unconfirmed);
+  } else if (delivered || deleted) {
+    ControlJob(port_.PrinterName(), port_.JobId(),
+               port_.PrinterConnection().IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
+  } else {
+    port_.Warn("The end of job " + OString::FromUnsigned(port_.JobId()) + " could not be delivered to the printer.");
+  }
+}
+
+void JobSession::WarnOfLoss(ULONGLONG unconfirmed) {
+  port_.Warn("The connection to the printer was lost, or left without an answer, while job " +
+             OString::FromUnsigned(port_.JobId()) + " was printed. It is not known whether the printer has " +
+             OString::FromUnsigned(unconfirmed) + " of its " + OString::FromUnsigned(port_.Path().SentBytes()) +
+             " bytes.");
+}
+
+}  // namespace portwise

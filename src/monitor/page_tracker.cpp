@@ -1,0 +1,79 @@
+#include "monitor/page_tracker.h"
+
+#include <winspool.h>
+
+#include <utility>
+
+#include "monitor/job_events.h"
+#include "monitor/port_context.h"
+#include "monitor/spooler_queries.h"
+
+namespace portwise {
+
+void PageTracker::BeginJob() {
+  odometer_.Load(OpenForChanges(port_.PrinterName()).Get());
+  const OScopedLock lock(lock_);
+  tracking_ = false;
+  blockOpen_ = false;
+  pending_ = 0;
+  pitch_ = 0;
+}
+
+void PageTracker::Announce(DWORD quantity, DWORD pitch) {
+  {
+    const OScopedLock lock(lock_);
+    tracking_ = true;
+    pending_ = quantity;
+    pitch_ = pitch;
+    if (quantity > 0) blockOpen_ = true;
+  }
+  port_.JobLog().AddPages(quantity);
+  if (quantity == 0) return;
+  port_.JobLog().Event(kPageStart.id, kPageStart.text);
+  port_.Plugin().Notify(PluginEvent::PageOpened);
+}
+
+void PageTracker::CloseBlock() {
+  DWORD pages = 0;
+  DWORD pitch = 0;
+  {
+    const OScopedLock lock(lock_);
+    if (!std::exchange(blockOpen_, false)) return;
+    pages = pending_;
+    pitch = pitch_;
+  }
+  if (port_.Monitoring().IsOn()) {
+    port_.Plugin().Notify(PluginEvent::PageClosed);
+    port_.Jobs().AddPagesSent(port_.JobId(), pages);
+  }
+  if (pages == 0) return;
+  CountDistance(pages, pitch);
+  port_.JobLog().Event(kPageEnd.id, kPageEnd.text);
+  port_.JobLog().PageEnd(pages);
+}
+
+void PageTracker::CountDistance(DWORD pages, DWORD pitch) {
+  odometer_.Add(pages, pitch);
+  odometer_.Save(OpenForChanges(port_.PrinterName()).Get());
+}
+
+void PageTracker::FinishPending(bool verified) {
+  DWORD pages = 0;
+  {
+    const OScopedLock lock(lock_);
+    pages = std::exchange(pending_, 0);
+  }
+  if (verified) port_.Jobs().AddPagesVerified(port_.JobId(), pages);
+}
+
+DWORD PageTracker::Pending() const {
+  const OScopedLock lock(lock_);
+  return blockOpen_ ? 0 : pending_;
+}
+
+bool PageTracker::IsTracking() const {
+  const OScopedLock lock(lock_);
+  return tracking_;
+}
+
+}  // namespace portwise

@@ -1,0 +1,65 @@
+#include "monitor/status_publisher.h"
+
+#include "monitor/spooler_queries.h"
+#include "monitor/status_updates.h"
+
+namespace portwise {
+namespace {
+
+/// Events of the job logs.
+enum Event : DWORD { kNone = 0, kReadyAgain = 200, kWarning = 301, kWaiting = 303, kError = 901 };
+
+/// The event that a status is, coming after another.
+Event EventOf(const PrinterStatus& status, const PrinterStatus& before) {
+  if (status.IsReady() && !before.IsReady() && !before.IsBusy()) return kReadyAgain;
+  if (status.IsWaiting()) return kWaiting;
+  const Severity severity = status.Severity();
+  return severity == Severity::Warning ? kWarning : severity == Severity::Error ? kError : kNone;
+}
+
+}  // namespace
+
+void StatusPublisher::Publish(const PrinterStatus& published) {
+  // The caller's record may change meanwhile; everybody is told of one status.
+  const PrinterStatus status(published);
+  const OString printer = port_.PrinterName();
+  const OScopedLock lock(lock_);
+  const DWORD job = port_.JobId();
+  if (!(status == current_) || job != lastJob_) {
+    Announce(printer, job, status);
+    current_ = status;
+  }
+  SetLastError(status.ErrorCode());
+}
+
+void StatusPublisher::Announce(const OString& printer, DWORD job, const PrinterStatus& status) {
+  const unique_printer handle = OpenForChanges(printer);
+  if (!handle) return;
+  if (job != 0) {
+    UpdateJobStatus(handle.Get(), job, status.JobFlags(), texts_.Of(status, PrinterStatus::kDashes));
+  }
+  lastJob_ = job;
+  UpdatePrinterStatus(handle.Get(), status.SpoolerFlags());
+  const bool inComment = port_.SettingValues().GetAdvancedStatusComment();
+  UpdateComment(handle.Get(), inComment
+                                  ? texts_.Of(status, PrinterStatus::kCommas | PrinterStatus::kWithoutSpoolerFlags)
+                                  : OString());
+  Record(job, status);
+}
+
+void StatusPublisher::Record(DWORD job, const PrinterStatus& status) {
+  const Event event = EventOf(status, current_);
+  if (event == kNone) return;
+  port_.JobLog().Event(event, texts_.Of(status, PrinterStatus::kCommas));
+  if ((event != kWarning && event != kError) || !port_.SettingValues().IsStatusMonitoringEnabled()) return;
+  const JobRecords::Hold record(port_.Jobs(), job);
+  if (!record) return;
+  if (event == kWarning) {
+    ++record->warningCount;
+  } else {
+    ++record->errorCount;
+    record->SetState(JobState::UserIntervention);
+  }
+}
+
+}  // namespace portwise

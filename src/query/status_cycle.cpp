@@ -1,0 +1,187 @@
+// What the status monitor's thread does, over and over.
+
+#include <algorithm>
+#include <utility>
+
+#include "query/status_monitor.h"
+#include "settings/printer_info.h"
+
+namespace portwise {
+namespace {
+
+constexpr DWORD kWhileUnidirectional = 200;  // ms, as are all below
+constexpr DWORD kIdleWait = 1000;            // the age that settings may have
+constexpr DWORD kBusyPause = 20;             // while print data has the connection
+constexpr DWORD kDemand = 10000;             // for which a client's look at the status lasts
+constexpr DWORD kOfflineResponseTimeout = 2000;
+
+/// The connection's use lock, if nobody has it, for a scope.
+class ConnectionTurn {
+ public:
+  explicit ConnectionTurn(Connection& connection) : connection_(connection), taken_(connection.TryLock()) {}
+  ~ConnectionTurn() {
+    if (taken_) connection_.Unlock();
+  }
+  ConnectionTurn(const ConnectionTurn&) = delete;
+  ConnectionTurn& operator=(const ConnectionTurn&) = delete;
+
+  bool IsTaken() const { return taken_; }
+
+ private:
+  Connection& connection_;
+  const bool taken_;
+};
+
+}  // namespace
+
+void StatusMonitor::WaitAwake(DWORD milliseconds) { WaitForSingleObject(wake_.Get(), milliseconds); }
+
+void StatusMonitor::WaitForEvents(DWORD milliseconds) {
+  const HANDLE events[] = {wake_.Get(), host_.Events().StatusRequest(), host_.Events().Query()};
+  const DWORD ended = WaitForMultipleObjects(3, events, FALSE, milliseconds);
+  if (ended == WAIT_OBJECT_0 + 1) statusRequested_ = true;
+}
+
+void StatusMonitor::RunCycle() {
+  if (!FollowSettings()) {
+    WaitAwake(kWhileUnidirectional);
+    return;
+  }
+  const bool pollDue = IsPollDue();
+  if (!IsQuerying() && status_.IsReady() && !pollDue && !requests_.AnyDue()) {
+    WaitForDemand();
+    return;
+  }
+  if (pollDue && status_.IsReady() && startDocFailed_.exchange(false)) SetStatusOffline();
+  WaitForTurn();
+  if (running_ && !UseConnection(pollDue)) WaitAwake(kBusyPause);
+}
+
+/// What the settings say now; false when the printer is not to be asked anything. A status that nobody follows any more
+/// becomes ready.
+bool StatusMonitor::FollowSettings() {
+  host_.RefreshPrinter();
+  const LONG mode = host_.SettingValues().GetStatusMonitoringMode();
+  const bool bidirectional = PrinterInfo::IsBidirectional(host_.PrinterName());
+  const bool switchedOff = bidirectional_ && !bidirectional;
+  bidirectional_ = bidirectional;
+  const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
+  mode_ = mode;
+  if (switchedOff || left) SetStatusReady();
+  return bidirectional;
+}
+
+bool StatusMonitor::IsPollDue() {
+  switch (mode_) {
+    case 1: {
+      const DWORD read = lastStatusRead_;
+      return !status_.IsReady() || IsMonitoringJob() || startDocFailed_ ||
+             (read != 0 && GetTickCount() - read <= kDemand);
+    }
+    case 2:
+      return true;
+    case 3:
+      if (!IsMonitoringJob() && !status_.IsReady()) SetStatusReady();
+      return IsMonitoringJob();
+    default:
+      return false;
+  }
+}
+
+/// Until somebody wants something, a request falls due, or the settings may have changed.
+void StatusMonitor::WaitForDemand() {
+  WaitForEvents(std::min(requests_.TimeUntilDue().value_or(kIdleWait), kIdleWait));
+}
+
+void StatusMonitor::WaitForTurn() {
+  statusResponseTimeout_ = ResponseTimeout();
+  if (status_.IsOffline()) {
+    statusResponseTimeout_ = kOfflineResponseTimeout;
+    if (!statusRequested_) WaitAwake(PollingInterval());
+  } else if (!statusRequested_ && !IsQuerying() && !requests_.AnyDue()) {
+    const DWORD interval = PollingInterval();
+    WaitForEvents(std::min(requests_.TimeUntilDue().value_or(interval), interval));
+  }
+}
+
+/// Holds the connection, and keeps jobs from starting and ending, for as long as the printer is asked. False when print
+/// data has the connection, or it cannot be begun.
+bool StatusMonitor::UseConnection(bool pollDue) {
+  const OScopedLock document(host_.DocumentLock());
+  Connection& connection = host_.PrinterConnection();
+  const ConnectionTurn turn(connection);
+  if (!turn.IsTaken()) return false;
+  statusRequested_ = false;
+  if (!host_.BeginStatusDocument()) {
+    if ((connection.IsTcp() || connection.IsUsb()) && mode_ != 0) SetStatusOffline();
+    return false;
+  }
+  try {
+    AskPrinter(pollDue);
+  } catch (...) {
+    host_.EndStatusDocument();
+    throw;
+  }
+  host_.EndStatusDocument();
+  return true;
+}
+
+void StatusMonitor::AskPrinter(bool pollDue) {
+  Connection& connection = host_.PrinterConnection();
+  const bool ownChannel = connection.IsTcp() && host_.Plugin().HasStatusChannel();
+  if (ownChannel) {
+    connection.Close();
+    connection.OpenStatus();
+  }
+  host_.EnsureProtocolLoaded();
+  engine_.RunRequests();
+  bool polled = false;
+  if (IsQuerying()) {
+    engine_.RunQueryQueue();
+  } else if (pollDue) {
+    startDocFailed_ = false;
+    PollStatus();
+    polled = true;
+  }
+  const bool lost = connection.IsTcp() && polled && status_.IsOffline();
+  if (lost) connection.SetKeepOpen(false);
+  if (!ownChannel && !lost) return;
+  connection.Close();
+  connection.Open();
+}
+
+void StatusMonitor::PollStatus() {
+  if (!pollingAllowed_) return;
+  if (host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0) {
+    SetStatusOffline();
+    return;
+  }
+  if (IsMonitoringJob() && !host_.IsFirstWritePending()) PaceDuringJob();
+  lastPoll_ = GetTickCount();
+  PrinterStatus status = status_;
+  switch (poll_.Ask(statusResponseTimeout_, &status)) {
+    case StatusPoll::Result::Answered:
+      SetStatus(status);
+      break;
+    case StatusPoll::Result::Offline:
+      SetStatusOffline();
+      break;
+    case StatusPoll::Result::Nothing:
+      break;
+  }
+}
+
+/// One interval lies between two polls. A printer that has just been given print data gets it to look at the data, as
+/// long as there is more to come.
+void StatusMonitor::PaceDuringJob() {
+  const DWORD interval = PollingInterval();
+  while (running_) {
+    const DWORD now = GetTickCount();
+    DWORD passed = now - lastPoll_;
+    if (!QueriesAdded() && host_.IsJobOpen()) passed = std::min<DWORD>(passed, now - lastData_);
+    if (passed >= interval) return;
+    WaitAwake(interval - passed);
+  }
+}
+
+}  // namespace portwise

@@ -1,0 +1,131 @@
+#include "query/status_monitor.h"
+
+#include <memory>
+
+namespace portwise {
+namespace {
+
+constexpr DWORD kStatusMonitoringDisabled = 0x10000000;
+constexpr DWORD kStatusReady = 1;
+constexpr DWORD kStatusOffline = 5;
+constexpr DWORD kStartWait = 60000;  // ms, as are all below
+constexpr DWORD kLoadPause = 100;
+constexpr DWORD kLoadPatience = 30000;  // while the printer cannot be opened
+constexpr DWORD kFailurePause = 1000;
+constexpr DWORD kDemand = 10000;  // for which a client's look at the status lasts
+
+}  // namespace
+
+StatusMonitor::StatusMonitor(StatusHost& host)
+    : host_(host),
+      engine_(*this, requests_, queue_),
+      poll_(host, *this),
+      status_(1),
+      startEvent_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+StatusMonitor::~StatusMonitor() { Stop(); }
+
+bool StatusMonitor::Start() {
+  if (!startEvent_ || !wake_) return false;
+  running_ = true;
+  wasStarted_ = thread_.Start([](void* self) { static_cast<StatusMonitor*>(self)->ThreadProc(); }, this);
+  running_ = running_ && wasStarted_;
+  return wasStarted_;
+}
+
+void StatusMonitor::Stop() {
+  running_ = false;
+  Wake();
+  thread_.Join();
+}
+
+bool StatusMonitor::WaitStarted() {
+  return wasStarted_ && WaitForSingleObject(startEvent_.Get(), kStartWait) == WAIT_OBJECT_0 && started_;
+}
+
+void StatusMonitor::BeginJob() {
+  ++jobs_;
+  Wake();
+}
+
+void StatusMonitor::EndJob() {
+  LONG jobs = jobs_;
+  while (jobs > 0 && !jobs_.compare_exchange_weak(jobs, jobs - 1)) {
+  }
+}
+
+void StatusMonitor::SetStartDocFailed(bool failed) {
+  startDocFailed_ = failed;
+  if (failed) Wake();
+}
+
+PrinterStatus StatusMonitor::CurrentStatus() {
+  return bidirectional_ ? status_ : PrinterStatus(kStatusMonitoringDisabled);
+}
+
+void StatusMonitor::NoteStatusRead() {
+  const DWORD now = GetTickCount();
+  const DWORD before = lastStatusRead_.exchange(now != 0 ? now : 1);
+  if (before == 0 || now - before > kDemand) Wake();
+}
+
+void StatusMonitor::SetStatus(const PrinterStatus& status) {
+  const OScopedLock lock(statusLock_);
+  status_ = status;
+  host_.Publish(status);
+  SetEvent(host_.Events().StatusUpdated());
+}
+
+void StatusMonitor::SetStatusReady() { SetStatus(PrinterStatus(kStatusReady)); }
+
+void StatusMonitor::SetStatusOffline() { SetStatus(PrinterStatus(kStatusOffline)); }
+
+DWORD StatusMonitor::PollingInterval() {
+  DriverSettings& settings = host_.SettingValues();
+  return IsMonitoringJob() ? settings.GetActivePollingInterval() : settings.GetIdlePollingInterval();
+}
+
+void StatusMonitor::ThreadProc() {
+  const auto guard = host_.MakeGuard("StatusMonitor::ThreadProc");
+  RunGuarded(*guard, [this] {
+    LoadPlugin();
+    return TRUE;
+  });
+  SetEvent(startEvent_.Get());
+  while (running_) {
+    const BOOL sound = RunGuarded(*guard, [this] {
+      RunCycle();
+      return TRUE;
+    });
+    // What failed may fail again at once.
+    if (!sound && running_) WaitAwake(kFailurePause);
+  }
+  started_ = false;
+  RunGuarded(*guard, [this] {
+    EndThread();
+    return TRUE;
+  });
+}
+
+void StatusMonitor::LoadPlugin() {
+  const DWORD begin = GetTickCount();
+  while (running_) {
+    if (host_.LoadPlugin()) {
+      host_.RefreshPrinter();
+      started_ = host_.PrinterConnection().GetKind() != ConnectionKind::Generic;
+      break;
+    }
+    if (GetTickCount() - begin >= kLoadPatience) break;
+    WaitAwake(kLoadPause);
+  }
+  running_ = running_ && started_;
+}
+
+void StatusMonitor::EndThread() {
+  if (!status_.IsReady()) SetStatusReady();
+  if (host_.PrinterConnection().IsTcp()) host_.PrinterConnection().Close();
+  host_.UnloadPlugin();
+}
+
+}  // namespace portwise

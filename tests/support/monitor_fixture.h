@@ -1,0 +1,72 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+#include "monitor/entry_points.h"
+#include "monitor/port_context.h"
+#include "monitor/port_list.h"
+#include "platform/test_clock.h"
+#include "settings/registry.h"
+#include "tests/support/fake_port_monitor.h"
+#include "tests/support/fake_spooler.h"
+#include "tests/support/temporary_home.h"
+#include "xpml/port/port_commands.h"
+
+namespace portwise {
+
+/// The monitor as a spooler sees it: through its seven operations, over a port monitor that the test scripts.
+class MonitorFixture : public ::testing::Test {
+ protected:
+  MonitorFixture() {
+    SetPortCommands(&commands_);
+    CreatePortList();
+    platform::SetTickCount(0xFFFFF000);  // the tick count wraps while the tests run
+  }
+  ~MonitorFixture() override {
+    DestroyPortList();
+    SetPortCommands(nullptr);
+    platform::SetTimeScale(1);
+  }
+
+  HANDLE Open(OString port, OString printer = "Labels") {
+    HANDLE handle = nullptr;
+    const BOOL opened = lmOpenPortEx2W(MonitorTable(), below_.Monitor(), const_cast<LPWSTR>(port.Wide()),
+                                       const_cast<LPWSTR>(printer.Wide()), &handle, &below_.table);
+    return opened ? handle : nullptr;
+  }
+
+  static BOOL Start(HANDLE port, DWORD job) {
+    WCHAR document[] = TEXT("document");
+    WCHAR printer[] = TEXT("Labels");
+    DOC_INFO_1W info = {document, nullptr, nullptr};
+    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
+  }
+
+  static BOOL Write(HANDLE port, std::string_view data, DWORD* written) {
+    return lmWritePortW(port, reinterpret_cast<LPBYTE>(const_cast<char*>(data.data())), static_cast<DWORD>(data.size()),
+                        written);
+  }
+
+  static void AddTcpPort(const char* name, unsigned tcpPort) {
+    ORegistry registry;
+    const OString key = OString("PRINT:Monitors/Standard TCP//IP Port/Ports/") + name;
+    registry.SetString(key + "/HostName", "");
+    registry.SetString(key + "/IPAddress", "127.0.0.1");
+    registry.SetDword(key + "/PortNumber", tcpPort);
+    registry.SetDword(key + "/Protocol", 1);
+  }
+
+  /// A setting of the printer "Labels", by its path below "Settings:".
+  static OString Setting(const char* path) {
+    return OString("PRINT:Printers/Labels/PrinterDriverData/Settings/") + path;
+  }
+
+  TemporaryHome home_;
+  FakeSpooler spooler_;
+  FakePortMonitor below_;
+  PortCommands commands_;
+};
+
+}  // namespace portwise

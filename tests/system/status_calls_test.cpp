@@ -1,0 +1,168 @@
+#include <gmock/gmock.h>
+#include <winspool.h>
+
+#include <functional>
+#include <tuple>
+
+#include "tests/support/spooler_home.h"
+
+namespace portwise::test {
+namespace {
+
+using testing::HasSubstr;
+
+HANDLE Open(std::u16string name, DWORD access) {
+  PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
+  HANDLE printer = nullptr;
+  EXPECT_TRUE(OpenPrinterW(name.data(), &printer, &defaults));
+  return printer;
+}
+
+std::vector<BYTE> buffer(8192);
+
+JOB_INFO_1W ReadJob(HANDLE printer, DWORD job) {
+  DWORD needed = 0;
+  EXPECT_TRUE(GetJobW(printer, job, 1, buffer.data(), 8192, &needed));
+  return *reinterpret_cast<JOB_INFO_1W*>(buffer.data());
+}
+
+PRINTER_INFO_2W ReadPrinter(HANDLE printer) {
+  DWORD needed = 0;
+  EXPECT_TRUE(GetPrinterW(printer, 2, buffer.data(), 8192, &needed));
+  return *reinterpret_cast<PRINTER_INFO_2W*>(buffer.data());
+}
+
+template <class Info>
+LPBYTE Bytes(Info& info) {
+  return reinterpret_cast<LPBYTE>(&info);
+}
+
+LPBYTE Word(DWORD word) { return reinterpret_cast<LPBYTE>(ULONG_PTR{word}); }
+
+TEST(HostStatus, MonitorsTellOfJobs) {
+  SpoolerHome home;
+  SpoolerHome::Set("Stop At", 70000);
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer"});
+  const unsigned job = Submit("printer", Payload(200000, 7));
+  ASSERT_TRUE(Eventually([&] { return !GetJob(job).value("reason", "").empty(); }));
+  const std::string reason = GetJob(job).value("reason", "");
+  const HANDLE printer = Open(u"printer", PRINTER_ALL_ACCESS), user = Open(u"printer", PRINTER_ACCESS_USE);
+
+  std::u16string text = u"Papier fehlt – 紙切れ", other = u"EMF", name = u"renamed", bad = u"a\nb";
+  JOB_INFO_1W info = ReadJob(printer, job);
+  EXPECT_EQ(info.Status, JOB_STATUS_PRINTING);
+  info.Status = JOB_STATUS_PAPEROUT | JOB_STATUS_PAUSED | JOB_STATUS_DELETING;
+  info.pStatus = text.data();
+  info.Position = JOB_POSITION_UNSPECIFIED;
+  ASSERT_TRUE(SetJobW(printer, job, 1, Bytes(info), 0));
+  const ProgramResult jobs = RunProgram("portwise jobs");
+  EXPECT_THAT(jobs.output, HasSubstr("printing  paper-out"));
+  EXPECT_THAT(jobs.output, HasSubstr("Papier fehlt – 紙切れ; " + reason));
+  info = ReadJob(printer, job);
+  EXPECT_EQ(info.Status, JOB_STATUS_PAPEROUT);
+  EXPECT_EQ(info.pStatus, text);
+  EXPECT_EQ(info.pDocument, std::u16string(u"test"));
+
+  const std::pair<std::function<void(JOB_INFO_1W&)>, DWORD> faults[] = {
+      {[&](auto& wrong) { wrong.pDatatype = other.data(); }, ERROR_INVALID_DATATYPE},
+      {[&](auto& wrong) { wrong.pStatus = bad.data(); }, ERROR_INVALID_NAME},
+      {[](auto& wrong) { wrong.Priority = 2; }, ERROR_NOT_SUPPORTED},
+      {[](auto& wrong) { wrong.Priority = 100; }, ERROR_INVALID_PRIORITY},
+      {[](auto& wrong) { wrong.Position = 2; }, ERROR_ACCESS_DENIED}};
+  for (const auto& [change, error] : faults) {
+    JOB_INFO_1W wrong = ReadJob(user, job);
+    change(wrong);
+    EXPECT_TRUE(!SetJobW(user, job, 1, Bytes(wrong), 0) && GetLastError() == error) << error;
+  }
+  info.Position = 2;
+  for (auto [handle, number, level, bytes, error] : {std::tuple{printer, job, 1, Bytes(info), ERROR_NOT_SUPPORTED},
+                                                     {nullptr, job, 1, Bytes(info), 6},
+                                                     {printer, job, 2, Bytes(info), ERROR_INVALID_LEVEL},
+                                                     {printer, job, 1, nullptr, ERROR_INVALID_PARAMETER},
+                                                     {printer, job, 0, Bytes(info), ERROR_INVALID_PARAMETER},
+                                                     {printer, job + 1, 1, Bytes(info), 87}}) {
+    EXPECT_TRUE(!SetJobW(handle, number, static_cast<DWORD>(level), bytes, 0) &&
+                GetLastError() == static_cast<DWORD>(error))
+        << error;
+  }
+  EXPECT_EQ(ReadJob(printer, job).Status, JOB_STATUS_PAPEROUT) << "none of them changed it";
+
+  info = ReadJob(user, job);
+  info.pStatus = info.pDatatype = nullptr;
+  info.pDocument = name.data();
+  info.Status = 0;
+  ASSERT_TRUE(SetJobW(user, job, 1, Bytes(info), JOB_CONTROL_PAUSE));
+  info = ReadJob(printer, job);
+  EXPECT_EQ(info.Status, JOB_STATUS_PAUSED);
+  EXPECT_EQ(info.pDocument, name);
+  EXPECT_TRUE(info.pStatus && info.pStatus != text) << "the queue's reason";
+
+  info.Status = JOB_STATUS_OFFLINE;
+  ASSERT_TRUE(SetJobW(printer, job, 1, Bytes(info), 0));
+  EXPECT_EQ(home.Stop(), 0);
+  ASSERT_TRUE(home.Start());
+  info = ReadJob(printer, job);
+  EXPECT_EQ(info.Status, JOB_STATUS_PAUSED | JOB_STATUS_ERROR) << "held; what the monitor said is over";
+  EXPECT_EQ(info.pDocument, name);
+}
+
+TEST(HostStatus, MonitorsTellOfPrinters) {
+  SpoolerHome home;
+  ASSERT_TRUE(home.Start());
+  home.AddPort("port", {"printer", "quiet"});
+  const HANDLE printer = Open(u"PRINTER", PRINTER_ALL_ACCESS), user = Open(u"printer", PRINTER_ACCESS_USE);
+  EXPECT_THAT(RunProgram("portwise status").output, HasSubstr("printer  unknown"));
+  ASSERT_TRUE(
+      SetPrinterW(printer, 0, Word(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_DOOR_OPEN), PRINTER_CONTROL_SET_STATUS));
+  EXPECT_EQ(ReadPrinter(user).Status, PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_DOOR_OPEN);
+  std::u16string comment = u"Ribbon Low;\u00a0Dock";
+  PRINTER_INFO_2W info = ReadPrinter(printer);
+  info.pComment = comment.data();
+  info.Status = PRINTER_STATUS_PAPER_JAM;  // not in this way
+  ASSERT_TRUE(SetPrinterW(printer, 2, Bytes(info), 0));
+  const struct {
+    HANDLE printer;
+    DWORD level;
+    LPBYTE info;
+    DWORD command, error;
+  } faults[] = {
+      {nullptr, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_HANDLE},
+      {user, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_ACCESS_DENIED},
+      {user, 2, Bytes(info), 0, ERROR_ACCESS_DENIED},
+      {printer, 0, nullptr, 0, ERROR_INVALID_PRINTER_COMMAND},
+      {printer, 0, nullptr, PRINTER_CONTROL_PURGE, ERROR_INVALID_PRINTER_COMMAND},
+      {printer, 2, Bytes(info), PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_PRINTER_COMMAND},
+      {printer, 2, nullptr, 0, ERROR_INVALID_PARAMETER},
+      {printer, 3, Bytes(info), 0, ERROR_INVALID_LEVEL},
+  };
+  for (const auto& row : faults) {
+    EXPECT_FALSE(SetPrinterW(row.printer, row.level, row.info, row.command));
+    EXPECT_EQ(GetLastError(), row.error) << &row - faults;
+  }
+  EXPECT_EQ(ReadPrinter(printer).pComment, comment);
+  EXPECT_THAT(RunProgram("portwise status printer").output,
+              HasSubstr("printer  paper-out,door-open  0     Ribbon Low;\u00a0Dock\n"));
+  EXPECT_THAT(RunProgram("portwise printer show printer").output, HasSubstr("paper-out,door-open"));
+  const auto listed = nlohmann::json::parse(RunProgram("portwise status --json").output);
+  ASSERT_EQ(listed.size(), 2u);
+  EXPECT_EQ(listed[0]["statusNames"], nlohmann::json({"paper-out", "door-open"}));
+  EXPECT_FALSE(listed[1]["statusKnown"].get<bool>());
+  EXPECT_EQ(RunProgram("portwise status none").code, 1);
+  SetPrinterW(printer, 0, nullptr, PRINTER_CONTROL_SET_STATUS);
+  EXPECT_THAT(RunProgram("portwise status printer").output, HasSubstr("ready"));
+
+  ASSERT_TRUE(SetPrinterW(Open(u"quiet", PRINTER_ALL_ACCESS), 0, Word(0x80000000), PRINTER_CONTROL_SET_STATUS));
+  EXPECT_THAT(RunProgram("portwise status quiet").output, HasSubstr("2147483648"));
+  Ask({{"op", "printer-remove"}, {"name", "quiet"}});
+  Ask({{"op", "printer-add"}, {"name", "quiet"}, {"port", "port"}});
+  EXPECT_THAT(RunProgram("portwise status quiet").output, HasSubstr("unknown"));
+
+  EXPECT_EQ(home.Stop(), 0);
+  ASSERT_TRUE(home.Start());
+  EXPECT_THAT(RunProgram("portwise status printer").output,
+              AllOf(HasSubstr("unknown"), HasSubstr("Ribbon Low;\u00a0Dock")));
+}
+
+}  // namespace
+}  // namespace portwise::test
