@@ -120,6 +120,27 @@ void BM_Job_Monitor(benchmark::State& state) {
   lmClosePortW(port);
   DestroyPortList();
 }
+/// From the start of a document to its end, where the port itself takes no time.
+void BM_Job_Empty(benchmark::State& state) {
+  TemporaryHome home;
+  FakeSpooler spooler;
+  FakePortMonitor below;
+  spooler.printers["Labels"] = {"FILE:", ""};
+  CreatePortList();
+  HANDLE port = nullptr;
+  WCHAR name[] = TEXT("FILE:"), labels[] = TEXT("Labels"), document[] = TEXT("bench");
+  lmOpenPortEx2W(MonitorTable(), below.Monitor(), name, labels, &port, &below.table);
+  DWORD job = 0;
+  for (auto _ : state) {
+    DOC_INFO_1W info = {document, nullptr, nullptr};
+    lmStartDocPortW(port, labels, ++job, 1, reinterpret_cast<LPBYTE>(&info));
+    lmEndDocPortW(port);
+  }
+  lmClosePortW(port);
+  DestroyPortList();
+}
+BENCHMARK(BM_Job_Empty)->Unit(benchmark::kMicrosecond);
+
 BENCHMARK(BM_Job_Monitor)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 
 void BM_Job_bare_send(benchmark::State& state) {

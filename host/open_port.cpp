@@ -58,7 +58,7 @@ void OpenPort::End() {
 MonitorAnswer OpenPort::Ask(const std::string& value, DWORD size, bool wait) {
   MonitorAnswer answer;
   std::unique_lock lock(mutex_);
-  if (wait) changed_.wait_for(lock, kOpenTime, [this] { return tried_ || ended_; });
+  if (wait) changed_.wait_for(lock, kOpenTime, [this] { return (tried_ && !closing_) || ended_; });
   if (!port_ || closing_) {
     answer.fault = fault_;
     return answer;

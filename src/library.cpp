@@ -6,6 +6,7 @@
 #include <winsplp.h>
 
 #include "core/exception_handler.h"
+#include "core/fault_resume.h"
 #include "core/module_instance.h"
 #include "core/thread_local_singleton.h"
 #include "logging/event_log_report.h"
@@ -26,6 +27,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
   switch (reason) {
     case DLL_PROCESS_ATTACH:
       portwise::SetModuleInstance(instance);
+      // Before anything else, so that guards hold to the very end of the library.
+      portwise::PrepareFaults();
       portwise::OExceptionHandler::SetDefaultReport(&noLog);
       portwise::SetPortCommands(&portCommands);
       portwise::CreatePortList();

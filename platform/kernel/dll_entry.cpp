@@ -90,6 +90,8 @@ void UnregisterDllMain(DllEntry entry) {
     const auto found = FindEntry(Dlls().dlls, entry);
     if (found == Dlls().dlls.end()) return;
     instance = found->instance;
+    // At the end of the process nobody unloads the library, whoever gives up the last reference meanwhile.
+    if (freeing == 0) dlopen(found->path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     Dlls().dlls.erase(found);
   }
   CallFromLoader({entry, instance, DLL_PROCESS_DETACH, freeing > 0 ? nullptr : instance});

@@ -81,11 +81,15 @@ LPVOID WINAPI TlsGetValue(DWORD index) {
 
 BOOL WINAPI TlsSetValue(DWORD index, LPVOID value) {
   if (!IsAllocated(index)) return Fail(ERROR_INVALID_PARAMETER);
-  if (!values) {
-    values = new std::vector<Value>;
-    pthread_setspecific(EndKey(), values);
+  try {
+    if (!values) {
+      values = new std::vector<Value>;
+      pthread_setspecific(EndKey(), values);
+    }
+    if (index >= values->size()) values->resize(index + 1);
+  } catch (const std::bad_alloc&) {
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
   }
-  if (index >= values->size()) values->resize(index + 1);
   (*values)[index] = {generations[index].load(std::memory_order_acquire), value};
   return TRUE;
 }

@@ -59,6 +59,13 @@ LONGLONG OFile::Size() {
   return size.QuadPart;
 }
 
+bool OFile::Truncate(LONGLONG size) {
+  LARGE_INTEGER end;
+  end.QuadPart = size;
+  Discard();
+  return file_ && SetFilePointerEx(file_.Get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file_.Get());
+}
+
 bool OFile::WriteBytes(const void* bytes, size_t size) {
   if (!file_) return false;
   const auto* next = static_cast<const BYTE*>(bytes);

@@ -27,6 +27,8 @@ class OFile : public OCore::OStream {
 
   /// In bytes; -1 when the file is not open or its size cannot be had. Buffered bytes count.
   LONGLONG Size();
+  /// Cuts the file to that many bytes, and drops what is buffered; the next bytes go to its end.
+  bool Truncate(LONGLONG size);
 
  protected:
   bool WriteBytes(const void* bytes, size_t size) override;

@@ -7,7 +7,7 @@ namespace portwise::OCore {
 
 bool OStream::Write(const void* bytes, size_t size) {
   if (size > kBufferSize - buffered_ && !Flush()) return false;
-  if (size > kBufferSize) return WriteBytes(bytes, size);
+  if (size > kBufferSize) return Deliver(bytes, size);
   if (size > 0) std::memcpy(buffer_ + buffered_, bytes, size);
   buffered_ += size;
   return true;
@@ -22,7 +22,13 @@ bool OStream::WriteLine(const OString& text) { return WriteString(text) && Write
 
 bool OStream::Flush() {
   const size_t size = std::exchange(buffered_, 0);
-  return size == 0 || WriteBytes(buffer_, size);
+  return size == 0 || Deliver(buffer_, size);
+}
+
+bool OStream::Deliver(const void* bytes, size_t size) {
+  if (WriteBytes(bytes, size)) return true;
+  failed_ = true;
+  return false;
 }
 
 LONG OStream::Read(void* buffer, DWORD size) { return Flush() ? ReadBytes(buffer, size) : -1; }

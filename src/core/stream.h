@@ -24,6 +24,8 @@ class OStream {
   bool WriteString(const OString& text);
   bool WriteLine(const OString& text = OString());
   bool Flush();
+  /// Some bytes could not be delivered.
+  bool HasFailed() const { return failed_; }
 
   /// Reads up to `size` bytes, after what was written has been delivered. The number read, 0 at the end, -1 on failure.
   LONG Read(void* buffer, DWORD size);
@@ -32,13 +34,18 @@ class OStream {
   /// Delivers all the bytes, or fails.
   virtual bool WriteBytes(const void* bytes, size_t size) = 0;
   virtual LONG ReadBytes(void* buffer, DWORD size) = 0;
+  /// Forgets what is buffered.
+  void Discard() { buffered_ = 0; }
 
  private:
   static constexpr size_t kBufferSize = 1024;
 
   char buffer_[kBufferSize];
   size_t buffered_ = 0;
+  bool failed_ = false;
   UINT codePage_ = kCodePageAnsi;
+
+  bool Deliver(const void* bytes, size_t size);
 };
 
 }  // namespace portwise::OCore

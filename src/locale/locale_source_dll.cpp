@@ -1,5 +1,7 @@
 #include "locale/locale_source_dll.h"
 
+#include "locale/menu_template.h"
+
 namespace portwise {
 
 ULocaleSource_DLL::~ULocaleSource_DLL() {
@@ -28,7 +30,7 @@ HANDLE ULocaleSource_DLL::LoadHandle(ResourceKind kind, LPCWSTR name) {
     case ResourceKind::Icon:
       return LoadIconW(module_, name);
     case ResourceKind::Menu:
-      return LoadMenuW(module_, name);
+      return IsWholeMenuTemplate(GetData(RT_MENU, name), GetSize(RT_MENU, name)) ? LoadMenuW(module_, name) : nullptr;
   }
   return nullptr;
 }

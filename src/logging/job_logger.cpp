@@ -34,25 +34,25 @@ void JobLogger::AddPages(DWORD count) {
   values_.pageCount += count > static_cast<DWORD>(room) ? room : static_cast<LONG>(count);
 }
 
-void JobLogger::PageEnd(DWORD pages) {
+DWORD JobLogger::PageEnd(DWORD pages, bool further) {
   const OScopedLock lock(lock_);
-  if (values_.pageBytes <= 0) return;
+  if (pages == 0 || (values_.pageBytes <= 0 && !further)) return 0;
   const bool recorded =
       std::any_of(entries_.begin(), entries_.end(), [](const auto& entry) { return entry->log.IsOf(LogType::Pages); });
-  if (!recorded && pages > 0) {
-    // The count comes from the print data and may be anything.
-    values_.pageIndex =
-        static_cast<LONG>(std::min<LONGLONG>(LONGLONG{values_.pageIndex} + pages, std::numeric_limits<LONG>::max()));
-    values_.pageBytes = 0;
-    return;
-  }
-  for (; pages > 0; --pages) {
-    if (values_.pageIndex < std::numeric_limits<LONG>::max()) ++values_.pageIndex;
+  // The count comes from the print data and may be anything.
+  constexpr DWORD kMostAtOnce = 1000;
+  const DWORD taken = recorded ? std::min(pages, kMostAtOnce) : pages;
+  constexpr LONGLONG kLastIndex = std::numeric_limits<LONG>::max();
+  for (DWORD page = 0; recorded && page < taken; ++page) {
+    if (values_.pageIndex < kLastIndex) ++values_.pageIndex;
     for (const auto& entry : entries_) {
       if (entry->log.IsOf(LogType::Pages)) Write(*entry);
     }
     values_.pageBytes = 0;
   }
+  if (!recorded) values_.pageIndex = static_cast<LONG>(std::min(LONGLONG{values_.pageIndex} + taken, kLastIndex));
+  values_.pageBytes = 0;
+  return pages - taken;
 }
 
 void JobLogger::SetStatus(const OString& status) {

@@ -19,8 +19,9 @@ class JobLogger {
   void AddBytes(DWORD count);
   /// Pages were announced.
   void AddPages(DWORD count);
-  /// Pages ended, with all the bytes since the last end; nothing happens when that is none.
-  void PageEnd(DWORD pages);
+  /// Pages ended, with all the bytes since the last end; nothing happens when that is none. With a log of pages at most
+  /// a thousand are taken at once; the number left, for the next call, which then passes `further`.
+  DWORD PageEnd(DWORD pages, bool further = false);
   /// How the job ended, in a word; before JobEnd.
   void SetStatus(const OString& status);
   void JobEnd();

@@ -18,7 +18,11 @@ void LogFormatterFile::Write(const std::vector<logField>& fields, const LogData&
   // From the look for the file's end to the last byte: another port may be appending to the same file.
   const OScopedLock locked(*lock_);
   OFile file;
-  if (OpenFile(&file)) WriteTo(file, fields, record);
+  if (!OpenFile(&file)) return;
+  const LONGLONG size = file.Size();
+  WriteTo(file, fields, record);
+  // A part of a record would spoil the next one.
+  if (!file.Flush() || file.HasFailed()) file.Truncate(size);
 }
 
 bool LogFormatterFile::OpenFile(OFile* file) const {

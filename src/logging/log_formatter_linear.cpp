@@ -10,7 +10,7 @@ constexpr size_t kSeparatorLength = 59;
 constexpr LONG kLargestOffset = 10000;
 
 OString Padded(OString label, LONG width) {
-  const auto blanks = std::max<LONG>(1, std::min(width, kLargestOffset) - label.Length());
+  const auto blanks = std::max<LONG>(1, std::clamp<LONG>(width, 0, kLargestOffset) - label.Length());
   return label + OString(std::string(static_cast<size_t>(blanks), ' '));
 }
 

@@ -52,7 +52,7 @@ void DocumentControl::End(bool job) {
 }
 
 /// Beside the job itself, which still counts.
-bool DocumentControl::MoreJobsWait(bool job) const { return JobsQueued(port_.PrinterName()) > (job ? 1u : 0u); }
+bool DocumentControl::MoreJobsWait(bool job) const { return JobsQueued(port_.JobPrinter()) > (job ? 1u : 0u); }
 
 void DocumentControl::AbandonAll() {
   const auto endDocPort = port_.PortFunctions().pfnEndDocPort;

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "core/synchronizer.h"
 #include "query/printer_status.h"
 
 namespace portwise {
@@ -15,14 +16,18 @@ class JobMonitoring {
   explicit JobMonitoring(PortContext& port) : port_(port) {}
 
   bool IsOn() const;
+  /// For the rest of the job.
+  void SwitchOff() const;
   bool VerifiesPages() const;
   bool VerifiesJob() const;
 
   /// Lets the status monitor ask the printer, and waits for what it finds; false when the response timeout passes
-  /// first. True at once while monitoring is off. `keepPolling` leaves the status monitor the printer afterwards.
+  /// first. True at once while monitoring is off. `keepPolling` leaves the status monitor the printer afterwards. Never
+  /// under the documents' lock, which the status thread needs.
   bool RequestStatus(bool keepPolling = false) const;
 
   /// Tells the spooler the status that was found last. The thread's last error is then the status's.
+  /// When the printer may no longer be asked, monitoring ends for this job, and the status is ready.
   PrinterStatus PublishCurrent() const;
 
   /// Whether the printer is done with its pages, asked anew. When it does not answer `*failed` is set, and the failure
@@ -34,6 +39,7 @@ class JobMonitoring {
 
  private:
   PortContext& port_;
+  mutable OCriticalSection requestLock_;  // one request at a time: a request's packet may ask beside the job
 };
 
 }  // namespace portwise

@@ -9,6 +9,7 @@
 #include "monitor/job_events.h"
 #include "monitor/port_context.h"
 #include "monitor/spooler_queries.h"
+#include "settings/printer_info.h"
 
 namespace portwise {
 
@@ -30,9 +31,9 @@ bool JobSession::Start(DWORD job, DWORD level, BYTE* info) {
 }
 
 void JobSession::Begin(const OString& document) {
-  monitoringActive_ = false;
-  port_.EnsureProtocolLoaded();
-  port_.Settings().RefreshForJob(port_.PrinterName());
+  StopMonitoring();
+  port_.Plugins().EnsureProtocolLoaded(port_.JobPrinter(), port_.PortName(), port_.PrinterConnection());
+  port_.Settings().RefreshForJob(port_.JobPrinter());
   ChooseMonitoring();
   port_.Diagnostics().Reload();
   BeginRecords(document);
@@ -42,14 +43,15 @@ void JobSession::Begin(const OString& document) {
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
 }
 
-/// Without a status monitor, or a plug-in that can read this printer's status, the job is not monitored.
+/// Without a status monitor, a printer that may be asked, or a plug-in that can read its status, the job is not
+/// monitored.
 void JobSession::ChooseMonitoring() {
   if (!port_.Monitoring().IsOn()) return;
-  if (port_.Monitor().WaitStarted() && port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind())) return;
-  DriverSettings& settings = port_.Settings().OverrideForJob();
-  settings.DisableStatusMonitoring();
-  settings.SetVerifyJobComplete(false);
-  settings.SetVerifyPageComplete(false);
+  if (PrinterInfo::IsBidirectional(port_.JobPrinter()) && port_.Monitor().WaitStarted() &&
+      port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind())) {
+    return;
+  }
+  port_.Monitoring().SwitchOff();
 }
 
 void JobSession::BeginRecords(const OString& document) {
@@ -60,12 +62,12 @@ void JobSession::BeginRecords(const OString& document) {
     port_.Recorder().Start(document, port_.Settings().Values());
     recording = port_.Recorder().FilePath();
   }
-  port_.JobLog().JobStart(port_.PrinterName(), port_.PortName(), job, recording);
+  port_.JobLog().JobStart(port_.JobPrinter(), port_.PortName(), job, recording);
   port_.JobLog().Event(kJobStart.id, kJobStart.text);
   port_.Pages().BeginJob();
   if (!port_.Monitoring().IsOn()) return;
   auto record = std::make_unique<StatusRecord_Job>();
-  if (!record->FillFromSpooler(job, port_.PrinterName())) return;
+  if (!record->FillFromSpooler(job, port_.JobPrinter())) return;
   port_.Jobs().Remove(job);
   port_.Jobs().Add(std::move(record));
 }
@@ -87,7 +89,6 @@ void JobSession::BeginMonitoring() {
 /// The connection is ended before anybody is told of the job's fate: its end tells whether the printer has everything.
 /// Each step is made whatever became of those before it.
 void JobSession::End() {
-  const OScopedLock lock(port_.Documents().Lock());
   std::exception_ptr failure;
   const auto attempt = [&](auto&& step) {
     try {
@@ -98,8 +99,10 @@ void JobSession::End() {
   };
   bool delivered = false;
   ULONGLONG unconfirmed = 0;
-  const bool last = port_.Documents().Depth() <= 1;
+  // The last bytes may wait for a status, and that for the documents' lock.
   attempt([&] { delivered = port_.Path().EndJob(); });
+  const OScopedLock lock(port_.Documents().Lock());
+  const bool last = port_.Documents().Depth() <= 1;
   attempt([&] { TellPluginsOfEnd(); });
   StopMonitoring();
   attempt([&] { port_.Documents().End(true); });
@@ -119,7 +122,7 @@ void JobSession::TellPluginsOfEnd() {
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobEnd);
   if (!port_.Monitoring().IsOn() || !port_.Monitor().IsMonitoringJob()) return;
   port_.Plugin().Notify(PluginEvent::JobEnd);
-  if (JobsQueued(port_.PrinterName()) < 2) port_.Plugin().Notify(PluginEvent::LastJobEnd);
+  if (JobsQueued(port_.JobPrinter()) < 2) port_.Plugin().Notify(PluginEvent::LastJobEnd);
 }
 
 void JobSession::StopMonitoring() {
@@ -154,7 +157,7 @@ void JobSession::Leave(bool delivered, ULONGLONG unconfirmed, bool deleted) {
   if (unconfirmed > 0 && !deleted) {
     WarnOfLoss(unconfirmed);
   } else if (delivered || deleted) {
-    ControlJob(port_.PrinterName(), port_.JobId(),
+    ControlJob(port_.JobPrinter(), port_.JobId(),
                port_.PrinterConnection().IsTcp() ? JOB_CONTROL_DELETE : JOB_CONTROL_SENT_TO_PRINTER);
   } else {
     port_.Warn("The end of job " + OString::FromUnsigned(port_.JobId()) + " could not be delivered to the printer.");

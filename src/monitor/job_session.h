@@ -9,8 +9,8 @@ namespace portwise {
 
 class PortContext;
 
-/// The begin and the end of a job on a port: what is set up for it, and who is told what became of it. Under the
-/// documents' lock.
+/// The begin and the end of a job on a port: what is set up for it, and who is told what became of it. Runs
+/// under the documents' lock.
 class JobSession {
  public:
   explicit JobSession(PortContext& port) : port_(port) {}

@@ -11,7 +11,11 @@
 namespace portwise {
 
 void PageTracker::BeginJob() {
-  odometer_.Load(OpenForChanges(port_.PrinterName()).Get());
+  const OString printer = port_.JobPrinter();
+  // Totals that cannot be read are kept, but never another printer's.
+  if (printer != odometerOf_) odometer_ = std::make_unique<Odometer>();
+  odometerOf_ = printer;
+  odometer_->Load(OpenForChanges(printer).Get());
   const OScopedLock lock(lock_);
   tracking_ = false;
   blockOpen_ = false;
@@ -49,12 +53,13 @@ void PageTracker::CloseBlock() {
   if (pages == 0) return;
   CountDistance(pages, pitch);
   port_.JobLog().Event(kPageEnd.id, kPageEnd.text);
-  port_.JobLog().PageEnd(pages);
+  DWORD left = port_.JobLog().PageEnd(pages);
+  while (left > 0 && !port_.JobIsDeleted()) left = port_.JobLog().PageEnd(left, true);
 }
 
 void PageTracker::CountDistance(DWORD pages, DWORD pitch) {
-  odometer_.Add(pages, pitch);
-  odometer_.Save(OpenForChanges(port_.PrinterName()).Get());
+  odometer_->Add(pages, pitch);
+  odometer_->Save(OpenForChanges(port_.JobPrinter()).Get());
 }
 
 void PageTracker::FinishPending(bool verified) {

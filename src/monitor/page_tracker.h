@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <memory>
+
+#include "core/ostring.h"
 #include "core/synchronizer.h"
 #include "settings/odometer.h"
 
@@ -34,7 +37,8 @@ class PageTracker {
   void CountDistance(DWORD pages, DWORD pitch);
 
   PortContext& port_;
-  Odometer odometer_;
+  std::unique_ptr<Odometer> odometer_ = std::make_unique<Odometer>();
+  OString odometerOf_;  // the printer whose totals these are
   mutable OCriticalSection lock_;
   bool tracking_ = false;  // under lock_, as are the next
   bool blockOpen_ = false;

@@ -72,6 +72,10 @@ void PortContext::ClosePort() {
 
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   SetPrinterName(printer);
+  {
+    const OScopedLock lock(nameLock_);
+    jobPrinter_ = printer;
+  }
   diagnostics_.LogCall("lmStartDocPortW");
   return session_.Start(job, level, info);
 }
@@ -96,7 +100,7 @@ BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWOR
 }
 
 bool PortContext::JobIsDeleted() const {
-  return (JobStatus(PrinterName(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
+  return (JobStatus(JobPrinter(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
 }
 
 void PortContext::ExecuteRequest(std::string_view request, TextBuffer& reply) {
@@ -106,6 +110,11 @@ void PortContext::ExecuteRequest(std::string_view request, TextBuffer& reply) {
 OString PortContext::PrinterName() const {
   OScopedLock lock(nameLock_);
   return printerName_;
+}
+
+OString PortContext::JobPrinter() const {
+  const OScopedLock lock(nameLock_);
+  return JobId() != 0 ? jobPrinter_ : printerName_;
 }
 
 void PortContext::SetPrinterName(const OString& printer) {
@@ -127,7 +136,10 @@ bool PortContext::LoadPlugin() {
   return plugins_.Monitor().Load(PrinterName(), portName_, *connection_) == PluginLoad::PrinterOpened;
 }
 
-void PortContext::EnsureProtocolLoaded() { plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_); }
+/// A job keeps the plug-in that it began with.
+void PortContext::EnsureProtocolLoaded() {
+  if (JobId() == 0) plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_);
+}
 
 bool PortContext::BeginStatusDocument() {
   WCHAR name[] = TEXT("Status Monitor");

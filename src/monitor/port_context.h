@@ -66,6 +66,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   OString PortName() const override { return portName_; }
   OString PrinterName() const override;
   void SetPrinterName(const OString& printer);
+  /// The printer of the job in progress, which may be another one that shares the port; between jobs the port's.
+  OString JobPrinter() const override;
   HANDLE PortHandle() const override { return portHandle_; }
   const PortMonitorFunctions& PortFunctions() const override { return functions_; }
   void ExecuteRequest(std::string_view request, TextBuffer& reply) override;
@@ -143,7 +145,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
 
   HANDLE portHandle_ = nullptr;
   const OString portName_;
-  OString printerName_;  // under nameLock_
+  OString printerName_;  // under nameLock_, as is the next
+  OString jobPrinter_;   // of the last job
   mutable OCriticalSection nameLock_;
   PrinterPortEventLog eventLog_;
   EventLogReport faults_{&eventLog_};

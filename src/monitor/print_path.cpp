@@ -199,8 +199,8 @@ PrintPath::Verdict PrintPath::WaitForJob() {
   JobMonitoring& monitoring = port_.Monitoring();
   if (!monitoring.IsOn()) return Verdict::GoOn;
   port_.Monitor().AllowPolling(true);
-  if (JobStatus(port_.PrinterName(), port_.JobId()) == JOB_STATUS_DELETING) return Verdict::GoOn;
-  if (!monitoring.VerifiesJob() && !monitoring.VerifiesPages() && JobsQueued(port_.PrinterName()) != 1) {
+  if (JobStatus(port_.JobPrinter(), port_.JobId()) == JOB_STATUS_DELETING) return Verdict::GoOn;
+  if (!monitoring.VerifiesJob() && !monitoring.VerifiesPages() && JobsQueued(port_.JobPrinter()) != 1) {
     return Verdict::GoOn;
   }
   if (!monitoring.RequestStatus(true)) {
@@ -247,7 +247,17 @@ void PrintPath::AccountForPages(XPML_Document& document) {
 void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
   if (&document == &document_) {
     takenOfText_ = 0;
-    Deliver(document, bytes);
+    try {
+      Deliver(document, bytes);
+    } catch (...) {
+      takenOfText_ = 0;
+      throw;
+    }
+    return;
+  }
+  WriteOutcome outcome;
+  if (!AwaitRoom(bytes.size(), &outcome)) {
+    WarnOfLostPacket(bytes.size());
     return;
   }
   const OScopedLock lock(port_.Documents().Lock());
@@ -257,29 +267,27 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
     WarnOfLostPacket(bytes.size());
     return;
   }
-  WriteOutcome outcome;
-  size_t lost = 0;
+  const size_t done = writer_.WriteAdmitted(bytes, &outcome);
   try {
-    lost = bytes.size() - WriteForRequest(bytes, &outcome);
-    if (lost == 0) port_.Pages().CloseBlock();
+    if (done > 0) port_.Monitor().Touch();
+    if (done == bytes.size()) port_.Pages().CloseBlock();
   } catch (...) {
     outcome.failure = std::current_exception();
   }
   port_.Documents().End(false);
-  if (lost > 0) WarnOfLostPacket(lost);
+  if (done < bytes.size()) WarnOfLostPacket(bytes.size() - done);
   if (outcome.failure) std::rethrow_exception(outcome.failure);
 }
 
-/// The bytes written within the send timeout.
-size_t PrintPath::WriteForRequest(std::string_view bytes, WriteOutcome* outcome) {
+/// Waits within the send timeout until the printer has room. The status thread that is asked for it needs the
+/// documents' lock, so nobody may hold that meanwhile.
+bool PrintPath::AwaitRoom(size_t size, WriteOutcome* outcome) {
   const DWORD start = GetTickCount();
-  size_t done = writer_.Write(bytes, outcome);
-  while (done < bytes.size() && !silenced_ && !outcome->Failed() && GetTickCount() - start <= port_.SendTimeout()) {
+  while (!port_.Flow().Admits(size, outcome)) {
+    if (silenced_ || outcome->Failed() || GetTickCount() - start > port_.SendTimeout()) return false;
     Sleep(kPacketPause);
-    done += writer_.Write(bytes.substr(done), outcome);
   }
-  if (done > 0) port_.Monitor().Touch();
-  return done;
+  return true;
 }
 
 void PrintPath::WarnOfLostPacket(size_t lost) {

@@ -70,7 +70,7 @@ class PrintPath {
   static bool WritePlainText(XPML_Document& document, void* path);
   void Deliver(XPML_Document& document, std::string_view bytes);
   void AccountForPages(XPML_Document& document);
-  size_t WriteForRequest(std::string_view bytes, WriteOutcome* outcome);
+  bool AwaitRoom(size_t size, WriteOutcome* outcome);
   void WarnOfLostPacket(size_t lost);
   bool DeliverPending();
   size_t WriteBytes(std::string_view bytes);

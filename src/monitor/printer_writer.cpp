@@ -9,10 +9,21 @@ namespace portwise {
 
 size_t PrinterWriter::Write(std::string_view bytes, WriteOutcome* outcome) {
   if (bytes.empty() || port_.Path().IsSilenced()) return 0;
+  try {
+    if (!port_.Flow().Admits(bytes.size(), outcome)) return 0;
+  } catch (...) {
+    outcome->failure = std::current_exception();
+    return 0;
+  }
+  return WriteAdmitted(bytes, outcome);
+}
+
+size_t PrinterWriter::WriteAdmitted(std::string_view bytes, WriteOutcome* outcome) {
+  if (bytes.empty() || port_.Path().IsSilenced()) return 0;
   size_t done = 0;
   // What the connection took before it threw must not be sent again.
   try {
-    if (port_.Flow().Admits(bytes.size(), outcome)) WriteAll(bytes, &done, outcome);
+    WriteAll(bytes, &done, outcome);
   } catch (...) {
     outcome->failure = std::current_exception();
   }

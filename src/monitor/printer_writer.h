@@ -28,6 +28,8 @@ class PrinterWriter {
   /// room, or the job is being deleted. The bytes that were taken; what stopped the rest is added to `*outcome`.
   /// Nothing is written once a plug-in has reported a status. Any thread, one at a time for the time of the write.
   size_t Write(std::string_view bytes, WriteOutcome* outcome);
+  /// The same for bytes that flow control has admitted.
+  size_t WriteAdmitted(std::string_view bytes, WriteOutcome* outcome);
 
  private:
   void WriteAll(std::string_view bytes, size_t* done, WriteOutcome* outcome);

@@ -22,7 +22,7 @@ Event EventOf(const PrinterStatus& status, const PrinterStatus& before) {
 void StatusPublisher::Publish(const PrinterStatus& published) {
   // The caller's record may change meanwhile; everybody is told of one status.
   const PrinterStatus status(published);
-  const OString printer = port_.PrinterName();
+  const OString printer = port_.JobPrinter();
   const OScopedLock lock(lock_);
   const DWORD job = port_.JobId();
   if (!(status == current_) || job != lastJob_) {

@@ -14,8 +14,8 @@ class PublishingPort {
  public:
   virtual ~PublishingPort() = default;
 
-  /// The printer that the port prints to.
-  virtual OString PrinterName() const = 0;
+  /// The printer of the job in progress, between jobs the one that the port prints to.
+  virtual OString JobPrinter() const = 0;
   /// The spooler's id of the job in progress; 0 when there is none.
   virtual DWORD JobId() const = 0;
   virtual DriverSettings& SettingValues() = 0;

@@ -130,6 +130,11 @@ void QueryQueue::Abandon(DWORD run) {
   if (IsRun(run)) querying_ = false;
 }
 
+void QueryQueue::Abandon() {
+  const OScopedLock locked(lock_);
+  querying_ = false;
+}
+
 void QueryQueue::Store(std::string response) {
   ++progress_.complete;
   queries_[static_cast<size_t>(progress_.current)].response = std::move(response);

@@ -83,6 +83,8 @@ class QueryQueue {
   void CompleteAndEnd(DWORD run, std::string response);
   /// The run ends where it is.
   void Abandon(DWORD run);
+  /// The same for whatever run is in progress: nobody runs it.
+  void Abandon();
 
  private:
   bool HasEnded() const { return progress_.runStatus >= 1 && progress_.runStatus <= QueryProgress::kCancelled; }

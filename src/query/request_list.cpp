@@ -108,6 +108,7 @@ void RequestList::Purge() {
 void RequestList::BeginRun() {
   const OScopedLock locked(lock_);
   running_ = true;
+  runBegin_ = GetTickCount();
 }
 
 void RequestList::EndRun() {
@@ -122,9 +123,8 @@ bool RequestList::IsStopping() const {
 
 std::optional<QueryRequest> RequestList::TakeDue() {
   const OScopedLock locked(lock_);
-  const DWORD now = GetTickCount();
   for (const auto& request : requests_) {
-    if (!request->IsPending() || TimeUntilStart(*request, now) > 0) continue;
+    if (!request->IsPending() || TimeUntilStart(*request, runBegin_) > 0) continue;
     request->SetStatus(RequestStatus::Active);
     return *request;
   }

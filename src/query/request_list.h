@@ -49,7 +49,8 @@ class RequestList {
   void BeginRun();
   void EndRun();
   bool IsStopping() const;
-  /// The first request that is pending and due becomes active; a copy of it, or nothing.
+  /// The first request that is pending, and was due when the run began, becomes active; a copy of it, or nothing. So
+  /// one that repeats runs once in a run, however long that takes.
   std::optional<QueryRequest> TakeDue();
   /// Gives a request that was taken the status of its copy, and its response when it is complete; when it repeats it is
   /// pending again. An earlier, finished request of the same ids, which readers find first, shows the outcome too.
@@ -64,6 +65,7 @@ class RequestList {
   mutable OCriticalSection lock_;
   Requests requests_;
   ULONGLONG serial_ = 0;
+  DWORD runBegin_ = 0;  // tick count
   bool running_ = false;
   bool stopping_ = false;
 };

@@ -68,6 +68,7 @@ bool StatusMonitor::FollowSettings() {
   const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
   mode_ = mode;
   if (switchedOff || left) SetStatusReady();
+  if (!bidirectional) queue_.Abandon();
   return bidirectional;
 }
 
@@ -129,20 +130,35 @@ bool StatusMonitor::UseConnection(bool pollDue) {
 void StatusMonitor::AskPrinter(bool pollDue) {
   Connection& connection = host_.PrinterConnection();
   const bool ownChannel = connection.IsTcp() && host_.Plugin().HasStatusChannel();
-  if (ownChannel) {
-    connection.Close();
-    connection.OpenStatus();
+  bool polled = false;
+  // Print data must not find the status channel open, whatever happens here.
+  try {
+    if (ownChannel) connection.Close();
+    if (!ownChannel || connection.OpenStatus()) {
+      Exchange(pollDue, &polled);
+    } else if (pollDue && !connection.Open()) {
+      SetStatusOffline();
+    }
+  } catch (...) {
+    RestoreConnection(ownChannel, polled);
+    throw;
   }
+  RestoreConnection(ownChannel, polled);
+}
+
+void StatusMonitor::Exchange(bool pollDue, bool* polled) {
   host_.EnsureProtocolLoaded();
   engine_.RunRequests();
-  bool polled = false;
   if (IsQuerying()) {
     engine_.RunQueryQueue();
   } else if (pollDue) {
     startDocFailed_ = false;
-    PollStatus();
-    polled = true;
+    *polled = PollStatus();
   }
+}
+
+void StatusMonitor::RestoreConnection(bool ownChannel, bool polled) {
+  Connection& connection = host_.PrinterConnection();
   const bool lost = connection.IsTcp() && polled && status_.IsOffline();
   if (lost) connection.SetKeepOpen(false);
   if (!ownChannel && !lost) return;
@@ -150,18 +166,18 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   connection.Open();
 }
 
-void StatusMonitor::PollStatus() {
-  if (!pollingAllowed_) return;
+bool StatusMonitor::PollStatus() {
+  if (!pollingAllowed_) return false;
   if (host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0) {
     SetStatusOffline();
-    return;
+    return true;
   }
   if (IsMonitoringJob() && !host_.IsFirstWritePending()) PaceDuringJob();
   lastPoll_ = GetTickCount();
   PrinterStatus status = status_;
-  switch (poll_.Ask(statusResponseTimeout_, &status)) {
+  switch (poll_.Ask(statusResponseTimeout_, status, [this](const PrinterStatus& found) { SetStatus(found); })) {
     case StatusPoll::Result::Answered:
-      SetStatus(status);
+      TellStatusWaiters();
       break;
     case StatusPoll::Result::Offline:
       SetStatusOffline();
@@ -169,6 +185,7 @@ void StatusMonitor::PollStatus() {
     case StatusPoll::Result::Nothing:
       break;
   }
+  return true;
 }
 
 /// One interval lies between two polls. A printer that has just been given print data gets it to look at the data, as

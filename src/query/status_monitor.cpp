@@ -1,5 +1,6 @@
 #include "query/status_monitor.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace portwise {
@@ -12,7 +13,8 @@ constexpr DWORD kStartWait = 60000;  // ms, as are all below
 constexpr DWORD kLoadPause = 100;
 constexpr DWORD kLoadPatience = 30000;  // while the printer cannot be opened
 constexpr DWORD kFailurePause = 1000;
-constexpr DWORD kDemand = 10000;  // for which a client's look at the status lasts
+constexpr DWORD kShortestInterval = 100;  // whatever the settings say
+constexpr DWORD kDemand = 10000;          // for which a client's look at the status lasts
 
 }  // namespace
 
@@ -30,7 +32,7 @@ bool StatusMonitor::Start() {
   if (!startEvent_ || !wake_) return false;
   running_ = true;
   wasStarted_ = thread_.Start([](void* self) { static_cast<StatusMonitor*>(self)->ThreadProc(); }, this);
-  running_ = running_ && wasStarted_;
+  if (!wasStarted_) running_ = false;
   return wasStarted_;
 }
 
@@ -74,24 +76,27 @@ void StatusMonitor::SetStatus(const PrinterStatus& status) {
   const OScopedLock lock(statusLock_);
   status_ = status;
   host_.Publish(status);
-  SetEvent(host_.Events().StatusUpdated());
 }
 
-void StatusMonitor::SetStatusReady() { SetStatus(PrinterStatus(kStatusReady)); }
+void StatusMonitor::SetStatusReady() {
+  SetStatus(PrinterStatus(kStatusReady));
+  TellStatusWaiters();
+}
 
-void StatusMonitor::SetStatusOffline() { SetStatus(PrinterStatus(kStatusOffline)); }
+void StatusMonitor::SetStatusOffline() {
+  SetStatus(PrinterStatus(kStatusOffline));
+  TellStatusWaiters();
+}
 
 DWORD StatusMonitor::PollingInterval() {
   DriverSettings& settings = host_.SettingValues();
-  return IsMonitoringJob() ? settings.GetActivePollingInterval() : settings.GetIdlePollingInterval();
+  const DWORD interval = IsMonitoringJob() ? settings.GetActivePollingInterval() : settings.GetIdlePollingInterval();
+  return std::max(interval, kShortestInterval);
 }
 
 void StatusMonitor::ThreadProc() {
   const auto guard = host_.MakeGuard("StatusMonitor::ThreadProc");
-  RunGuarded(*guard, [this] {
-    LoadPlugin();
-    return TRUE;
-  });
+  LoadPlugin(*guard);
   SetEvent(startEvent_.Get());
   while (running_) {
     const BOOL sound = RunGuarded(*guard, [this] {
@@ -108,21 +113,22 @@ void StatusMonitor::ThreadProc() {
   });
 }
 
-void StatusMonitor::LoadPlugin() {
+void StatusMonitor::LoadPlugin(OExceptionHandler& guard) {
   const DWORD begin = GetTickCount();
   while (running_) {
-    if (host_.LoadPlugin()) {
-      host_.RefreshPrinter();
+    // A plug-in that fails may do better the next time, as a printer that cannot be opened.
+    if (RunGuarded(guard, [this] { return host_.LoadPlugin() ? TRUE : FALSE; })) {
       started_ = host_.PrinterConnection().GetKind() != ConnectionKind::Generic;
       break;
     }
     if (GetTickCount() - begin >= kLoadPatience) break;
     WaitAwake(kLoadPause);
   }
-  running_ = running_ && started_;
+  if (!started_) running_ = false;
 }
 
 void StatusMonitor::EndThread() {
+  queue_.Abandon();
   if (!status_.IsReady()) SetStatusReady();
   if (host_.PrinterConnection().IsTcp()) host_.PrinterConnection().Close();
   host_.UnloadPlugin();

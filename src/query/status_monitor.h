@@ -50,12 +50,13 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void ResetQueries() override { queue_.Reset(); }
   bool QueriesAdded() override { return queue_.QueriesAdded(); }
   void ClearQueriesAdded() override { queue_.ClearQueriesAdded(); }
-  bool BeginQueries() override { return queue_.BeginQueries(); }
+  /// Also false when there is no thread to run them, or it may not ask the printer.
+  bool BeginQueries() override { return started_ && bidirectional_ && queue_.BeginQueries(); }
   bool IsQuerying() override { return queue_.IsQuerying(); }
 
  private:
   void ThreadProc();
-  void LoadPlugin();
+  void LoadPlugin(OExceptionHandler& guard);
   void EndThread();
 
   /// The steps of a cycle. The thread's alone, as what they work on.
@@ -66,7 +67,10 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void WaitForTurn();
   bool UseConnection(bool pollDue);
   void AskPrinter(bool pollDue);
-  void PollStatus();
+  void Exchange(bool pollDue, bool* polled);
+  void RestoreConnection(bool ownChannel, bool polled);
+  /// False when the printer was not asked.
+  bool PollStatus();
   void PaceDuringJob();
   DWORD PollingInterval();
   /// Waits to be woken, or for an event of the port's, and remembers when a status was requested.
@@ -74,7 +78,9 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void WaitForEvents(DWORD milliseconds);
   void Wake() { SetEvent(wake_.Get()); }
 
+  /// Makes it known; those who wait for a status are told with TellStatusWaiters.
   void SetStatus(const PrinterStatus& status);
+  void TellStatusWaiters() { SetEvent(host_.Events().StatusUpdated()); }
   void SetStatusReady();
 
   Connection& PrinterConnection() override { return host_.PrinterConnection(); }

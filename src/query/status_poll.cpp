@@ -1,5 +1,6 @@
 #include "query/status_poll.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "query/query_exchange.h"
@@ -9,6 +10,7 @@
 namespace portwise {
 namespace {
 
+constexpr size_t kLongestAnswer = 65536;
 constexpr DWORD kReadPause = 100;      // ms
 constexpr DWORD kParallelPause = 100;  // ms that a parallel printer needs before it answers
 
@@ -31,10 +33,12 @@ std::optional<PrinterStatus> CodesOf(const PluginStatus& told) {
 
 }  // namespace
 
-StatusPoll::Result StatusPoll::Ask(DWORD timeout, PrinterStatus* status) {
+StatusPoll::Result StatusPoll::Ask(DWORD timeout, const PrinterStatus& status,
+                                   const std::function<void(const PrinterStatus&)>& publish) {
   PluginStatus told;
   if (host_.Plugin().StatusWithoutRequest(&told)) {
-    if (const auto codes = CodesOf(told)) *status = *codes;
+    host_.TakeRoom(told);
+    publish(CodesOf(told).value_or(status));
     return Result::Answered;
   }
   const std::string request = BuildRequest();
@@ -46,7 +50,13 @@ StatusPoll::Result StatusPoll::Ask(DWORD timeout, PrinterStatus* status) {
   };
   if (!send()) return IsDisconnected() ? Result::Offline : Result::Nothing;
   if (host_.PrinterConnection().IsParallel()) Sleep(kParallelPause);
-  if (Receive(timeout, status)) return Result::Answered;
+  PrinterStatus found(status);
+  bool whole = false;
+  if (Receive(timeout, &found, &whole)) {
+    publish(found);
+    if (whole) host_.Plugin().Notify(PluginEvent::StatusAnswered);
+    return Result::Answered;
+  }
   return IsKnownBidirectional() && !traffic_.IsStopping() ? Result::Offline : Result::Nothing;
 }
 
@@ -59,7 +69,8 @@ std::string StatusPoll::BuildRequest() {
   return request;
 }
 
-bool StatusPoll::Receive(DWORD timeout, PrinterStatus* status) {
+/// `*whole` tells that the printer had no more to say.
+bool StatusPoll::Receive(DWORD timeout, PrinterStatus* status, bool* whole) {
   char buffer[QueryExchange::kReadSize];
   std::string received;
   bool silent = true;
@@ -71,10 +82,9 @@ bool StatusPoll::Receive(DWORD timeout, PrinterStatus* status) {
       silent = false;
       lastAnswer = GetTickCount();
       received.append(buffer, count);
-      if (TakeAnswers(&received, status)) {
-        if (count < sizeof buffer) host_.Plugin().Notify(PluginEvent::StatusAnswered);
-        return true;
-      }
+      *whole = count < sizeof buffer;
+      if (TakeAnswers(&received, status)) return true;
+      if (received.size() > kLongestAnswer) return false;
     } else {
       if (silent) host_.Plugin().Notify(PluginEvent::NothingRead);
       Sleep(kReadPause);
@@ -103,18 +113,19 @@ bool StatusPoll::TakeAnswers(std::string* received, PrinterStatus* status) {
 bool StatusPoll::IsDisconnected() { return host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0; }
 
 bool StatusPoll::IsKnownBidirectional() {
-  if (known_ == Known::NotLoaded) {
+  const OString printer = host_.PrinterName();
+  if (printer_ != printer) {
     const Setting& setting = FindSetting(SettingId::KnownBidirectional);
-    const bool known = PrinterRegistry(host_.PrinterName()).GetBool(setting.path, setting.number != 0);
-    known_ = known ? Known::Yes : Known::No;
+    known_ = PrinterRegistry(printer).GetBool(setting.path, setting.number != 0);
+    printer_ = printer;
   }
-  return known_ == Known::Yes;
+  return known_;
 }
 
 void StatusPoll::LearnBidirectional() {
   if (IsKnownBidirectional()) return;
   PrinterRegistry(host_.PrinterName()).SetBool(FindSetting(SettingId::KnownBidirectional).path, true);
-  known_ = Known::Yes;
+  known_ = true;
 }
 
 }  // namespace portwise

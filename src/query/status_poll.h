@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 
 #include "query/printer_status.h"
@@ -22,18 +23,13 @@ class StatusPoll {
 
   StatusPoll(StatusHost& host, QueryHost& traffic) : host_(host), traffic_(traffic) {}
 
-  /// Asks, and waits at most `timeout` milliseconds after the last byte for an answer. Its codes, if it holds any,
-  /// replace `*status`.
-  Result Ask(DWORD timeout, PrinterStatus* status);
-
-  /// Another printer's answers are not known.
-  void ForgetPrinter() { known_ = Known::NotLoaded; }
+  /// Asks, and waits at most `timeout` milliseconds after the last byte for an answer. `publish` is given the status
+  /// that it holds, or `status` when it holds none, before the plug-in learns that the exchange is over.
+  Result Ask(DWORD timeout, const PrinterStatus& status, const std::function<void(const PrinterStatus&)>& publish);
 
  private:
-  enum class Known { NotLoaded, No, Yes };
-
   std::string BuildRequest();
-  bool Receive(DWORD timeout, PrinterStatus* status);
+  bool Receive(DWORD timeout, PrinterStatus* status, bool* whole);
   bool TakeAnswers(std::string* received, PrinterStatus* status);
   bool IsDisconnected();
   bool IsKnownBidirectional();
@@ -41,7 +37,8 @@ class StatusPoll {
 
   StatusHost& host_;
   QueryHost& traffic_;
-  Known known_ = Known::NotLoaded;
+  OString printer_;  // of which the next tells
+  bool known_ = false;
 };
 
 }  // namespace portwise

@@ -14,14 +14,15 @@ constexpr SettingId kLastOfDriver = SettingId::IdlePollingInterval;
 
 /// Their keys in the cache.
 const SettingKey& KeyOf(SettingId id) {
-  static const std::vector<SettingKey> keys = [] {
+  // Never destroyed: ports may be closed after the library's static objects are gone.
+  static const std::vector<SettingKey>& keys = *new std::vector<SettingKey>([] {
     const OString root("Settings:");
     std::vector<SettingKey> made;
     for (int index = 0; index <= static_cast<int>(kLastOfDriver); ++index) {
       made.emplace_back(OString(FindSetting(static_cast<SettingId>(index)).path).Mid(root.Length()));
     }
     return made;
-  }();
+  }());
   return keys[static_cast<size_t>(id)];
 }
 

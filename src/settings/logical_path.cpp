@@ -12,7 +12,8 @@ struct Root {
 };
 
 const Root* Roots() {
-  static const Root roots[] = {
+  // Never destroyed: ports may be closed after the library's static objects are gone.
+  static const Root* const roots = new Root[4]{
       {HKEY_CLASSES_ROOT, OString("HKEY_CLASSES_ROOT"), OString("0:")},
       {HKEY_CURRENT_USER, OString("HKEY_CURRENT_USER"), OString("1:")},
       {HKEY_LOCAL_MACHINE, OString("HKEY_LOCAL_MACHINE"), OString("2:")},

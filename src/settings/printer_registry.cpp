@@ -6,7 +6,11 @@ namespace portwise {
 namespace {
 
 const RootRow (&PrinterRootRows())[12] {
-  static const RootRow rows[] = {
+  // Never destroyed: ports may be closed after the library's static objects are gone.
+  struct Table {
+    RootRow rows[12];
+  };
+  static const Table& table = *new Table{{
       {"STOCK:", "LOCAL:Paper Sizes"},
       {"SETTINGS:", "DATA:Settings"},
       {"SECURITY:", "DATA:Security"},
@@ -19,8 +23,8 @@ const RootRow (&PrinterRootRows())[12] {
       {"MODEL:", "PRINT:Printers/[PRINTER]/PrinterDriverData/Model"},
       {"MONITOR:", "PRINT:Monitors/Corvane Network Monitor"},
       {"NETWORK:", "LOCAL:Network/@[SERVER]"},
-  };
-  return rows;
+  }};
+  return table.rows;
 }
 
 /// Where the keys of another computer's printers lie instead.
@@ -29,12 +33,16 @@ struct Redirection {
   OString to;  // below the current user's part; "%3A" is a colon in the key's name
 };
 const Redirection (&Redirections())[3] {
-  static const Redirection rows[] = {
+  // Never destroyed: ports may be closed after the library's static objects are gone.
+  struct Table {
+    Redirection rows[3];
+  };
+  static const Table& table = *new Table{{
       {"2:SYSTEM/CurrentControlSet/Control/Print", "PRINT%3A"},
       {"2:SOFTWARE/Corvane/Drivers", "LOCAL%3A"},
       {"1:SOFTWARE/Corvane/Drivers", "USER%3A"},
-  };
-  return rows;
+  }};
+  return table.rows;
 }
 
 /// Whether `component` with the separator in front of it is a whole component of the key.

@@ -11,7 +11,11 @@ namespace {
 constexpr DWORD kNameUnits = ORegistry::kMaxNameUnits + 1;
 
 const RootRow (&RootRows())[9] {
-  static const RootRow rows[] = {
+  // Never destroyed: ports may be closed after the library's static objects are gone.
+  struct Table {
+    RootRow rows[9];
+  };
+  static const Table& table = *new Table{{
       {"CLASSES_ROOT:", "0:"},
       {"CURRENT_USER:", "1:"},
       {"LOCAL_MACHINE:", "2:"},
@@ -21,8 +25,8 @@ const RootRow (&RootRows())[9] {
       {"GLOBAL:", "2:SOFTWARE/Corvane/Drivers/Global Settings"},
       {"CONTROL:", "2:SYSTEM/CurrentControlSet/Control"},
       {"PRINT:", "2:SYSTEM/CurrentControlSet/Control/Print"},
-  };
-  return rows;
+  }};
+  return table.rows;
 }
 
 DWORD TextBytes(WideView text) { return static_cast<DWORD>(text.size() * sizeof(WCHAR)); }
@@ -245,8 +249,8 @@ bool ORegistry::Delete(const OString& path, bool recursive) const {
   OString name = path;
   if (!Resolve(&key, &name)) return false;
   const OString full = ChildPath(key, name);
-  // An empty name is the key's default value, and never the key itself.
-  if (name.IsEmpty() || !GetKeyInfo(full)) return DeleteValue(key, name);
+  // An empty name is the key's default value, and never the key itself. No key has a backslash in its name.
+  if (name.IsEmpty() || name.Find('\\') >= 0 || !GetKeyInfo(full)) return DeleteValue(key, name);
   if (recursive) {
     // What is below goes only when the key itself can go.
     if (!OpenKey(key, false)) return false;

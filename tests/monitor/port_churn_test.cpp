@@ -86,8 +86,11 @@ TEST(PortChurn, NothingStaysBehindOfTenThousandOpens) {
     ASSERT_TRUE(lmClosePortW(port)) << round;
     below.calls.clear();
   }
-  EXPECT_EQ(Holdings().handles, before.handles);
-  EXPECT_EQ(Holdings().threads, before.threads);
+  // The last thread may still be on its way out, as one may have been before.
+  for (int i = 0; i < 200 && (Holdings().threads > before.threads || Holdings().handles > before.handles); ++i)
+    Sleep(10);
+  EXPECT_LE(Holdings().handles, before.handles);
+  EXPECT_LE(Holdings().threads, before.threads);
   EXPECT_EQ(Holdings().ports, 0);
   over = true;
   prints.join();

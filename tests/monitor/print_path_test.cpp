@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <thread>
 
 #include "tests/support/fake_job_monitor.h"
 #include "tests/support/fake_plugins.h"
@@ -28,13 +29,13 @@ class PrintPathTest : public MonitorFixture {
  protected:
   PrintPathTest() {
     platform::SetTimeScale(20);
-    spooler_.printers["Labels"] = {"COM1:", "", {{"jobs", 1}}};
+    spooler_.printers["Labels"] = {"COM1:", "", {{"jobs", 1}, {"attributes", PRINTER_ATTRIBUTE_ENABLE_BIDI}}};
     Set("Status/Status Monitoring Mode", 2);
     Set("Status/Response Timeout", 500);
     Set("Status/Send Timeout", 1000);
     handle_ = Open("COM1:");
     port_ = static_cast<PortContext*>(handle_);
-    monitor_ = std::make_unique<FakeJobMonitor>(port_->Events());
+    monitor_ = std::make_unique<FakeJobMonitor>(port_->Events(), port_->DocumentLock());
     plugin_.statusKinds = 0xFFFF;
     port_->SetMonitor(*monitor_, plugin_);
   }
@@ -223,6 +224,24 @@ TEST_F(PrintPathTest, SendsWhatThePrinterHasRoomFor) {
   EXPECT_EQ(Drive(kEnd), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_THAT(below_.output, ::testing::EndsWith("largetiny"));
+}
+
+TEST_F(PrintPathTest, DeliversTheLastBytesOnceThereIsRoom) {
+  plugin_.bufferSpace = true;
+  ASSERT_TRUE(Start(handle_, 1));
+  port_->Flow().Set(5, 0);
+  EXPECT_EQ(Drive(Page(1) + "12345"), 0u);
+  DWORD written = 0;
+  EXPECT_TRUE(Write(handle_, "678", &written));
+  EXPECT_EQ(written, 3u);
+  std::thread printer([this] {
+    Sleep(300);
+    port_->Flow().Set(100, 0);
+  });
+  EXPECT_TRUE(lmEndDocPortW(handle_)) << "asks while the status thread needs the documents' lock";
+  printer.join();
+  EXPECT_EQ(below_.output, "12345678");
+  EXPECT_THAT(monitor_->TakeJournal(), ::testing::Not(::testing::Contains("offline")));
 }
 
 TEST_F(PrintPathTest, DropsWhatFollowsAPlugInsStatus) {

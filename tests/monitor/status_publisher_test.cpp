@@ -26,7 +26,7 @@ PrinterStatus StatusOf(const Codes& codes) {
 }
 
 struct FakePort final : PublishingPort {
-  OString PrinterName() const override { return "Labels"; }
+  OString JobPrinter() const override { return "Labels"; }
   DWORD JobId() const override { return job; }
   /// Gives others time between two steps of a publication.
   DriverSettings& SettingValues() override {

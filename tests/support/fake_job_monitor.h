@@ -18,7 +18,9 @@ class FakeJobMonitor final : public JobMonitor {
  public:
   static constexpr DWORD kNoAnswer = 0xFFFFFFFF;
 
-  explicit FakeJobMonitor(StatusEvents& events) : events_(events), thread_([this] { AnswerRequests(); }) {}
+  /// Answers while it holds `lock`, as the status thread does.
+  FakeJobMonitor(StatusEvents& events, OCriticalSection& lock)
+      : events_(events), lock_(lock), thread_([this] { AnswerRequests(); }) {}
   ~FakeJobMonitor() override { Stop(); }
 
   /// Before the events go.
@@ -79,6 +81,7 @@ class FakeJobMonitor final : public JobMonitor {
     for (;;) {
       WaitForSingleObject(events_.StatusRequest(), INFINITE);
       if (stopping_) return;
+      const OScopedLock held(lock_);
       Say(polling_ ? "request" : "request while polling is not allowed");
       {
         const std::lock_guard lock(mutex_);
@@ -92,6 +95,7 @@ class FakeJobMonitor final : public JobMonitor {
   }
 
   StatusEvents& events_;
+  OCriticalSection& lock_;
   std::mutex mutex_;
   std::vector<std::string> journal_;
   std::vector<DWORD> statuses_{1};

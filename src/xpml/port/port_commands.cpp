@@ -4,6 +4,7 @@
 #include "xpml/document.h"
 #include "xpml/port/print_commands.h"
 #include "xpml/port/query_commands.h"
+#include "xpml/port/state_command.h"
 
 namespace portwise {
 namespace {
@@ -24,6 +25,7 @@ constexpr PortCommand kCommands[] = {
 void PortCommands::RegisterOn(XPML_Document& document, PortContext* port) {
   for (const PortCommand& command : kCommands) document.RegisterHandler(command.path, command.run, port);
   RegisterQueryCommands(document, *port);
+  document.RegisterHandler("/state", RunState, port);
 }
 
 }  // namespace portwise

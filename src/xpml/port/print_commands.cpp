@@ -22,8 +22,10 @@ PortContext& PortOf(void* context) { return *static_cast<PortContext*>(context);
 }  // namespace
 
 bool RunPacket(XPML_Document& document, void* port) {
-  PortOf(port).Path().WritePacket(document, document.CurrentText().View());
-  document.CurrentText().Clear();
+  // What is taken must not come again, even when the printing fails.
+  TextBuffer content(TextBuffer::kNoLimit);
+  content.Swap(document.CurrentText());
+  PortOf(port).Path().WritePacket(document, content.View());
   return true;
 }
 
