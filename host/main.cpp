@@ -78,6 +78,7 @@ int RunSpooler() {
     Complain(why);
   }
   auto limit = std::chrono::steady_clock::now() + kStopTime;
+  spooler->BeginStop();
   bool ended = (!server || server->Stop(limit));
   ended = spooler->Stop(limit) && ended;
   // Threads that are still in the monitor use everything that destructors would take away. What they were at is on

@@ -87,14 +87,19 @@ void PortQueues::CloseUnused(const std::string& port) {
   queue->WaitStopped();
 }
 
+void PortQueues::BeginStop() {
+  std::lock_guard lock(mutex_);
+  stopped_ = true;
+  for (auto& [port, queue] : queues_) queue->Stop();
+}
+
 bool PortQueues::Stop(std::chrono::steady_clock::time_point limit) {
+  BeginStop();
   std::map<std::u16string, std::shared_ptr<PortQueue>> queues;
   {
     std::lock_guard lock(mutex_);
-    stopped_ = true;
     queues.swap(queues_);
   }
-  for (auto& [port, queue] : queues) queue->Stop();
   bool ended = true;
   for (auto& [port, queue] : queues) {
     if (queue->WaitStopped(limit)) continue;

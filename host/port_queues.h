@@ -26,6 +26,8 @@ class PortQueues {
   void Reopen(const std::string& port);
   /// Ends the queue of a port that no printer uses any more, and waits until the port is closed.
   void CloseUnused(const std::string& port);
+  /// Has all queues stop at their jobs' next buffer; none starts after that. Does not wait.
+  void BeginStop();
   /// Ends all queues; none starts after that. False when some are still in the monitor at `limit`: they go on, and
   /// nothing that they use may be destroyed.
   bool Stop(std::chrono::steady_clock::time_point limit);

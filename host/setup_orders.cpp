@@ -105,6 +105,9 @@ Message Spooler::PrinterAdd(const Message& request) {
   if (FindPrinter(printer.name))
     throw OrderError(ERROR_PRINTER_ALREADY_EXISTS, "there is a printer " + printer.name + " already");
   printer.port = RequirePort(TextOf(order, "port")).name;
+  // A driver brings a language monitor, which talks with the printer.
+  if (!TextOf(order, "driver").empty() || !TextOf(order, "driverName").empty())
+    printer.attributes |= PRINTER_ATTRIBUTE_ENABLE_BIDI;
   Apply(request, &printer);
   RequireSaved(SavePrinter(printer));
   queues_.Dispatch();

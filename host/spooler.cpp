@@ -46,8 +46,14 @@ std::unique_ptr<Spooler> Spooler::Start(const std::string& home, std::string* wh
 Spooler::Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobStore> store)
     : monitor_(std::move(monitor)), store_(std::move(store)), queues_(*monitor_, *store_) {}
 
-bool Spooler::Stop(std::chrono::steady_clock::time_point limit) {
+void Spooler::BeginStop() {
+  // First, or the next job would begin, only to find that it may not wait.
+  queues_.BeginStop();
   EndPortWaits();
+}
+
+bool Spooler::Stop(std::chrono::steady_clock::time_point limit) {
+  BeginStop();
   if (!queues_.Stop(limit)) return false;
   monitor_->Shutdown();
   platform::SetLocalSpooler(nullptr);

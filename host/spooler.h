@@ -32,6 +32,8 @@ class Spooler final : public platform::SpoolerService {
   /// Brings a job that was committed to its port.
   void JobArrived(DWORD job);
 
+  /// Ends what waits in the ports, so that the orders of clients come to their end. No job begins after that.
+  void BeginStop();
   /// Jobs in progress stop at their next buffer, ports are closed. False when the monitor does not return by `limit`;
   /// the spooler must then live until the process ends.
   bool Stop(std::chrono::steady_clock::time_point limit);

@@ -3,7 +3,9 @@
 
 Each job is some hundred KB of print data, binary images included, with XPML sections in it. The sections lie across
 the borders of the 64 KiB buffers that the spooler passes on, every time at another place: inside "<xpml>", a tag, an
-attribute, an entity, the content, an end tag. Beside NAME.job stands NAME.plain: what has to reach the printer."""
+attribute, an entity, the content, an end tag. Beside NAME.job stands NAME.plain: what has to reach the printer.
+
+pages.job has 20 pages, each announced to the monitor and printed by a command of the simulated printer."""
 
 import pathlib
 import random
@@ -40,6 +42,15 @@ def job(index, size, rng):
     return bytes(mixed), bytes(plain)
 
 
+def page_job(count, rng):
+    plain, mixed = bytearray(), bytearray()
+    for number in range(1, count + 1):
+        data = label(number, rng).replace(b"\x1b", b".") + b"\x1b!PG0001\r\n"
+        mixed += b"<xpml><page quantity='1' pitch='2in'/></xpml>" + data
+        plain += data
+    return bytes(mixed + b"<xpml><end/></xpml>"), bytes(plain)
+
+
 def main():
     folder, count = pathlib.Path(sys.argv[1]), int(sys.argv[2])
     rng = random.Random(2026)
@@ -47,6 +58,9 @@ def main():
         mixed, plain = job(index, rng.randrange(200_000, 700_000), rng)
         (folder / f"labels-{index + 1}.job").write_bytes(mixed)
         (folder / f"labels-{index + 1}.plain").write_bytes(plain)
+    mixed, plain = page_job(20, rng)
+    (folder / "pages.job").write_bytes(mixed)
+    (folder / "pages.plain").write_bytes(plain)
 
 
 main()

@@ -33,20 +33,26 @@ Json Client::AskList(const Json& order) {
   return list;
 }
 
-void PrintTable(const std::vector<std::vector<std::string>>& rows) {
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows) {
   auto width = [](const std::string& cell) { return platform::ToUtf16(cell).size(); };
   std::vector<std::size_t> widths(rows.front().size());
   for (const auto& row : rows) {
     for (std::size_t column = 0; column < row.size(); ++column)
       widths[column] = std::max(widths[column], width(row[column]));
   }
+  std::vector<std::string> lines;
   for (const auto& row : rows) {
     std::string line;
     for (std::size_t column = 0; column < row.size(); ++column)
       line += row[column] + std::string(widths[column] - width(row[column]) + 2, ' ');
     line.erase(line.find_last_not_of(' ') + 1);
-    std::puts(line.c_str());
+    lines.push_back(line);
   }
+  return lines;
+}
+
+void PrintTable(const std::vector<std::vector<std::string>>& rows) {
+  for (const std::string& line : FormatTable(rows)) std::puts(line.c_str());
 }
 
 void PrintJson(const Json& value) { std::puts(value.dump(2, ' ', false, Json::error_handler_t::replace).c_str()); }

@@ -11,7 +11,13 @@ namespace portwise {
 /// What a command tells its user on standard error before the program ends with a failure.
 class CommandError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit CommandError(const std::string& what, int exitCode = 1) : std::runtime_error(what), exitCode_(exitCode) {}
+
+  /// The exit code of the program.
+  int ExitCode() const { return exitCode_; }
+
+ private:
+  int exitCode_;
 };
 
 /// Orders to the running spooler, all over one connection.
@@ -28,6 +34,8 @@ class Client {
   platform::SpoolerConnection connection_;
 };
 
+/// A line for each row, with the columns aligned.
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows);
 /// Writes rows with their columns aligned to standard output; the first row is the heading.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
 void PrintJson(const nlohmann::json& value);

@@ -16,5 +16,6 @@ void AddRegistryFileCommands(CLI::App& registry);
 void AddEventCommand(CLI::App& app);
 void AddLogCommands(CLI::App& app);
 void AddXpmlCommand(CLI::App& app);
+void AddQueryCommand(CLI::App& app);
 
 }  // namespace portwise

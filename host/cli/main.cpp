@@ -41,10 +41,14 @@ int main(int argc, char** argv) {
   portwise::AddEventCommand(app);
   portwise::AddLogCommands(app);
   portwise::AddXpmlCommand(app);
+  portwise::AddQueryCommand(app);
   try {
     const int code = Parse(app, argc, argv);
     portwise::FlushOutput();
     return code;
+  } catch (const portwise::CommandError& error) {
+    std::fprintf(stderr, "portwise: %s\n", error.what());
+    return error.ExitCode();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "portwise: %s\n", error.what());
     return 1;

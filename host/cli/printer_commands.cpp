@@ -4,6 +4,7 @@
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
 #include "host/cli/parse.h"
+#include "host/cli/printer_settings.h"
 #include "host/cli/status_command.h"
 
 namespace portwise {
@@ -12,10 +13,13 @@ using Json = nlohmann::json;
 
 namespace {
 
+/// Where the settings lie among the printer's data.
+constexpr char kSettingsKey[] = "PrinterDriverData/Settings/";
+
 struct PrinterArguments {
   std::string name;
   std::string port, driver, driverName, dataFile, server, share, comment, location, attributes;
-  std::vector<std::string> data, removedData;
+  std::vector<std::string> data, removedData, settings, removedSettings;
   bool json = false;
 };
 
@@ -40,15 +44,41 @@ Json DataOrder(const char* operation, const std::string& printer, const PrinterD
   return {{"op", operation}, {"printer", printer}, {"key", data.key}, {"value", data.value}, {"type", data.type}};
 }
 
-/// Sends an order that makes or changes a printer, then its data. Nothing is sent when a text does not parse.
+/// What `set` changes below "Settings:".
+struct SettingChanges {
+  std::vector<PrinterSetting> saved;
+  std::vector<const Setting*> removed;
+};
+
+SettingChanges ParseSettings(const PrinterArguments& arguments) {
+  SettingChanges changes;
+  for (const std::string& text : arguments.settings) changes.saved.push_back(ParsePrinterSetting(text));
+  for (const std::string& text : arguments.removedSettings) changes.removed.push_back(&ParseSettingPath(text));
+  return changes;
+}
+
+void Apply(const SettingChanges& changes, const std::string& printer) {
+  if (changes.saved.empty() && changes.removed.empty()) return;
+  const PrinterRegistry registry(OString(printer, CP_UTF8));
+  for (const PrinterSetting& setting : changes.saved) SaveSetting(registry, setting);
+  for (const Setting* setting : changes.removed) {
+    if (!RemoveSetting(registry, *setting))
+      throw CommandError("the setting \"" + PathOf(*setting) + "\" of printer " + printer + " has its default already");
+  }
+}
+
+/// Sends an order that makes or changes a printer, then its data and settings. Nothing is sent when a text does not
+/// parse.
 void Change(const Json& order, const PrinterArguments& arguments) {
   std::vector<PrinterData> data, removed;
   for (const std::string& text : arguments.data) data.push_back(ParsePrinterData(text));
   for (const std::string& text : arguments.removedData) removed.push_back(ParsePrinterDataName(text));
+  const SettingChanges settings = ParseSettings(arguments);
   Client client;
   client.Ask(order);
   for (const PrinterData& entry : data) client.Ask(DataOrder("printer-data-set", arguments.name, entry), entry.data);
   for (const PrinterData& entry : removed) client.Ask(DataOrder("printer-data-delete", arguments.name, entry));
+  Apply(settings, arguments.name);
 }
 
 void AddOptions(CLI::App* command, const std::shared_ptr<PrinterArguments>& arguments, const char* operation) {
@@ -58,7 +88,12 @@ void AddOptions(CLI::App* command, const std::shared_ptr<PrinterArguments>& argu
   command->get_option("--data-file")->needs("--driver");
   command->add_option("--attributes", arguments->attributes,
                       "Attributes in place of those it has: a number, or names such as bidi,network,local; shared "
-                      "follows --share");
+                      "follows --share. A printer that is added with a driver is local,bidi when they are left out");
+  command
+      ->add_option("--setting", arguments->settings,
+                   "PATH=VALUE of a setting of the printer, such as 'Status/Verify Job Complete=true'; PATH is what "
+                   "stands behind \"Settings:\" in the list of settings")
+      ->allow_extra_args(false);
   command
       ->add_option("--data", arguments->data,
                    "[KEY/]VALUE[:TYPE]=CONTENT of printer data, of type string, dword or binary; below the key "
@@ -102,6 +137,10 @@ Json ReadData(Client& client, const std::string& printer) {
   return list;
 }
 
+Json ToJson(const PrinterSetting& setting) {
+  return setting.setting->kind == SettingKind::Text ? Json(setting.value) : Json::parse(setting.value);
+}
+
 void Show(const PrinterArguments& arguments) {
   Client client;
   Json printer = client.Ask({{"op", "printer-get"}, {"name", arguments.name}}).head;
@@ -110,6 +149,9 @@ void Show(const PrinterArguments& arguments) {
   printer["driverFile"] = driver.value("file", "");
   printer["dataFile"] = driver.value("dataFile", "");
   printer["data"] = ReadData(client, arguments.name);
+  printer["settings"] = Json::object();
+  for (const PrinterSetting& setting : ListChangedSettings(PrinterRegistry(OString(arguments.name, CP_UTF8))))
+    printer["settings"][PathOf(*setting.setting)] = ToJson(setting);
   if (arguments.json) return PrintJson(printer);
   std::vector<std::vector<std::string>> rows;
   for (const char* field :
@@ -118,9 +160,14 @@ void Show(const PrinterArguments& arguments) {
   rows.push_back({"attributes:", AttributeNames(printer.value("attributes", DWORD{0}))});
   rows.push_back({"status:", PrinterCondition(printer)});
   rows.push_back({"jobs:", std::to_string(printer.value("jobs", 0u))});
-  for (const Json& entry : printer["data"])
-    rows.push_back(
-        {"data:", entry.value("key", "") + "/" + entry.value("value", "") + " = " + entry.value("content", "")});
+  for (const auto& [path, value] : printer["settings"].items())
+    rows.push_back({"setting:", path + " = " + (value.is_string() ? value.get<std::string>() : value.dump())});
+  for (const Json& entry : printer["data"]) {
+    const std::string name = entry.value("key", "") + "/" + entry.value("value", "");
+    const bool told =
+        name.starts_with(kSettingsKey) && printer["settings"].contains(name.substr(sizeof kSettingsKey - 1));
+    if (!told) rows.push_back({"data:", name + " = " + entry.value("content", "")});
+  }
   PrintTable(rows);
 }
 
@@ -146,6 +193,8 @@ void AddPrinterCommands(CLI::App& app) {
   CLI::App* set = printer->add_subcommand("set", "Change a printer; what is not named stays");
   AddOptions(set, arguments, "printer-set");
   set->add_option("--remove-data", arguments->removedData, "[KEY/]VALUE of printer data that is removed")
+      ->allow_extra_args(false);
+  set->add_option("--default-setting", arguments->removedSettings, "PATH of a setting that gets its default again")
       ->allow_extra_args(false);
 
   CLI::App* remove = printer->add_subcommand("remove", "Remove a printer that has no jobs");

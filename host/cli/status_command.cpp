@@ -5,6 +5,7 @@
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
 #include "host/cli/flag_names.h"
+#include "host/cli/status_watch.h"
 
 namespace portwise {
 
@@ -14,7 +15,7 @@ namespace {
 
 struct StatusArguments {
   std::string printer;
-  bool json = false;
+  bool json = false, watch = false;
 };
 
 /// One printer's description, or that of all.
@@ -25,6 +26,7 @@ Json Ask(const std::string& printer) {
 }
 
 void Show(const StatusArguments& arguments) {
+  if (arguments.watch) return WatchStatus(arguments.printer, arguments.json);
   Json list = Json::array();
   std::vector<std::vector<std::string>> rows{{"PRINTER", "STATUS", "JOBS", "COMMENT"}};
   for (const Json& printer : Ask(arguments.printer)) {
@@ -54,7 +56,9 @@ void AddStatusCommand(CLI::App& app) {
   auto arguments = std::make_shared<StatusArguments>();
   CLI::App* status = app.add_subcommand("status", "Show the status of the printers, as their monitors told it");
   status->add_option("PRINTER", arguments->printer, "Only this printer");
-  status->add_flag("--json", arguments->json, "As JSON");
+  status->add_flag("--watch", arguments->watch,
+                   "Go on until Ctrl-C: on a terminal as a table in its place, elsewhere with a line for each change");
+  status->add_flag("--json", arguments->json, "As JSON: a list, or with --watch one object a line");
   status->callback([arguments] { Show(*arguments); });
 }
 

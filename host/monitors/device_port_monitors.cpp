@@ -18,6 +18,8 @@ constexpr DWORD kDefaultReadTime = 500;     // ms
 constexpr DWORD kLongestTime = 600000;      // ms
 constexpr DWORD kPauseAfterFailure = 250;   // ms
 
+constexpr char kGone[] = "the device went away";
+
 class DevicePort {
  public:
   explicit DevicePort(Port port) : port_(std::move(port)) {}
@@ -32,19 +34,28 @@ class DevicePort {
     watch_.Begin(document);
     // One that went away and came back under the same name since the last document is another device.
     if (const auto device = device_.Get(); device && device->IsGone()) device_.Drop(device);
-    if (Need()) return true;
+    if (const auto device = Need()) {
+      printing_ = device;
+      return true;
+    }
     watch_.End();
     return false;
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
-    const auto device = Need();
+    const auto device = NeedForPrinting();
     if (!device) return FailSlowly(kPauseAfterFailure);
     const DWORD given = writeTime_;
-    if (device->Write(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) return true;
+    if (device->Write(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) {
+      watch_.CountTaken(*written);
+      return true;
+    }
     const DWORD error = GetLastError();
     if (error == ERROR_SEM_TIMEOUT) return false;
-    if (error != ERROR_OUT_OF_PAPER && error != ERROR_PRINT_CANCELLED) device_.Drop(device);
+    if (error != ERROR_OUT_OF_PAPER && error != ERROR_PRINT_CANCELLED) {
+      device_.Drop(device);
+      watch_.BreakOff(kGone);
+    }
     SetLastError(error);
     return FailSlowly(kPauseAfterFailure);
   }
@@ -61,10 +72,13 @@ class DevicePort {
   }
 
   bool EndDoc() {
+    watch_.BeginEnd();
+    CheckDevice();
     const auto device = device_.Get();
-    const bool drained = device && device->Drain(&watch_);
+    if (watch_.IsBroken()) SetLastError(ERROR_NOT_READY);
+    const bool drained = !watch_.IsBroken() && device && device->Drain(&watch_);
     const DWORD error = GetLastError();
-    if (!drained) {
+    if (!drained && !watch_.IsBroken()) {
       device_.Drop(device);
       watch_.Fail(std::string(error == ERROR_PRINT_CANCELLED ? "the spooler ended" : "the device went away") +
                   " before the printer had taken all of the job; it may have printed a part");
@@ -98,9 +112,27 @@ class DevicePort {
   }
 
  private:
+  /// A read or a request may have put the document's device away, and opened another one.
+  void CheckDevice() {
+    if (const auto device = device_.Get(); !device || device != printing_.lock()) watch_.BreakOff(kGone);
+  }
+
+  /// The device that goes on with the document; null with the last error.
+  std::shared_ptr<DeviceFile> NeedForPrinting() {
+    CheckDevice();
+    if (watch_.IsBroken()) {
+      SetLastError(ERROR_NOT_READY);
+      return nullptr;
+    }
+    auto device = Need();
+    printing_ = device;
+    return device;
+  }
+
   std::mutex mutex_;  // held while the device is opened
   Port port_;         // under the mutex
   OpenSlot<DeviceFile> device_;
+  std::weak_ptr<DeviceFile> printing_;  // what the document goes to; of the thread that prints, as is the next
   JobWatch watch_;
   std::atomic<DWORD> readTotal_ = 0;
   std::atomic<DWORD> readInterval_ = 0;

@@ -14,7 +14,8 @@ using platform::Message;
 
 namespace {
 
-constexpr DWORD kAskPause = 250;  // ms
+constexpr DWORD kAskPause = 250;          // ms
+constexpr long long kJoblessWait = 5000;  // ms that the end of a document without a job may wait
 
 }  // namespace
 
@@ -23,16 +24,27 @@ std::atomic<bool> JobWatch::stopAll_ = false;
 void JobWatch::Begin(const Document& document) {
   job_ = document.job;
   stop_ = false;
+  open_ = true;
+  broken_ = false;
+  taken_ = 0;
+  endBegan_.reset();
   askedAt_ = ClockMilliseconds();
   const Message reply = platform::CallSpooler({{{"op", "job-get"}, {"job", job_}}, {}});
   user_ = reply.head.value("user", std::string());
 }
 
-void JobWatch::End() { job_ = 0; }
+void JobWatch::BeginEnd() { endBegan_ = ClockMilliseconds(); }
+
+void JobWatch::End() {
+  job_ = 0;
+  open_ = false;
+  broken_ = false;
+  endBegan_.reset();
+}
 
 bool JobWatch::MustStop(bool now) {
   if (stopAll_) return true;
-  if (job_ == 0) return false;
+  if (job_ == 0) return endBegan_ && ClockMilliseconds() - *endBegan_ >= kJoblessWait;
   if (stop_ || (!now && ClockMilliseconds() - askedAt_ < kAskPause)) return stop_;
   askedAt_ = ClockMilliseconds();
   const Message reply = platform::CallSpooler({{{"op", "job-get"}, {"job", job_}}, {}});
@@ -56,6 +68,14 @@ bool JobWatch::Pause(DWORD milliseconds) {
 void JobWatch::Explain(const std::string& reason) { Report("reason", reason); }
 
 void JobWatch::Fail(const std::string& reason) { Report("undelivered", reason); }
+
+void JobWatch::CountTaken(DWORD bytes) { taken_ += bytes; }
+
+void JobWatch::BreakOff(const std::string& reason) {
+  if (!open_ || broken_ || taken_ == 0) return;
+  broken_ = true;
+  Fail(reason + " after " + std::to_string(taken_) + " bytes; the printer may have printed a part of the job");
+}
 
 void JobWatch::StopAll() { stopAll_ = true; }
 

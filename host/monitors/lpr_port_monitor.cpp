@@ -48,7 +48,7 @@ class LprPort {
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
     if (port_.byteCounting) return spool_.Append(buffer, size, written) || FailSlowly(kPauseAfterFailure);
-    if (broken_) {
+    if (broken_ || !stream_) {
       WSASetLastError(WSAECONNRESET);
       return FailSlowly(kPauseAfterFailure);
     }
@@ -62,6 +62,7 @@ class LprPort {
   }
 
   bool EndDoc() {
+    watch_.BeginEnd();
     const bool delivered = port_.byteCounting ? DeliverSpooled() : EndStream();
     watch_.End();
     return delivered;
@@ -113,6 +114,8 @@ class LprPort {
         if (!delivered) watch_.Fail(fault + kMayHavePrinted);
         break;
       }
+      // Without a job there is none to cancel, and others wait for the port.
+      if (!watch_.HasJob()) break;
       watch_.Explain(session.Fault());
       if (watch_.Pause(pause)) continue;
       watch_.Fail("the job was not sent before the spooler ended");

@@ -32,13 +32,23 @@ class TcpPort {
   }
 
   bool Write(const BYTE* buffer, DWORD size, LPDWORD written) {
+    if (watch_.IsBroken()) {
+      WSASetLastError(WSAECONNRESET);
+      return FailSlowly(kPauseAfterFailure);
+    }
     if (!socket_.Get() && !Connect()) return FailSlowly(kPauseAfterFailure);
     const auto socket = socket_.Get();
     const DWORD given = writeTime_;
-    if (socket->Send(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) return true;
+    if (socket->Send(buffer, size, given ? given : kDefaultWriteTime, &watch_, written)) {
+      watch_.CountTaken(*written);
+      return true;
+    }
     const DWORD error = GetLastError();
     if (error == WSAETIMEDOUT) return false;
-    if (error != ERROR_PRINT_CANCELLED) socket_.Drop(socket);
+    if (error != ERROR_PRINT_CANCELLED) {
+      socket_.Drop(socket);
+      watch_.BreakOff("the printer broke the connection off");
+    }
     SetLastError(error);
     return FailSlowly(kPauseAfterFailure);
   }
@@ -62,8 +72,8 @@ class TcpPort {
   }
 
   bool EndDoc() {
-    bool delivered = true;
-    DWORD error = ERROR_SUCCESS;
+    bool delivered = !watch_.IsBroken();
+    DWORD error = delivered ? ERROR_SUCCESS : WSAECONNRESET;
     if (const auto socket = socket_.Get()) {
       // Many printers never close their side.
       delivered = socket->FinishSending(kCloseTime, nullptr) || GetLastError() == WSAETIMEDOUT;

@@ -47,6 +47,8 @@ class Connection {
   virtual bool Open() { return true; }
   /// The same for status requests, which some printers answer on a channel of their own.
   virtual bool OpenStatus() { return true; }
+  /// The one of the two that was called last, or Open when that was closed since: for a connection that broke.
+  virtual bool Reopen() { return Open(); }
   /// The user is done for now.
   virtual bool Close() { return true; }
   /// Stops all traffic at once; what that means for later calls is the class's.

@@ -4,7 +4,6 @@
 #include <climits>
 #include <utility>
 
-#include "connection/address.h"
 #include "connection/graceful_close.h"
 #include "connection/ping.h"
 #include "settings/printer_registry.h"
@@ -19,7 +18,6 @@ constexpr DWORD kReceiveTimeout = 1000;  // ms
 constexpr INT kWriteSlice = 1000;        // ms
 constexpr INT kFirstByteWait = 1000;     // ms
 constexpr INT kNextByteWait = 200;       // ms
-constexpr DWORD kLookUpPause = 5000;     // ms until a name that was not found is looked up again
 constexpr DWORD kReopenPause = 100;      // ms after a connection that was lost did not come back
 constexpr DWORD kAbortSlice = 100;       // ms until a wait looks whether it has been aborted
 constexpr DWORD kPingPause = 2000;       // ms for which the answer to a ping counts
@@ -49,7 +47,7 @@ OString SilenceWarning(const CloseResult& result, ULONGLONG sent) {
 
 }  // namespace
 
-Connection_TCP::Connection_TCP() : Connection(ConnectionKind::Tcp) { address_.sin_family = AF_INET; }
+Connection_TCP::Connection_TCP() : Connection(ConnectionKind::Tcp) {}
 
 Connection_TCP::~Connection_TCP() {
   delayedClose_.Cancel();
@@ -62,20 +60,18 @@ bool Connection_TCP::OpenStatus() { return OpenChannel(true); }
 
 bool Connection_TCP::OpenChannel(bool statusChannel) {
   if (aborted_) return FailAborted();
-  if (RefreshAddress(statusChannel) || PeerHasClosed()) CloseNow();
+  statusChannel_ = statusChannel;
+  const Target target = FindTarget(statusChannel);
+  if (target.changed || PeerHasClosed()) CloseNow();
   delayedClose_.Cancel();
-  addressLock_.Lock();
-  const SOCKADDR_IN address = address_;
-  const DWORD lookUpError = lookUpError_;
-  addressLock_.Unlock();
-  if (lookUpError != 0) {
-    SetLastError(lookUpError);
+  if (target.lookUpError != 0) {
+    SetLastError(target.lookUpError);
     return false;
   }
 
   const OScopedLock state(stateLock_);
   if (connected_) return true;
-  if (!ConnectSocket(address)) return false;
+  if (!ConnectSocket(target.address)) return false;
   const OScopedLock lock(socketLock_);
   if (aborted_) return FailAborted();
   connected_ = true;
@@ -83,6 +79,7 @@ bool Connection_TCP::OpenChannel(bool statusChannel) {
 }
 
 bool Connection_TCP::Close() {
+  statusChannel_ = false;
   if (KeepOpen() && ClosePeriod() > 0 && delayedClose_.Start(Port().Faults())) return true;
   return CloseNow();
 }
@@ -108,7 +105,7 @@ bool Connection_TCP::EndDoc() { return Close(); }
 bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
   *written = 0;
   if (aborted_) return FailAborted();
-  if (!connected_ && !Open()) {
+  if (!connected_ && !Reopen()) {
     if (aborted_) return FailAborted();
     // The caller tries again at once, for as long as its send timeout lasts.
     const DWORD error = GetLastError();
@@ -138,7 +135,7 @@ bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
 bool Connection_TCP::Read(void* buffer, DWORD size, DWORD* read) {
   *read = 0;
   if (aborted_) return FailAborted();
-  if (!connected_ && !Open()) return false;
+  if (!connected_ && !Reopen()) return false;
   auto* bytes = static_cast<char*>(buffer);
   bool failed = false;
   int ready = AwaitSocket(POLLIN, kFirstByteWait);
@@ -164,34 +161,38 @@ DWORD Connection_TCP::GetStatus(DWORD mask) {
   }
   const OScopedLock lock(pingLock_);
   if (!pinged_ || GetTickCount() - pingedAt_ > kPingPause) {
-    // While a printer cannot be reached nobody opens the connection, and a new address would not be seen.
-    RefreshAddress(false);
-    addressLock_.Lock();
-    const IN_ADDR host = address_.sin_addr;
-    addressLock_.Unlock();
-    pingAnswered_ = Ping(host, 1, kPingTimeout) || Open();
+    pingAnswered_ = Ping(FindHost(), 1, kPingTimeout) || Reopen();
     pinged_ = true;
     pingedAt_ = GetTickCount();
   }
   return pingAnswered_ ? 0 : STATUS_DISCONNECTED;
 }
 
-bool Connection_TCP::RefreshAddress(bool statusChannel) {
+bool Connection_TCP::RefreshAddress(bool statusChannel) { return FindTarget(statusChannel).changed; }
+
+Connection_TCP::Target Connection_TCP::FindTarget(bool statusChannel) {
   const OScopedLock lock(addressLock_);
   PortAddress now;
   ReadPortAddress(Port().PortName(), &now);
   if (statusChannel) ++now.portNumber;
-  const bool changed = now != registered_;
-  // A name that could not be looked up is tried again after a while, since the name service may have come back.
-  if (!changed && (resolved_ || GetTickCount() - lookedUpAt_ < kLookUpPause)) return false;
+  Target target = {};
+  target.changed = now != registered_;
   registered_ = now;
-  // Without this a new name that is not found would leave the old printer's address in use.
-  address_.sin_addr = {};
-  const OString& inUse = now.hostName.IsEmpty() ? now.ipAddress : now.hostName;
-  resolved_ = ResolveAddress(inUse, static_cast<WORD>(now.portNumber), &address_);
-  lookUpError_ = resolved_ ? 0 : GetLastError();
-  lookedUpAt_ = GetTickCount();
-  return changed;
+  target.lookUpError = lookUp_.Find(now, target.changed);
+  target.address.sin_family = AF_INET;
+  target.address.sin_port = htons(static_cast<WORD>(now.portNumber));
+  target.address.sin_addr = lookUp_.Host();
+  return target;
+}
+
+/// While a printer cannot be reached nobody opens the connection, and a new address would not be seen. What the
+/// connection is open to stays as it is: the next open is to find the address changed.
+IN_ADDR Connection_TCP::FindHost() {
+  const OScopedLock lock(addressLock_);
+  PortAddress now;
+  ReadPortAddress(Port().PortName(), &now);
+  lookUp_.Find(now, false);
+  return lookUp_.Host();
 }
 
 OString Connection_TCP::HostName() const { return Registered().hostName; }
@@ -298,6 +299,7 @@ bool Connection_TCP::AwaitConnect() {
     WSASetLastError(error);
     if (error != 0) return false;
     if (ready > 0) return true;
+    if (Port().IsClosing()) return FailAborted();
   }
 }
 

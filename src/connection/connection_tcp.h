@@ -6,6 +6,7 @@
 
 #include "connection/connection.h"
 #include "connection/delayed_close.h"
+#include "connection/host_look_up.h"
 #include "connection/port_discovery.h"
 #include "connection/socket_library.h"
 #include "core/socket_handle.h"
@@ -17,10 +18,11 @@ namespace portwise {
 ///
 /// The print channel and the status channel, on the port number after it, share the one socket: opening either closes
 /// the other. A job's end closes the connection, at once or, when more jobs wait, after the period that the settings
-/// say unless it is used before; Write and Read open it when they need it. After Abort, Open, Write and Read fail
-/// for good with ERROR_OPERATION_ABORTED, and so does a call that is under way, within a second unless it looks a name
-/// up. Other failures leave the error of the socket or of the look-up as the thread's last error, but for a Read to
-/// which nothing came.
+/// say unless it is used before; Write and Read open it when they need it, on the channel that was opened last, or the
+/// print channel after Close. After Abort, Open, Write and Read fail for good with ERROR_OPERATION_ABORTED, and so does
+/// a call that is under way, within a second unless it looks a name up or, in GetStatus, waits for the answer to a
+/// ping. A connect ends with that error, too, while the port is being closed. Other failures leave the error of the
+/// socket or of the look-up as the thread's last error, but for a Read to which nothing came.
 class Connection_TCP : public Connection, private DelayedClose::Target {
  public:
   Connection_TCP();
@@ -31,6 +33,7 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   /// the address changed or the printer has closed it meanwhile.
   bool Open() override;
   bool OpenStatus() override;
+  bool Reopen() override { return OpenChannel(statusChannel_); }
 
   /// Ends the connection in order, now or later: the printer gets everything that was written, and what it still sends
   /// is dropped. False when the printer broke the connection off, and, with WSAETIMEDOUT, when CloseGracefully gave the
@@ -71,7 +74,16 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
  private:
   enum class Transfer { kDone, kWouldBlock, kFailed };
 
+  /// Where a channel is, as the registry says now.
+  struct Target {
+    SOCKADDR_IN address;
+    DWORD lookUpError;  // 0 when the address is known
+    bool changed;       // since the last one
+  };
+
   bool OpenChannel(bool statusChannel);
+  Target FindTarget(bool statusChannel);
+  IN_ADDR FindHost();
   bool CloseNow() override;
   DWORD ClosePeriod() override;
   bool ConnectSocket(const SOCKADDR_IN& address);
@@ -101,12 +113,10 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   std::atomic<bool> connected_ = false;
   std::atomic<bool> aborted_ = false;
 
-  // Under the address lock.
-  PortAddress registered_;  // with the port number of the channel that was asked for
-  SOCKADDR_IN address_ = {};
-  bool resolved_ = false;
-  DWORD lookUpError_ = 0;  // of the last look-up, 0 when it found the printer
-  DWORD lookedUpAt_ = 0;   // tick count
+  std::atomic<bool> statusChannel_ = false;  // was opened last
+
+  PortAddress registered_;  // with the port number of the channel that was asked for; under the address lock
+  HostLookUp lookUp_;       // under the address lock
 
   ULONGLONG sent_ = 0;  // bytes that the socket took since it was connected; under the socket lock
 

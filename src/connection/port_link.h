@@ -41,6 +41,8 @@ class PortLink {
   virtual DWORD ResponseTimeout() = 0;
   /// Where the guards of the connection's own threads report; null for nowhere.
   virtual FaultReport* Faults() = 0;
+  /// The port is being closed: whatever waits for the printer is to end.
+  virtual bool IsClosing() { return false; }
   /// Tells the people who look after the printer.
   virtual void Warn(const OString& text) = 0;
 };

@@ -41,14 +41,15 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
   return true;
 }
 
-void DocumentControl::End(bool job) {
+bool DocumentControl::End(bool job) {
   if (depth_ > 0) --depth_;
-  if (depth_ > 0) return;
+  if (depth_ > 0) return true;
   Connection& connection = port_.PrinterConnection();
   if (connection.IsNetwork()) connection.SetKeepOpen(port_.Monitoring().IsOn() && MoreJobsWait(job));
-  connection.EndDoc();
+  const bool ended = connection.EndDoc() || connection.IsNetwork();
   // Of what was said between jobs nobody asks whether it arrived.
   if (!job) connection.TakeUnconfirmedBytes();
+  return ended;
 }
 
 /// Beside the job itself, which still counts.

@@ -24,8 +24,9 @@ class DocumentControl {
   /// Begins a document at the connection; with `job` 0 it belongs to none. False, with the connection's last error,
   /// when the connection refused. Under the lock.
   bool Begin(DWORD job, DWORD level, BYTE* info);
-  /// Ends it. `job` tells that it was a job's, which decides when its connection may close. Under the lock.
-  void End(bool job);
+  /// Ends it. `job` tells that it was a job's, which decides when its connection may close. False when the port beneath
+  /// says that the end has failed; a network connection tells by its unconfirmed bytes. Under the lock.
+  bool End(bool job);
   /// The job's end is told everywhere.
   void ForgetJob() { job_ = 0; }
 

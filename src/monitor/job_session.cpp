@@ -105,12 +105,13 @@ void JobSession::End() {
   const bool last = port_.Documents().Depth() <= 1;
   attempt([&] { TellPluginsOfEnd(); });
   StopMonitoring();
-  attempt([&] { port_.Documents().End(true); });
+  bool ended = false;
+  attempt([&] { ended = port_.Documents().End(true); });
   attempt([&] {
     if (last) unconfirmed = port_.PrinterConnection().TakeUnconfirmedBytes();
   });
   const bool deleted = port_.JobIsDeleted();
-  const bool whole = delivered && unconfirmed == 0 && !failure;
+  const bool whole = delivered && ended && unconfirmed == 0 && !failure;
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   port_.Settings().ReleaseJob();
   if (last) attempt([&] { Leave(delivered, unconfirmed, deleted); });

@@ -55,6 +55,7 @@ void PortContext::ConnectTo() {
 
 void PortContext::Close() {
   ready_ = false;
+  closing_ = true;
   statusMonitor_.Stop();
   try {
     if (!IsTcp()) documents_.AbandonAll();

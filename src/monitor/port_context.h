@@ -74,6 +74,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   DWORD SendTimeout() override { return settings_.Values().GetSendTimeout(); }
   DWORD ResponseTimeout() override { return settings_.Values().GetResponseTimeout(); }
   FaultReport* Faults() override { return &faults_; }
+  bool IsClosing() override { return closing_; }
   void Warn(const OString& text) override { eventLog_.Warning(text, 0); }
 
   bool IsOpen() const { return portHandle_ != nullptr; }
@@ -173,6 +174,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   StatusMonitor statusMonitor_;  // its thread uses all of the above
   JobMonitor* monitor_ = &statusMonitor_;
   std::atomic<bool> ready_{false};
+  std::atomic<bool> closing_{false};
 };
 
 }  // namespace portwise

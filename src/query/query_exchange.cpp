@@ -70,7 +70,7 @@ bool QueryExchange::WriteOnce(const SendManner& manner, size_t* done) {
 /// What the printer took over the broken connection it has dropped.
 bool QueryExchange::Reopen(size_t* done) {
   Connection& connection = host_.PrinterConnection();
-  if (!connection.IsTcp() || !connection.Open()) return false;
+  if (!connection.IsTcp() || !connection.Reopen()) return false;
   *done = 0;
   return true;
 }

@@ -10,7 +10,7 @@ namespace portwise {
 namespace {
 
 constexpr DWORD kWhileUnidirectional = 200;  // ms, as are all below
-constexpr DWORD kIdleWait = 1000;            // the age that settings may have
+constexpr DWORD kIdleWait = 2000;            // the age that settings may have; the price of an idle port
 constexpr DWORD kBusyPause = 20;             // while print data has the connection
 constexpr DWORD kDemand = 10000;             // for which a client's look at the status lasts
 constexpr DWORD kOfflineResponseTimeout = 2000;

@@ -7,8 +7,6 @@
 namespace portwise {
 namespace {
 
-constexpr DWORD kLastMonitoringMode = 3;
-
 /// The settings that have an accessor stand first in the catalogue.
 constexpr SettingId kLastOfDriver = SettingId::IdlePollingInterval;
 
@@ -41,7 +39,7 @@ OString DriverSettings::GetRecordingDirectory() {
 LONG DriverSettings::GetStatusMonitoringMode() {
   const LONG defaultMode = defaultMonitoringMode_;
   const DWORD mode = core_.GetDword(KeyOf(SettingId::StatusMonitoringMode), static_cast<DWORD>(defaultMode));
-  return mode <= kLastMonitoringMode ? static_cast<LONG>(mode) : defaultMode;
+  return mode <= FindSetting(SettingId::StatusMonitoringMode).largest ? static_cast<LONG>(mode) : defaultMode;
 }
 
 void DriverSettings::SetStatusMonitoringMode(LONG mode) {

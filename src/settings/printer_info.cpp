@@ -68,7 +68,10 @@ void PrinterInfo::Refresh() {
 }
 
 bool PrinterInfo::IsBidirectional(const OString& printerName) {
-  return (PrinterInfo(printerName).attributes & PRINTER_ATTRIBUTE_ENABLE_BIDI) != 0;
+  // Asked in every cycle of every port, so without a copy where that can be.
+  PrinterInfoCache* cache = ThreadLocalSingleton<PrinterInfoCache>::Instance();
+  const DWORD attributes = cache ? cache->Get(printerName).attributes : PrinterInfo(printerName).attributes;
+  return (attributes & PRINTER_ATTRIBUTE_ENABLE_BIDI) != 0;
 }
 
 void PrinterInfo::Load() {

@@ -15,7 +15,7 @@ constexpr Setting kSettings[] = {
      "The folder of the recordings."},
     {Id::StatusMonitoringMode, "Settings:Status/Status Monitoring Mode", Kind::Number, 0,
      "0, or what the port's status monitoring says", nullptr,
-     "How the printer's status is monitored, 0 to 3; 0 is not at all. Other numbers count as the default."},
+     "How the printer's status is monitored, 0 to 3; 0 is not at all. Other numbers count as the default.", 3},
     {Id::VerifyJobComplete, "Settings:Status/Verify Job Complete", Kind::Bool, FALSE, nullptr, nullptr,
      "A job is done only when the printer says so. Off while status monitoring is off."},
     {Id::VerifyPageComplete, "Settings:Status/Verify Page Complete", Kind::Bool, FALSE, nullptr, nullptr,

@@ -66,6 +66,7 @@ struct Setting {
   const char* defaultWords;  ///< a default that is not a constant, in words; null when `number` or the empty text is it
   const char* unit;          ///< null for none
   const char* meaning;
+  DWORD largest = 0xFFFFFFFF;  ///< of a number; what is larger counts as the default
 };
 
 /// The row of a setting; any thread. A setting is added, and its default changed, in that row alone. A path of which a

@@ -10,6 +10,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/test_clock.h"
 #include "settings/registry.h"
@@ -207,6 +208,12 @@ TEST_F(ConnectionTcpTest, ANameThatIsNotFoundIsLookedUpAgainAfterAWhile) {
   Write("lost");
   EXPECT_TRUE(Write("again") && printer_.Accept());
   EXPECT_EQ(printer_.Receive(5), "again");
+  printer_.Close();
+  RegisterPort("IP_1", "flaky.example", "", printer_.Port() - 1u);
+  EXPECT_TRUE(connection_.OpenStatus() && printer_.Accept()) << "on every channel";
+  printer_.Close();
+  RegisterPort("IP_1", "flaky.example", "127.0.0.2", printer_.Port());
+  EXPECT_FALSE(connection_.Open()) << "a port that was edited may be another printer";
 }
 
 TEST_F(ConnectionTcpTest, ACloseWaitsFromThePrintersLastSignAndDeliversEverything) {
@@ -293,6 +300,27 @@ TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
   }
 }
 
+TEST_F(ConnectionTcpTest, AConnectToASilentPrinterEndsWithThePort) {
+  // Connects past the backlog get no answer.
+  const SOCKADDR_IN address = {AF_INET, htons(printer_.Port()), {htonl(INADDR_LOOPBACK)}, {}};
+  std::vector<unique_socket> others(12);
+  for (unique_socket& other : others) {
+    other.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
+    ULONG nonBlocking = 1;
+    ioctlsocket(other.Get(), static_cast<LONG>(FIONBIO), &nonBlocking);
+    connect(other.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  }
+  std::thread closes([this] {
+    Sleep(300);
+    port_.closing = true;
+  });
+  const DWORD start = GetTickCount();
+  EXPECT_FALSE(connection_.Open());
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_OPERATION_ABORTED});
+  EXPECT_THAT(GetTickCount() - start, Between(250, 1500));
+  closes.join();
+}
+
 TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
   // The first port must have the status channel's behind it.
   FakePrinter status;
@@ -302,6 +330,13 @@ TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
   EXPECT_EQ(connection_.PortNumber(), status.Port());
   ASSERT_TRUE(connection_.OpenStatus());
   EXPECT_FALSE(status.Accept(50)) << "it stands already";
+  // What breaks there comes back there, whoever asks for the printer's state meanwhile.
+  status.Reset();
+  EXPECT_FALSE(Write("?"));
+  connection_.GetStatus(STATUS_DISCONNECTED);
+  EXPECT_EQ(connection_.PortNumber(), status.Port());
+  EXPECT_TRUE(Write("?") && status.Accept());
+  EXPECT_EQ(status.Receive(1), "?");
   SetPrinter(printer_);
   std::thread closes([&] {
     status.Receive(1);

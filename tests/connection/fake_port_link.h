@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,12 @@ class FakePortLink : public PortLink {
   DWORD SendTimeout() override { return 31000; }
   DWORD ResponseTimeout() override { return 7000; }
   FaultReport* Faults() override { return nullptr; }
+  bool IsClosing() override { return closing; }
   void Warn(const OString& text) override { warnings.push_back(text.Narrow()); }
 
   HANDLE handle = nullptr;
   PortMonitorFunctions functions;
+  std::atomic<bool> closing = false;
   std::vector<std::string> warnings;
 
  private:

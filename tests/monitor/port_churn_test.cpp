@@ -1,35 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include "connection/port_discovery.h"
 #include "monitor/entry_points.h"
 #include "monitor/port_list.h"
-#include "platform/kernel/handle_table.h"
 #include "tests/connection/fake_port_link.h"
 #include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/holdings.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
 namespace {
-
-std::size_t CountIn(const char* folder) {
-  const std::filesystem::directory_iterator entries(folder);
-  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
-
-/// What the process has open.
-struct Holdings {
-  std::size_t files = CountIn("/proc/self/fd");
-  std::size_t threads = CountIn("/proc/self/task");
-  std::size_t handles = platform::TryListHandles().size();
-  int ports = Ports()->Size();
-  bool operator==(const Holdings&) const = default;
-};
 
 TEST(PortChurn, NothingStaysBehindOfTenThousandOpens) {
   constexpr int kRounds = 10000;

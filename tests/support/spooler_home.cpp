@@ -83,9 +83,9 @@ void SpoolerHome::AddPort(const std::string& port, const std::vector<std::string
 
 platform::Message Ask(const Json& order) { return platform::SpoolerConnection().Call({order, {}}); }
 
-unsigned Submit(const std::string& printer, const std::string& data) {
+unsigned Submit(const std::string& printer, const std::string& data, const std::string& document) {
   platform::SpoolerConnection connection;
-  connection.Call({{{"op", "submit-begin"}, {"printer", printer}, {"document", "test"}}, {}});
+  connection.Call({{{"op", "submit-begin"}, {"printer", printer}, {"document", document}}, {}});
   constexpr std::size_t kChunk = 100000;
   for (std::size_t start = 0; start < data.size(); start += kChunk)
     connection.Call({{{"op", "submit-data"}}, data.substr(start, kChunk)});

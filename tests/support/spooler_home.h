@@ -46,7 +46,7 @@ class SpoolerHome {
 /// An order over a connection of its own, and over a given one.
 platform::Message Ask(const nlohmann::json& order);
 /// The id of the acknowledged job, or 0.
-unsigned Submit(const std::string& printer, const std::string& data);
+unsigned Submit(const std::string& printer, const std::string& data, const std::string& document = "test");
 nlohmann::json GetJob(unsigned job);
 /// The number of jobs in the queue.
 std::size_t JobCount();

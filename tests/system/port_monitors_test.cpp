@@ -86,10 +86,11 @@ class OpenPort {
     if (handle_) functions_->pfnClosePort(handle_);
     handle_ = nullptr;
   }
-  bool Start(const std::string& document = "doc") {
+  bool Start(const std::string& document = "doc") { return StartFor(++job_, document); }
+  bool StartFor(DWORD job, const std::string& document) {
     std::u16string printer = u"Labels", name = platform::ToUtf16(document);
     DOC_INFO_1W info{name.data(), nullptr, nullptr};
-    return functions_->pfnStartDocPort(handle_, printer.data(), ++job_, 1, reinterpret_cast<LPBYTE>(&info));
+    return functions_->pfnStartDocPort(handle_, printer.data(), job, 1, reinterpret_cast<LPBYTE>(&info));
   }
   /// One call; what was taken counts.
   bool Write(std::string_view data, DWORD* written) {
@@ -246,11 +247,20 @@ TEST_F(PortMonitors, RawTcpOutlivesWhatPrintersDo) {
   EXPECT_FALSE(port.Read(&answer));
   EXPECT_TRUE(port.WriteAll("more") && printer.Receive(4) == "more");
 
-  // A reset is seen, and the next write goes to a new connection.
+  // A new connection does not go on with a job of which the printer has a part; the next job gets one.
+  spooler_.TakeReports();
+  printer.Reset();
+  EXPECT_FALSE(port.WriteAll("the rest"));
+  EXPECT_FALSE(printer.Accept(50));
+  EXPECT_FALSE(port.End());
+  EXPECT_EQ(spooler_.TakeReports(),
+            "undelivered: the printer broke the connection off after 4 bytes; the printer may have printed a part of "
+            "the job\n");
+  ASSERT_TRUE(port.Start() && printer.Accept());
   printer.Reset();
   DWORD written = 0;
-  EXPECT_FALSE(port.Write("lost", &written));
-  EXPECT_TRUE(port.WriteAll("again") && printer.Accept());
+  EXPECT_FALSE(port.Write("again", &written));
+  EXPECT_TRUE(port.WriteAll("again") && printer.Accept()) << "nothing was lost";
   EXPECT_EQ(printer.Receive(5), "again");
   printer.Close();
   EXPECT_TRUE(port.End());
@@ -355,17 +365,22 @@ TEST_F(PortMonitors, DevicesMayBeSlowFullAbsentOrTaken) {
   ExpectDeletionEnds(port, [&] { return port.End(); });
   EXPECT_TRUE(ReadSlowly(reader.Get(), taking) == data.substr(0, taking));
 
-  // Unplugged in mid-job, and back: what comes after goes on.
-  ASSERT_TRUE(port.Start() && port.WriteAll("begin"));
-  EXPECT_EQ(ReadSlowly(reader.Get(), 5), "begin");
-  reader = UniqueFd();
+  // Unplugged in mid-job, and back: what it had taken may be lost, so the rest is not for it, but the next job is.
+  spooler_.TakeReports();
   DWORD written = 0;
-  EXPECT_FALSE(port.Write("lost", &written));
-  EXPECT_EQ(written, 0u);
-  reader = UniqueFd(open(path.c_str(), O_RDONLY | O_NONBLOCK));
-  EXPECT_TRUE(port.WriteAll("the rest"));
-  EXPECT_EQ(ReadSlowly(reader.Get(), 8), "the rest");
-  EXPECT_TRUE(port.WriteAll("unread"));
+  for (const std::string begin : {"begin", ""}) {
+    ASSERT_TRUE(port.Start() && port.WriteAll(begin));
+    EXPECT_EQ(ReadSlowly(reader.Get(), begin.size()), begin);
+    reader = UniqueFd();
+    EXPECT_FALSE(port.Write("lost", &written));
+    EXPECT_EQ(written, 0u);
+    reader = UniqueFd(open(path.c_str(), O_RDONLY | O_NONBLOCK));
+    EXPECT_EQ(port.WriteAll("the rest"), begin.empty());
+    EXPECT_EQ(ReadSlowly(reader.Get(), begin.empty() ? 8 : 0), begin.empty() ? "the rest" : "");
+    EXPECT_EQ(port.End(), begin.empty());
+    EXPECT_EQ(spooler_.TakeReports().find("undelivered: the device went away after 5 bytes") == 0, !begin.empty());
+  }
+  ASSERT_TRUE(port.Start() && port.WriteAll("unread"));
   UniqueFd().operator=(std::move(reader));
   EXPECT_FALSE(port.End());
   EXPECT_THAT(spooler_.TakeReports(), HasSubstr("undelivered: the device went away"));
@@ -381,6 +396,33 @@ TEST_F(PortMonitors, DevicesMayBeSlowFullAbsentOrTaken) {
   OpenPort wrong(Device(PortKind::Usb, file));
   EXPECT_FALSE(wrong.Start());
   EXPECT_EQ(ReadFile(file), "mine");
+}
+
+TEST_F(PortMonitors, DocumentsWithoutAJobDoNotHoldThePort) {
+  const std::string path = MakePipe();
+  const UniqueFd reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
+  FakePrinter refusing;
+  refusing.Refuse();
+  LineDaemon stalling({Fault::StallInData}), stallingToo({Fault::StallInData});
+  const struct {
+    Port port;
+    std::size_t size;
+  } kRows[] = {
+      {Device(PortKind::Usb, path), 10},
+      {Lpr(refusing.Port(), true), 10},
+      {Lpr(stalling.Port(), true), 6000000},
+      {Lpr(stallingToo.Port(), false), 10},
+  };
+  for (const auto& [registered, size] : kRows) {
+    SCOPED_TRACE(registered.host + " " + std::to_string(size));
+    OpenPort port(registered);
+    ASSERT_TRUE(port.StartFor(0, "status") && port.WriteAll(std::string(size, 'x')));
+    EXPECT_LT(TimeOf([&] { EXPECT_FALSE(port.End()); }), 15000);
+    DWORD written = 0;
+    if (registered.protocol == PortProtocol::Lpr && !registered.byteCounting) {
+      EXPECT_FALSE(port.Write("outside of a document", &written));
+    }
+  }
 }
 
 TEST_F(PortMonitors, SerialLinesGetTheirSettingsAndKeepTheirOwn) {

@@ -183,7 +183,20 @@ TEST_F(Ports, CarryJobsToEveryKindOfPrinter) {
       EXPECT_TRUE(Eventually([&] { return Gone(job, "printed"); })) << GetJob(job);
     }
   }
+
+  // A client whose request waits behind a job that the printer does not take keeps no spooler from ending.
+  const unsigned stuck = Submit("Label USB001", "unread");
+  ASSERT_TRUE(Eventually([&] { return HasReason(stuck, "printing", "has not taken the end"); })) << GetJob(stuck);
+  auto request = std::async(std::launch::async, [] {
+    return RunProgram("portwise xpml 'Label USB001' '<xpml><packet>hello</packet></xpml>'");
+  });
+  EXPECT_EQ(request.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
+  const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(home_.Stop(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+  request.get();
+  ASSERT_TRUE(home_.Start()) << home_.Errors();
+  EXPECT_TRUE(HasReason(stuck, "held", "the spooler ended")) << GetJob(stuck);
 }
 
 }  // namespace

@@ -97,6 +97,52 @@ TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
   Expect("printer show Labels", 0, "comment:     Lager ü\n");
 }
 
+TEST_F(SettingsSystem, SettingsAreTypedByTheCatalogue) {
+  Expect(
+      "printer add Thermal --port dock --driver /d/therm.dll --data-file ABCxy.dat --setting 'status/verify job "
+      "COMPLETE=On' --setting 'Settings:Status/Status Monitoring Mode=03' --setting 'Logging/Directory=/l/ä=b' "
+      "--setting 'Status/Send Timeout=4294967295' --setting 'Status/Show Icon=true'",
+      0, "");
+  const PrinterRegistry registry("Thermal");
+  DriverSettings settings;
+  settings.Init(registry);
+  EXPECT_TRUE(settings.GetVerifyJobComplete());
+  EXPECT_EQ(settings.GetStatusMonitoringMode(), 3);
+  EXPECT_EQ(settings.GetRecordingDirectory(), OString("/l/ä=b", kCodePageUtf8));
+  EXPECT_EQ(settings.GetSendTimeout(), 4294967295u);
+  EXPECT_EQ(PrinterInfo("Thermal").attributes, PRINTER_ATTRIBUTE_LOCAL | PRINTER_ATTRIBUTE_ENABLE_BIDI);
+  Expect("printer add Plain --port dock --driver-name therm --attributes local", 0, "");
+  EXPECT_EQ(PrinterInfo("Plain").attributes, DWORD{PRINTER_ATTRIBUTE_LOCAL});
+  // Four bytes are no bool, and count as the default.
+  Expect("printer set Thermal --data 'PrinterDriverData/Settings/Status/Verify Page Complete:dword=1'", 0, "");
+  const auto shown = Json::parse(RunProgram("portwise printer show Thermal --json").output)["settings"];
+  EXPECT_EQ(shown, Json::parse(R"({"Logging/Directory": "/l/ä=b", "Status/Send Timeout": 4294967295,
+                                   "Status/Status Monitoring Mode": 3, "Status/Verify Job Complete": true})"));
+  Expect("printer show Thermal", 0, "setting:     Status/Verify Job Complete = true\n");
+  Expect("printer show Thermal", 0, "data:        PrinterDriverData/Settings/Status/Verify Page Complete = 1\n");
+  Expect("printer set Thermal --default-setting 'Status/Send Timeout'", 0, "");
+  Expect("printer set Thermal --default-setting 'Status/Send Timeout'", 1, "has its default already");
+
+  const struct {
+    const char *setting, *told;
+  } wrong[] = {
+      {"Verify Job Complet=1", "the nearest are \"Status/Verify Job Complete\", "},
+      {"Status/Sned Timeout=1", "the nearest are \"Status/Send Timeout\", "},
+      {"Logging=1", "there is no setting \"Logging\""},
+      {"=1", "there is no setting \"\""},
+      {"Status/Show Icon", "PATH=VALUE"},
+      {"Status/Show Icon=", "cannot be \"\"; it is true or false"},
+      {"Status/Show Icon=2", "it is true or false"},
+      {"Status/Status Monitoring Mode=4", "cannot be \"4\"; it is a number from 0 to 3\n"},
+      {"Status/Send Timeout=4294967296", "it is a number from 0 to 4294967295 ms"},
+      {"Status/Send Timeout=-1", "it is a number from 0"},
+      {"Status/Send Timeout=1s", "it is a number from 0"},
+  };
+  for (const auto& row : wrong)
+    Expect(std::string("printer set Thermal --comment lost --setting '") + row.setting + "'", 1, row.told);
+  Expect("printer show Thermal", 0, "comment:\n");
+}
+
 TEST_F(SettingsSystem, PrintersOfOtherComputers) {
   Expect(R"(port add '\\FILES\Q' --file /dev/null)", 0, "");
   Expect(R"(printer add '\\SRV\Far 1' --port dock)", 0, "");
