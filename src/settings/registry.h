@@ -83,8 +83,9 @@ class ORegistry {
   int EnumKeysMatching(const OString& path, OStringArray* names) const;
   int EnumValuesMatching(const OString& path, OStringArray* names) const;
 
-  /// Deletes the key that the path names, or the value when there is no such key. A key that has subkeys is deleted
-  /// only when `recursive` is set, and one directly below a registry root never.
+  /// Deletes the key that the path names, or the value when there is no such key; a path that ends in "/" or ":" names
+  /// the default value alone. A key that has subkeys is deleted only when `recursive` is set, and one directly below a
+  /// registry root never.
   bool Delete(const OString& path, bool recursive = false) const;
   /// Deletes every subkey, with what is below it unless `recursive` is off, and every value that matches the last
   /// component, as far as it can; without "*" or "?" as Delete. True once the path resolves.
@@ -108,10 +109,9 @@ class ORegistry {
   /// Stores the checksum of the lines in the key, as the REG_DWORD value "(CRC32)".
   static constexpr DWORD kStoreChecksum = 2;
   /// Appends a key's values, but for checksums, and all its subkeys in the registry text format
-  /// (settings/registry_text.h). Text that GetString does not give is exported as empty, a number of
-  /// another length than four bytes as 0; other values and keys that
-  /// cannot be read, or have no place in an enumeration, are left out. False only when the path does not resolve. The
-  /// base path is then the key that was exported last.
+  /// (settings/registry_text.h). Text that GetString does not give is exported as empty, a number of another length
+  /// than four bytes as 0; other values and keys that cannot be read, or have no place in an enumeration, are left out.
+  /// False only when the path does not resolve. The base path is then the key that was exported last.
   bool Export(const OString& path, OStringArray* lines, DWORD flags = 0);
 
   /// Each key header first empties its key, of values and subkeys.
