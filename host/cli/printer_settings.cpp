@@ -179,7 +179,10 @@ void SaveSetting(const PrinterRegistry& registry, const PrinterSetting& setting)
 }
 
 bool RemoveSetting(const PrinterRegistry& registry, const Setting& setting) {
-  return registry.GetValueInfo(setting.path) && registry.Delete(setting.path);
+  OString key = registry.BasePath();
+  OString name = setting.path;
+  // A key of the same name, as a log may have, stays.
+  return registry.GetValueInfo(setting.path) && registry.Resolve(&key, &name) && registry.DeleteValue(key, name);
 }
 
 std::vector<PrinterSetting> ListChangedSettings(const PrinterRegistry& registry) {

@@ -1,5 +1,6 @@
 #include "locale/member_file.h"
 
+#include "core/folders.h"
 #include "core/handles.h"
 
 namespace portwise {
@@ -62,10 +63,9 @@ bool ReplaceAtRestart(const OString& target, const OBuffer& content, const Membe
 }
 
 OString NewTemporaryFile() {
-  WCHAR folder[MAX_PATH + 1] = {};
+  const OString folder = LibraryTempFolder();
   WCHAR path[MAX_PATH] = {};
-  const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
-  if (length == 0 || length > MAX_PATH || GetTempFileNameW(folder, TEXT("pw#"), 0, path) == 0) return OString();
+  if (folder.IsEmpty() || GetTempFileNameW(folder.Wide(), TEXT("pw#"), 0, path) == 0) return OString();
   return OString(path);
 }
 

@@ -17,14 +17,15 @@ constexpr const char* kPlainTime = "%Y-%m-%d %H:%M:%S";
 /// What C89 and all of its successors know.
 constexpr std::string_view kDirectives = "aAbBcdHIjmMpSUwWxXyYZ%";
 
-/// Directives of later standards, in the words of the first.
+/// Directives of later standards, in the words of the first; "e", the day without a zero, has none.
 constexpr struct {
   char directive;
   const char* meaning;
-} kLaterDirectives[] = {{'F', "%Y-%m-%d"}, {'T', "%H:%M:%S"}, {'R', "%H:%M"}, {'D', "%m/%d/%y"}, {'h', "%b"}};
+} kLaterDirectives[] = {{'F', "%Y-%m-%d"}, {'T', "%H:%M:%S"}, {'R', "%H:%M"}, {'r', "%I:%M:%S %p"},
+                        {'D', "%m/%d/%y"}, {'h', "%b"},       {'n', "\n"},    {'t', "\t"}};
 
 /// A format without directives that a system might not know: some end the process over them.
-std::string Portable(std::string_view format) {
+std::string Portable(std::string_view format, unsigned day) {
   std::string portable;
   for (size_t at = 0; at < format.size(); ++at) {
     if (format[at] != '%') {
@@ -36,6 +37,9 @@ std::string Portable(std::string_view format) {
                                    [directive](const auto& later) { return later.directive == directive; });
     if (row != std::end(kLaterDirectives)) {
       portable += row->meaning;
+      ++at;
+    } else if (directive == 'e') {
+      portable += (day < 10 ? " " : "") + std::to_string(day);
       ++at;
     } else if (directive != '\0' && kDirectives.find(directive) != std::string_view::npos) {
       portable.append({'%', directive});
@@ -59,7 +63,8 @@ OString FormatTime(const SYSTEMTIME& time, const OString& format) {
   parts.tm_sec = time.wSecond;
   parts.tm_isdst = -1;
   char text[kLongestTime + 1];
-  const size_t length = std::strftime(text, sizeof text, Portable(format.InCodePage(kCodePageAnsi)).c_str(), &parts);
+  const size_t length =
+      std::strftime(text, sizeof text, Portable(format.InCodePage(kCodePageAnsi), time.wDay).c_str(), &parts);
   return OString(std::string_view(text, length));
 }
 

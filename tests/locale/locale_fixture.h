@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "core/folders.h"
 #include "core/ostring.h"
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
@@ -37,7 +38,7 @@ class LocaleTest : public testing::Test {
   }
   /// The number of files in the system's folder for temporary ones.
   static std::ptrdiff_t TemporaryFiles() {
-    const std::filesystem::directory_iterator folder(platform::LinuxPath(TEXT("C:\\Windows\\Temp")));
+    const std::filesystem::directory_iterator folder(platform::LinuxPath(LibraryTempFolder().Wide()));
     return std::distance(begin(folder), end(folder));
   }
   std::string Path(const std::string& name) const { return (home_.Path() / name).string(); }

@@ -211,6 +211,7 @@ TEST(LogField, WritesTimesAsItsFormatSays) {
     std::string format, text;
   } rows[] = {{"%d.%m.%y %I%p", "29.02.24 07AM"},
               {"%F %T|%R|%D|%h", "2024-02-29 07:05:09|07:05|02/29/24|Feb"},
+              {"%e%t%r", "29\t07:05:09 AM"},
               {"100%% %Q %Ey %", "100% %Q %Ey %"},
               {"", ""},
               {std::string(127, 'x'), std::string(127, 'x')},
