@@ -91,10 +91,15 @@ bool JobRun::WriteOnce(DWORD size, const platform::UniqueFd& progress) {
   bool content = port_.Write(buffer_.data(), size, &written);
   std::string reason;
   if (!content) {
-    reason = MonitorFault(GetLastError(), "the printer does not take the data");
+    // Of a failure that goes on, the monitor may tell no more than the first.
+    const DWORD error = GetLastError();
+    if (error != ERROR_SUCCESS || refusal_.empty())
+      refusal_ = MonitorFault(error, "the printer does not take the data");
+    reason = refusal_;
   } else if (written == 0 && size > 0) {
     reason = "the printer takes no data at the moment";
   }
+  if (content) refusal_.clear();
   job_.taken += written;
   if (written > 0) SpoolFolder::SaveProgress(progress, job_.taken);
   store_.Change(job_.id, [&](Job& job) {

@@ -41,6 +41,7 @@ class JobRun {
   platform::UniqueFd data_;
   std::vector<BYTE> buffer_;
   std::string fault_;
+  std::string refusal_;  // why the monitor refuses the data; empty while it takes it
 };
 
 }  // namespace portwise

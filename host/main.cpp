@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -52,6 +53,9 @@ int Refuse(const std::string& why) {
 }
 
 int RunSpooler() {
+  // What the spooler and its monitors write (dumps, logs, captures) shows what is printed: it is for those who may use
+  // the spooler, and for nobody else.
+  umask(0007);
   // Before any thread, so that all threads inherit it and the signals come to sigwait alone.
   sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);

@@ -8,6 +8,7 @@
 
 #include "host/cli/client.h"
 #include "host/cli/commands.h"
+#include "host/cli/terminal_text.h"
 #include "platform/eventlog/event_reader.h"
 #include "platform/eventlog/event_texts.h"
 #include "platform/registry/registry_control.h"
@@ -70,23 +71,11 @@ std::string TimeText(std::int64_t milliseconds, bool forMachines) {
   return text;
 }
 
-/// A text for the terminal: lines after the first are indented, and it controls nothing.
-std::string Printable(const std::string& text) {
-  std::string printable;
-  for (const char unit : text) {
-    const bool control = static_cast<unsigned char>(unit) < ' ' || unit == '\x7f';
-    if (unit == '\r') continue;
-    printable += unit == '\n' ? "\n    " : unit == '\t' || !control ? std::string(1, unit) : "?";
-  }
-  printable.erase(printable.find_last_not_of(" \n") + 1);
-  return printable;
-}
-
 std::string ToLine(const platform::Event& event, const std::string& text) {
   char id[16];
   std::snprintf(id, sizeof id, "0x%08X", event.id);
-  return TimeText(event.time, false) + "  " + event.log + "  " + Printable(event.source) + "  " +
-         SeverityOf(event.type) + "  " + id + "  " + Printable(text);
+  return TimeText(event.time, false) + "  " + event.log + "  " + HarmlessLines(event.source) + "  " +
+         SeverityOf(event.type) + "  " + id + "  " + HarmlessLines(text);
 }
 
 Json ToJson(const platform::Event& event, const std::string& text) {

@@ -34,14 +34,6 @@ std::string Cut(const std::string& line, std::size_t columns) {
 
 }  // namespace
 
-std::string Harmless(const std::string& text) {
-  std::u16string units = platform::ToUtf16(text);
-  for (char16_t& unit : units) {
-    if (unit < 0x20 || (unit >= 0x7f && unit < 0xa0)) unit = u'?';
-  }
-  return platform::ToUtf8(units);
-}
-
 bool StatusScreen::IsPossible() {
   const char* terminal = std::getenv("TERM");
   return isatty(STDOUT_FILENO) && terminal && *terminal && std::string_view(terminal) != "dumb";

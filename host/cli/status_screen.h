@@ -5,9 +5,6 @@
 
 namespace portwise {
 
-/// Text with the control characters, which a terminal would obey, replaced by "?".
-std::string Harmless(const std::string& text);
-
 /// A terminal on standard output that shows one picture after the other in the same place. What was there before comes
 /// back when it is destroyed.
 class StatusScreen {

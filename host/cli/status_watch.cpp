@@ -14,6 +14,7 @@
 #include "host/cli/interruption.h"
 #include "host/cli/status_command.h"
 #include "host/cli/status_screen.h"
+#include "host/cli/terminal_text.h"
 #include "platform/text.h"
 
 namespace portwise {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 
 #include "platform/kernel/errno_map.h"
 #include "platform/test_clock.h"
@@ -94,9 +95,15 @@ bool DeviceFile::SetLine(const LineSettings& line) {
 
 DeviceFile::Readiness DeviceFile::Poll(short events, long long milliseconds) const {
   pollfd entry{file_.Get(), events, 0};
-  const auto nanoseconds = platform::RealTime(milliseconds).count();
-  const timespec wait{static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
-  if (ppoll(&entry, 1, &wait, nullptr) <= 0) return Readiness::Silent;
+  const auto end = std::chrono::steady_clock::now() + platform::RealTime(milliseconds);
+  int ready;
+  do {
+    const std::chrono::nanoseconds left = end - std::chrono::steady_clock::now();
+    const auto nanoseconds = std::max(left.count(), std::chrono::nanoseconds::rep{0});
+    const timespec wait{static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
+    ready = ppoll(&entry, 1, &wait, nullptr);
+  } while (ready < 0 && errno == EINTR);
+  if (ready <= 0) return Readiness::Silent;
   if ((entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) return Readiness::Gone;
   return Readiness::Ready;
 }

@@ -1,5 +1,6 @@
 #include "platform/registry/key_handles.h"
 
+#include <array>
 #include <mutex>
 #include <unordered_map>
 
@@ -25,11 +26,12 @@ Handles& TheHandles() {
 
 /// The predefined roots have the ids 1 to 4 and the paths "0" to "3".
 std::shared_ptr<const OpenKey> FindRoot(HKEY handle) {
-  static const std::shared_ptr<const OpenKey> roots[] = {
-      std::make_shared<OpenKey>(OpenKey{1, "0", 0, 0}), std::make_shared<OpenKey>(OpenKey{2, "1", 0, 0}),
-      std::make_shared<OpenKey>(OpenKey{3, "2", 0, 0}), std::make_shared<OpenKey>(OpenKey{4, "3", 0, 0})};
+  using Roots = std::array<std::shared_ptr<const OpenKey>, 4>;
+  static const auto& roots =
+      *new Roots{std::make_shared<OpenKey>(OpenKey{1, "0", 0, 0}), std::make_shared<OpenKey>(OpenKey{2, "1", 0, 0}),
+                 std::make_shared<OpenKey>(OpenKey{3, "2", 0, 0}), std::make_shared<OpenKey>(OpenKey{4, "3", 0, 0})};
   const ULONG_PTR number = reinterpret_cast<ULONG_PTR>(handle) - reinterpret_cast<ULONG_PTR>(HKEY_CLASSES_ROOT);
-  return number < std::size(roots) ? roots[number] : nullptr;
+  return number < roots.size() ? roots[number] : nullptr;
 }
 
 }  // namespace

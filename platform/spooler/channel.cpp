@@ -21,8 +21,8 @@ struct LocalSpooler {
 };
 
 LocalSpooler& Local() {
-  static LocalSpooler local;
-  return local;
+  static auto* local = new LocalSpooler;
+  return *local;
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ struct PrinterHandles {
 };
 
 PrinterHandles& Handles() {
-  static PrinterHandles handles;
-  return handles;
+  static auto* handles = new PrinterHandles;
+  return *handles;
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ class PortLink {
   /// How long the printer may take nothing of what is sent to it, and how long an answer may take, in milliseconds.
   virtual DWORD SendTimeout() = 0;
   virtual DWORD ResponseTimeout() = 0;
-  /// Where the guards of the connection's own threads report; null for nowhere.
+  /// Where the guards of the connection's own threads, and of its callers from plug-ins, report; null for nowhere.
   virtual FaultReport* Faults() = 0;
   /// The port is being closed: whatever waits for the printer is to end.
   virtual bool IsClosing() { return false; }

@@ -1,5 +1,7 @@
 #include "core/exception.h"
 
+#include <cstddef>
+#include <cstdlib>
 #include <utility>
 
 #include "core/fault_table.h"
@@ -18,6 +20,45 @@ std::string SystemMessage(LONG code) {
   return std::string(text, length);
 }
 
+/// A fault as it was.
+struct FaultCopy {
+  explicit FaultCopy(const EXCEPTION_POINTERS& fault) : record(*fault.ExceptionRecord), context(*fault.ContextRecord) {}
+
+  EXCEPTION_RECORD record;
+  CONTEXT context;
+  EXCEPTION_POINTERS pointers = {&record, &context};
+};
+
+constexpr size_t kBlock = sizeof(FaultCopy) + 64;
+
+/// Makes one object in a block from malloc, which becomes its own.
+template <class Value>
+struct BlockAllocator {
+  using value_type = Value;
+
+  explicit BlockAllocator(void* memory) : block(memory) {}
+  template <class Other>
+  explicit BlockAllocator(const BlockAllocator<Other>& other) : block(other.block) {}
+  bool operator==(const BlockAllocator&) const = default;
+
+  Value* allocate(size_t) {
+    static_assert(sizeof(Value) <= kBlock && alignof(Value) <= alignof(std::max_align_t));
+    return static_cast<Value*>(block);
+  }
+  void deallocate(Value* value, size_t) { std::free(value); }
+
+  void* block;
+};
+
+/// When memory runs out, what the thread itself remembers has to do. A std::bad_alloc would be taken for the exception
+/// that the fault becomes, also when it is caught here.
+std::shared_ptr<EXCEPTION_POINTERS> Copy(EXCEPTION_POINTERS* fault) {
+  void* const block = std::malloc(kBlock);
+  if (!block) return {std::shared_ptr<FaultCopy>(), fault};
+  const auto copy = std::allocate_shared<FaultCopy>(BlockAllocator<FaultCopy>(block), *fault);
+  return {copy, &copy->pointers};
+}
+
 const OException outOfMemory(ERROR_OUTOFMEMORY);
 
 }  // namespace
@@ -26,7 +67,7 @@ OException::OException(LONG code, std::string message, std::string detail)
     : code_(code), message_(message.empty() ? SystemMessage(code) : std::move(message)), detail_(std::move(detail)) {}
 
 OException::OException(LONG code, std::string message, EXCEPTION_POINTERS* exceptionPointers)
-    : code_(code), message_(std::move(message)), exceptionPointers_(exceptionPointers) {
+    : code_(code), message_(std::move(message)), exceptionPointers_(Copy(exceptionPointers)) {
   const auto* location = code == kRaised ? FindSourceLocation(*exceptionPointers->ExceptionRecord) : nullptr;
   if (location) {
     SetLocation(location->function, location->file, static_cast<LONG>(location->line));

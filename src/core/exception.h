@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <exception>
+#include <memory>
 #include <string>
 
 namespace portwise {
@@ -35,8 +36,9 @@ class OException {
   const std::string& File() const { return file_; }
   LONG Line() const { return line_; }
 
-  /// Those of the processor fault, until the thread's next one; null when it was none.
-  EXCEPTION_POINTERS* ExceptionPointers() const { return exceptionPointers_; }
+  /// Those of the processor fault; null when it was none. Copies of what the thread knew, which is overwritten by its
+  /// next fault; they live as long as a copy of the exception.
+  EXCEPTION_POINTERS* ExceptionPointers() const { return exceptionPointers_.get(); }
 
  private:
   LONG code_;
@@ -45,7 +47,7 @@ class OException {
   std::string function_;
   std::string file_;
   LONG line_ = -1;
-  EXCEPTION_POINTERS* exceptionPointers_ = nullptr;
+  std::shared_ptr<EXCEPTION_POINTERS> exceptionPointers_;
 };
 
 /// The translator of the guards: throws an OException with what the fault means.

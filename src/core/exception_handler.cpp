@@ -48,7 +48,8 @@ std::string OExceptionHandler::TryDump(const OException& exception) {
   bool written = false;
   OString path;
   auto write = [&] { written = WriteMinidump(library, exception.ExceptionPointers(), &path); };
-  Absorb([&] { CallOnFaultStack([](void* called) { (*static_cast<decltype(write)*>(called))(); }, &write); });
+  const auto call = [](void* called) { (*static_cast<decltype(write)*>(called))(); };
+  Absorb([&] { CallOnFaultStack(*exception.ExceptionPointers()->ContextRecord, call, &write); });
   const WideView kept = path.View().substr(0, MAX_PATH - 1);
   if (!kept.empty()) dumpPath_[kept.copy(dumpPath_, MAX_PATH - 1)] = 0;
   return written ? std::string("MiniDump File: ") + OString(dumpPath_).Narrow()
@@ -64,6 +65,11 @@ void OExceptionHandler::Report(const OException& exception, const std::string& d
 
 void OExceptionHandler::Handle(const OException& exception) {
   const DWORD error = GetLastError();
+  // What it throws is a failure of Handle: a report that is broken must not bring a dump every time.
+  if (report_ && !report_->Admits()) {
+    SetLastError(error);
+    return;
+  }
   Absorb([&] { Report(exception, TryDump(exception)); });
   SetLastError(flags_ & kSetLastError ? static_cast<DWORD>(exception.Code()) : error);
 }

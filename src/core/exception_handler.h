@@ -27,14 +27,16 @@ class OExceptionHandler {
   OExceptionHandler& operator=(const OExceptionHandler&) = delete;
   virtual ~OExceptionHandler();
 
-  /// Where kReportEventLog reports: nowhere when null, as at first. Stays the caller's and must outlive the guard.
+  /// Where kReportEventLog reports, and who says whether a failure is reported in any way. Null, as at first, reports
+  /// nothing there and admits all. Stays the caller's and must outlive the guard.
   void SetReport(FaultReport* report) { report_ = report; }
 
   /// Who tells the debug library's path to all guards; null, as at first, for nobody. Stays the caller's. Any thread.
   static void SetDefaultReport(FaultReport* report);
 
   /// Writes a minidump when the exception is a fault, and reports the failure as the flags say; with kSetLastError its
-  /// code becomes the thread's last error, which otherwise stays as it is. What fails on the way is left out.
+  /// code becomes the thread's last error, which otherwise stays as it is. What fails on the way is left out. An
+  /// exception that the report does not admit leaves no trace.
   virtual void Handle(const OException& exception);
 
   /// Called in a catch clause: hands the exception in flight to Handle in the form of an OException. What is not one

@@ -9,6 +9,10 @@ class FaultReport {
  public:
   virtual ~FaultReport() = default;
 
+  /// Whether a failure is to be reported at all; asked once for each, before anything is done about it. With false
+  /// there is no minidump either.
+  virtual bool Admits() { return true; }
+
   /// Reports a failure in the event log, as an error of category 0. Runs on the thread that failed. False when the
   /// entry could not be made.
   virtual bool ReportError(const OString& /*text*/) { return false; }

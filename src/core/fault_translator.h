@@ -28,9 +28,10 @@ FaultTranslator SetFaultTranslator(FaultTranslator translator) noexcept;
 /// are systems that look for who handles an exception by the frames of the stack.
 BOOL CallTranslated(BOOL (*function)(void* body), void* body);
 
-/// Runs `function(body)` with the stack below the caller as it was at the thread's last fault, for a minidump; where
-/// the system has kept that elsewhere, or it is too far down, just runs it.
-void CallOnFaultStack(void (*function)(void* body), void* body);
+/// Runs `function(body)` with the stack below the caller as it was at the fault with this context, for a minidump. Just
+/// runs it where the system has kept the stack elsewhere, when it is too far down, and when the thread has met with
+/// another fault since.
+void CallOnFaultStack(const CONTEXT& fault, void (*function)(void* body), void* body);
 
 /// To be called when a translated fault has been caught: arms the stack's end again after a stack overflow.
 void EndFault() noexcept;

@@ -163,7 +163,7 @@ void PrepareFaults() { static const Hooks hooks; }
 void KeepContext(const CONTEXT& context, CONTEXT* kept) { *kept = context; }
 
 // The platform keeps the stack.
-void CallOnFaultStack(void (*function)(void* body), void* body) { function(body); }
+void CallOnFaultStack(const CONTEXT&, void (*function)(void* body), void* body) { function(body); }
 
 }  // namespace portwise
 

@@ -66,12 +66,13 @@ void KeepContext(const CONTEXT& context, CONTEXT* kept) {
 #endif
 }
 
-[[gnu::noinline]] void CallOnFaultStack(void (*function)(void* body), void* body) {
+[[gnu::noinline]] void CallOnFaultStack(const CONTEXT& fault, void (*function)(void* body), void* body) {
   const FaultStack* stack = FaultStack::Find();
   const auto here = reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0));
   constexpr SIZE_T kRoom = sizeof stack->bytes;
   // A fault further down is out of reach of what the body overwrites.
-  if (stack && stack->size > 0 && stack->start < here && here - stack->start < kRoom) {
+  if (stack && stack->size > 0 && stack->start == fault.*kStackPointer && stack->start < here &&
+      here - stack->start < kRoom) {
     // Memory of this frame that covers what lay there, down to the fault's stack pointer.
     auto* room = static_cast<BYTE*>(__builtin_alloca(kRoom));
     const auto from = reinterpret_cast<ULONG_PTR>(room);

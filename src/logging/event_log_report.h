@@ -6,7 +6,7 @@
 namespace portwise {
 
 /// Failures of guarded calls as entries of an event log.
-class EventLogReport final : public FaultReport {
+class EventLogReport : public FaultReport {
  public:
   /// `log` stays the caller's and must outlive this; with null nothing is reported.
   explicit EventLogReport(OEventLog* log) : log_(log) {}

@@ -6,9 +6,8 @@ namespace portwise {
 
 class PortContext;
 
-/// The guard of the spooler's calls and of the monitor's threads. When it knows the port it does not report a failure
-/// in the job that the last report of the process was about: a job whose every call fails is reported once, unless two
-/// jobs fail in turn. A failure that is not reported leaves the last error as it was.
+/// The guard of the spooler's calls and of the monitor's threads. Without a port it reports every failure, nowhere but
+/// in a minidump.
 class NetMonExceptionHandler : public OExceptionHandler {
  public:
   /// What the guards of the spooler's operations do.
@@ -16,13 +15,9 @@ class NetMonExceptionHandler : public OExceptionHandler {
 
   NetMonExceptionHandler(const char* scopeName, DWORD flags) : OExceptionHandler(scopeName, flags) {}
 
-  /// From now on the guard reports to the port's event log. The port must outlive the guarded call.
+  /// From now on the guard reports what the port admits, to the port's event log. The port must outlive the guarded
+  /// call.
   void ReportTo(PortContext* port);
-
-  void Handle(const OException& exception) override;
-
- private:
-  PortContext* port_ = nullptr;
 };
 
 }  // namespace portwise

@@ -24,6 +24,18 @@ std::string Padded(DWORD number) {
   return digits.size() < kDigits ? std::string(kDigits - digits.size(), '0') + digits : digits;
 }
 
+void AppendToLog(const std::string& line) {
+  const OScopedLock lock(logLock);
+  OFile log;
+  if (log.Open(kLogFile, OFile::kReadWrite | OFile::kCreate | OFile::kAppend)) log.Write(line.data(), line.size());
+}
+
+void WriteCapture(const std::string& path, const void* buffer, DWORD size) {
+  CreateFolder(kCaptureFolder);
+  OFile capture;
+  if (buffer && capture.Open(path.c_str(), OFile::kReadWrite | OFile::kCreate)) capture.Write(buffer, size);
+}
+
 bool IsOn(SettingId id) {
   const Setting& setting = FindSetting(id);
   return ORegistry().GetBool(setting.path, setting.number != 0);
@@ -38,18 +50,16 @@ void MonitorDiagnostics::Reload() {
 
 void MonitorDiagnostics::LogCall(const char* operation) {
   if (!logCalls_) return;
-  const std::string line = Padded(++lines_) + "\t" + operation + "\tEntry\r\n";
-  OScopedLock lock(logLock);
-  OFile log;
-  if (log.Open(kLogFile, OFile::kReadWrite | OFile::kCreate | OFile::kAppend)) log.Write(line.data(), line.size());
+  const DWORD error = GetLastError();
+  AppendToLog(Padded(++lines_) + "\t" + operation + "\tEntry\r\n");
+  SetLastError(error);
 }
 
 void MonitorDiagnostics::SaveReadBuffer(const void* buffer, DWORD size) {
   if (!saveReads_) return;
-  const std::string path = std::string(kCaptureFolder) + "\\Data" + Padded(++captures_) + ".txt";
-  CreateFolder(kCaptureFolder);
-  OFile capture;
-  if (buffer && capture.Open(path.c_str(), OFile::kReadWrite | OFile::kCreate)) capture.Write(buffer, size);
+  const DWORD error = GetLastError();
+  WriteCapture(std::string(kCaptureFolder) + "\\Data" + Padded(++captures_) + ".txt", buffer, size);
+  SetLastError(error);
 }
 
 }  // namespace portwise

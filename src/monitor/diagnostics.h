@@ -10,7 +10,8 @@ namespace portwise {
 
 /// What a port leaves on the local disk for development and support: a line for every call of the spooler in
 /// "C:\MonitorLog.txt", which all ports share, and a file with the buffer of every read under "C:\Monitor\Read". Both
-/// are off unless the registry says otherwise. Nothing is told when a file cannot be written. Any thread may call.
+/// are off unless the registry says otherwise. Nothing is told when a file cannot be written, and the last error stays
+/// as it is. Any thread may call.
 class MonitorDiagnostics {
  public:
   /// Reads the switches.

@@ -110,7 +110,8 @@ void JobSession::End() {
   attempt([&] {
     if (last) unconfirmed = port_.PrinterConnection().TakeUnconfirmedBytes();
   });
-  const bool deleted = port_.JobIsDeleted();
+  bool deleted = false;
+  attempt([&] { deleted = port_.JobIsDeleted(); });
   const bool whole = delivered && ended && unconfirmed == 0 && !failure;
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   port_.Settings().ReleaseJob();

@@ -14,11 +14,11 @@ namespace portwise {
 PortContext::PortContext(const OString& portName)
     : portName_(portName),
       eventLog_(portName),
+      documents_(*this),
       publisher_(*this, texts_),
       flow_(*this),
       pages_(*this),
       monitoring_(*this),
-      documents_(*this),
       path_(*this),
       session_(*this),
       plugin_(&plugins_.Monitor()),

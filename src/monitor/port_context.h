@@ -12,7 +12,6 @@
 #include "connection/port_link.h"
 #include "core/ostring.h"
 #include "core/synchronizer.h"
-#include "logging/event_log_report.h"
 #include "logging/job_logger.h"
 #include "logging/printer_port_event_log.h"
 #include "monitor/diagnostics.h"
@@ -22,6 +21,7 @@
 #include "monitor/job_records.h"
 #include "monitor/job_session.h"
 #include "monitor/page_tracker.h"
+#include "monitor/port_fault_report.h"
 #include "monitor/port_settings.h"
 #include "monitor/print_code_recorder.h"
 #include "monitor/print_path.h"
@@ -150,7 +150,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   OString jobPrinter_;   // of the last job
   mutable OCriticalSection nameLock_;
   PrinterPortEventLog eventLog_;
-  EventLogReport faults_{&eventLog_};
+  DocumentControl documents_;
+  PortFaultReport faults_{*this, &eventLog_};  // asks the documents for the job
   PortSettings settings_;
   std::unique_ptr<Connection> connection_;
   PortMonitorFunctions functions_;
@@ -165,7 +166,6 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   FlowControl flow_;
   PageTracker pages_;
   JobMonitoring monitoring_;
-  DocumentControl documents_;
   PrintPath path_;
   JobSession session_;
   PortPlugins plugins_;  // its plug-ins may call the port until they are unloaded

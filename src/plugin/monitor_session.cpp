@@ -17,11 +17,15 @@ struct StatusWords1 {
   DWORD more[sizeof(PortwiseStatus2) / sizeof(DWORD)] = {};
 };
 
-/// The last words to a plug-in, where nothing can be thrown.
+/// The last words to a plug-in, where nothing can be thrown. Of a plug-in that could not even begin, that failure is
+/// the one to report.
 template <class Body>
-void CallGuarded(FaultReport* faults, Body&& body) {
+void CallGuarded(FaultReport* faults, bool begun, Body&& body) {
+  struct : FaultReport {
+    bool Admits() override { return false; }
+  } nobody;
   OExceptionHandler guard("PluginUnload", OExceptionHandler::kReportEventLog);
-  guard.SetReport(faults);
+  guard.SetReport(begun ? faults : &nobody);
   RunGuarded(guard, [&]() -> BOOL {
     body();
     return TRUE;
@@ -61,12 +65,13 @@ class MonitorSession2 final : public MonitorSession {
                   const OString& portName, Connection& connection)
       : MonitorSession(std::move(library), printerName, portName, connection), table_(table) {}
   ~MonitorSession2() override {
-    if (begun_) CallGuarded(Context().Faults(), [this] { Notify(PluginEvent::Unloading); });
+    if (told_) CallGuarded(Context().Faults(), begun_, [this] { Notify(PluginEvent::Unloading); });
   }
 
   void Begin() override {
-    begun_ = true;
+    told_ = true;
     Notify(PluginEvent::Loaded);
+    begun_ = true;
   }
   void Notify(PluginEvent event) override {
     if (table_.notify != nullptr) table_.notify(Block(), static_cast<DWORD>(event));
@@ -104,7 +109,8 @@ class MonitorSession2 final : public MonitorSession {
 
  private:
   const PortwiseMonitorTable2 table_;
-  bool begun_ = false;
+  bool told_ = false;   // that it is loaded
+  bool begun_ = false;  // and had nothing against it
 };
 
 /// A plug-in with a handle.
@@ -114,7 +120,7 @@ class MonitorSession1 final : public MonitorSession {
                   const OString& portName, Connection& connection)
       : MonitorSession(std::move(library), printerName, portName, connection), table_(table) {}
   ~MonitorSession1() override {
-    if (begun_ && table_.close != nullptr) CallGuarded(Context().Faults(), [this] { table_.close(handle_); });
+    if (begun_ && table_.close != nullptr) CallGuarded(Context().Faults(), true, [this] { table_.close(handle_); });
   }
 
   void Begin() override {

@@ -318,6 +318,9 @@ TEST_F(Fault, InTheReportItselfEndsInTheCallsFailure) {
   for (int i = 0; i < 20; ++i) EXPECT_FALSE(RunGuarded(guard, fail));
   EXPECT_EQ(GetLastError(), 487u);
   EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("faultdump_0019.dmp\r\n"));
+  const MinidumpReader dump(Dump(0));
+  EXPECT_EQ(dump.ExceptionCode(), 0xC0000005u) << "that of the call and not of the report";
+  EXPECT_EQ(dump.ExceptionParameter(1), 16u);
   OExceptionHandler::SetDefaultReport(nullptr);
   FaultyGuard worse("test", 9);
   SetLastError(0);
