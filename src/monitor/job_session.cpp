@@ -99,6 +99,7 @@ void JobSession::End() {
   };
   bool delivered = false;
   ULONGLONG unconfirmed = 0;
+  port_.Monitor().AbandonQueries();
   // The last bytes may wait for a status, and that for the documents' lock.
   attempt([&] { delivered = port_.Path().EndJob(); });
   const OScopedLock lock(port_.Documents().Lock());

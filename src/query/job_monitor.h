@@ -29,7 +29,7 @@ class JobMonitor {
   virtual void AllowPolling(bool allowed) = 0;
   /// The status determined last, or what stands for it while monitoring is off.
   virtual PrinterStatus CurrentStatus() = 0;
-  /// The printer does not answer any more: the status becomes offline, and is published.
+  /// The printer does not answer any more: the status becomes offline, and is published, while it is followed.
   virtual void SetStatusOffline() = 0;
   /// A client has read the status.
   virtual void NoteStatusRead() = 0;
@@ -42,6 +42,8 @@ class JobMonitor {
   /// Begins a run of the query queue; false when one is in progress or was already made.
   virtual bool BeginQueries() = 0;
   virtual bool IsQuerying() = 0;
+  /// Ends a run that is in progress: nobody waits for it any more.
+  virtual void AbandonQueries() = 0;
 };
 
 }  // namespace portwise

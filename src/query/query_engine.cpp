@@ -78,7 +78,7 @@ void QueryEngine::RunRequests() {
       throw;
     }
     requests_.Record(*request);
-    if (requests_.IsStopping()) break;
+    if (requests_.IsStopping() || host_.IsStopping()) break;
   }
 }
 
@@ -152,7 +152,11 @@ void QueryEngine::RunQueryQueue() {
   const std::optional<QueryQueue::Step> step = queue_.CurrentStep();
   if (!step) return;
   if (host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0) {
-    host_.SetStatusOffline();
+    if (host_.FollowsStatus()) {
+      host_.SetStatusOffline();
+    } else {
+      queue_.Abandon(step->run);
+    }
     return;
   }
   bool sent = false;

@@ -41,6 +41,7 @@ bool QueryExchange::Send(const SendManner& manner) {
     // What is found out next must not hide why the write failed.
     const DWORD error = GetLastError();
     if (GetTickCount() - begin > sendTimeout_) return false;
+    if (!manner.reopensTcp && done > 0 && HasBroken(manner, error)) return false;
     // A full connection is not a broken one.
     reopened = manner.reopensTcp && !reopened && error != WSAEWOULDBLOCK && Reopen(&done);
     if (!reopened) Sleep(kWritePause);
@@ -65,6 +66,12 @@ bool QueryExchange::WriteOnce(const SendManner& manner, size_t* done) {
   }
   *done += written;
   return success && written > 0;
+}
+
+/// The rest of the command would be the beginning of what a new connection brings, and perhaps be printed.
+bool QueryExchange::HasBroken(const SendManner& manner, DWORD error) {
+  const bool throughProtocol = manner.throughProtocol && host_.Protocol().IsActive();
+  return !throughProtocol && host_.PrinterConnection().IsTcp() && error != WSAEWOULDBLOCK;
 }
 
 /// What the printer took over the broken connection it has dropped.

@@ -47,7 +47,8 @@ class QueryExchange {
   QueryExchange& operator=(const QueryExchange&) = delete;
 
   /// Sends all of the command; tries again 100 ms after a failed write. False when writes fail and the printer has
-  /// taken nothing for the send timeout or, where the connection is reopened, since the send timeout began.
+  /// taken nothing for the send timeout or, where the connection is reopened, since the send timeout began. False also
+  /// when a TCP connection that is not reopened broke after it had taken a part: nothing is sent twice.
   bool Send(const SendManner& manner);
   /// Collects the answer, and tells the plug-in of reads that bring nothing before the first byte. False when it was
   /// stopped, is bad or too long to be told, or was not complete within the response timeout; `answer` then holds what
@@ -56,6 +57,7 @@ class QueryExchange {
 
  private:
   bool WriteOnce(const SendManner& manner, size_t* done);
+  bool HasBroken(const SendManner& manner, DWORD error);
   bool Reopen(size_t* done);
   DWORD Read(char* buffer);
 

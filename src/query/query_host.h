@@ -26,6 +26,8 @@ class QueryHost {
   /// The port is being closed: whatever waits for the printer is to end.
   virtual bool IsStopping() = 0;
 
+  /// The printer is asked for its status, so that one that is offline becomes ready again.
+  virtual bool FollowsStatus() = 0;
   /// The printer does not answer any more.
   virtual void SetStatusOffline() = 0;
   /// Puts a warning into the event log of the port.

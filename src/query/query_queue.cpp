@@ -69,7 +69,7 @@ std::optional<std::string> QueryQueue::ResponseOf(std::string_view name) const {
 
 bool QueryQueue::BeginQueries() {
   const OScopedLock locked(lock_);
-  if (querying_ || progress_.complete > 0 || queries_.empty()) return false;
+  if (querying_ || HasEnded() || progress_.complete > 0 || queries_.empty()) return false;
   querying_ = true;
   ++run_;
   progress_.current = -1;
@@ -127,11 +127,16 @@ void QueryQueue::CompleteAndEnd(DWORD run, std::string response) {
 
 void QueryQueue::Abandon(DWORD run) {
   const OScopedLock locked(lock_);
-  if (IsRun(run)) querying_ = false;
+  if (IsRun(run)) EndRun();
 }
 
 void QueryQueue::Abandon() {
   const OScopedLock locked(lock_);
+  if (querying_) EndRun();
+}
+
+void QueryQueue::EndRun() {
+  if (!HasEnded()) progress_.runStatus = QueryProgress::kEnded;
   querying_ = false;
 }
 

@@ -65,7 +65,8 @@ class QueryQueue {
   std::optional<std::string> ResponseAt(LONG index) const;
   std::optional<std::string> ResponseOf(std::string_view name) const;
 
-  /// Begins a run with the first query. False when there is none, a run is in progress, or one has completed a query.
+  /// Begins a run with the first query. False when there is none, a run is in progress, or one has ended or completed
+  /// a query.
   bool BeginQueries();
   /// A run is in progress.
   bool IsQuerying() const;
@@ -89,6 +90,7 @@ class QueryQueue {
  private:
   bool HasEnded() const { return progress_.runStatus >= 1 && progress_.runStatus <= QueryProgress::kCancelled; }
   bool IsRun(DWORD run) const { return querying_ && run == run_; }
+  void EndRun();
   void Store(std::string response);
   void Advance();
 

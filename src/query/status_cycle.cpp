@@ -68,11 +68,16 @@ bool StatusMonitor::FollowSettings() {
   const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
   mode_ = mode;
   if (switchedOff || left) SetStatusReady();
-  if (!bidirectional) queue_.Abandon();
+  if (!bidirectional) {
+    queue_.Abandon();
+    TellStatusWaiters();
+  }
   return bidirectional;
 }
 
+/// Print data that waits for a status, also that of a request between jobs, gets one in every mode that asks at all.
 bool StatusMonitor::IsPollDue() {
+  if (mode_ != 0 && statusRequested_) return true;
   switch (mode_) {
     case 1: {
       const DWORD read = lastStatusRead_;
@@ -91,6 +96,7 @@ bool StatusMonitor::IsPollDue() {
 
 /// Until somebody wants something, a request falls due, or the settings may have changed.
 void StatusMonitor::WaitForDemand() {
+  requests_.Purge();
   WaitForEvents(std::min(requests_.TimeUntilDue().value_or(kIdleWait), kIdleWait));
 }
 
@@ -131,19 +137,34 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   Connection& connection = host_.PrinterConnection();
   const bool ownChannel = connection.IsTcp() && host_.Plugin().HasStatusChannel();
   bool polled = false;
+  // A change of the channel closes the print channel, which a job in its midst can do without.
+  const bool polls = pollDue && pollingAllowed_;
+  if (ownChannel && !polls && !IsQuerying() && !requests_.AnyDue()) return;
   // Print data must not find the status channel open, whatever happens here.
   try {
-    if (ownChannel) connection.Close();
-    if (!ownChannel || connection.OpenStatus()) {
+    if (ownChannel) {
+      AskOverStatusChannel(polls, &polled);
+    } else {
       Exchange(pollDue, &polled);
-    } else if (pollDue && !connection.Open()) {
-      SetStatusOffline();
     }
   } catch (...) {
     RestoreConnection(ownChannel, polled);
     throw;
   }
   RestoreConnection(ownChannel, polled);
+}
+
+void StatusMonitor::AskOverStatusChannel(bool pollDue, bool* polled) {
+  Connection& connection = host_.PrinterConnection();
+  connection.Close();
+  if (connection.OpenStatus()) {
+    Exchange(pollDue, polled);
+  } else if (IsQuerying() || requests_.AnyDue()) {
+    // Their writes open the status channel, the one that was asked for last, until their send timeout.
+    Exchange(false, polled);
+  } else if (pollDue && (poll_.IsKnownBidirectional() || !connection.Open())) {
+    SetStatusOffline();
+  }
 }
 
 void StatusMonitor::Exchange(bool pollDue, bool* polled) {

@@ -11,7 +11,7 @@ class StatusEvents {
  public:
   StatusEvents();
 
-  /// A request was added, or a run of the query queue began.
+  /// A request was added or is to be tried again, or a run of the query queue began.
   HANDLE Query() const { return query_.Get(); }
   /// The road of the print data needs a fresh status.
   HANDLE StatusRequest() const { return statusRequest_.Get(); }

@@ -83,7 +83,10 @@ void StatusMonitor::SetStatusReady() {
   TellStatusWaiters();
 }
 
+/// Without bidirectional support nobody would find the printer ready again.
 void StatusMonitor::SetStatusOffline() {
+  const OScopedLock lock(statusLock_);
+  if (!bidirectional_) return;
   SetStatus(PrinterStatus(kStatusOffline));
   TellStatusWaiters();
 }

@@ -53,6 +53,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   /// Also false when there is no thread to run them, or it may not ask the printer.
   bool BeginQueries() override { return started_ && bidirectional_ && queue_.BeginQueries(); }
   bool IsQuerying() override { return queue_.IsQuerying(); }
+  void AbandonQueries() override { queue_.Abandon(); }
 
  private:
   void ThreadProc();
@@ -68,6 +69,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   bool UseConnection(bool pollDue);
   void AskPrinter(bool pollDue);
   void Exchange(bool pollDue, bool* polled);
+  void AskOverStatusChannel(bool pollDue, bool* polled);
   void RestoreConnection(bool ownChannel, bool polled);
   /// False when the printer was not asked.
   bool PollStatus();
@@ -89,6 +91,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   DWORD SendTimeout() override { return host_.SettingValues().GetSendTimeout(); }
   DWORD ResponseTimeout() override { return host_.SettingValues().GetResponseTimeout(); }
   bool IsStopping() override { return !running_; }
+  bool FollowsStatus() override { return mode_ != 0; }
   void Warn(const OString& text) override { host_.Warn(text); }
 
   StatusHost& host_;

@@ -26,13 +26,14 @@ class StatusPoll {
   /// Asks, and waits at most `timeout` milliseconds after the last byte for an answer. `publish` is given the status
   /// that it holds, or `status` when it holds none, before the plug-in learns that the exchange is over.
   Result Ask(DWORD timeout, const PrinterStatus& status, const std::function<void(const PrinterStatus&)>& publish);
+  /// The printer has answered before, so that its silence tells something.
+  bool IsKnownBidirectional();
 
  private:
   std::string BuildRequest();
   bool Receive(DWORD timeout, PrinterStatus* status, bool* whole);
   bool TakeAnswers(std::string* received, PrinterStatus* status);
   bool IsDisconnected();
-  bool IsKnownBidirectional();
   void LearnBidirectional();
 
   StatusHost& host_;

@@ -2,14 +2,19 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 namespace portwise {
 
 /// Moments in milliseconds of GetTickCount, which starts anew after 49 days: only differences tell anything. A moment
 /// lies at most 24 days before or after now; 0 stands for none.
 
-/// The moment that comes `milliseconds` from now.
+/// The furthest moment ahead, 12 days: even seen from some time ago, it still lies ahead.
+constexpr DWORD kFurthestTick = 0x3FFFFFFF;
+
+/// The moment that comes `milliseconds` from now, or the furthest one.
 inline DWORD TickAfter(DWORD milliseconds) {
-  const DWORD tick = GetTickCount() + milliseconds;
+  const DWORD tick = GetTickCount() + std::min(milliseconds, kFurthestTick);
   return tick != 0 ? tick : 1;
 }
 

@@ -60,6 +60,7 @@ struct FakePrinterHost final : QueryHost, MonitorInterface, ProtocolInterface {
   DWORD SendTimeout() override { return sendTimeout; }
   DWORD ResponseTimeout() override { return responseTimeout; }
   bool IsStopping() override { return false; }
+  bool FollowsStatus() override { return true; }
   void SetStatusOffline() override { events.push_back("offline"); }
   void Warn(const OString& text) override { warnings.push_back(text.InCodePage(kCodePageOneByte)); }
 

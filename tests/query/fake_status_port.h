@@ -67,7 +67,7 @@ class AnsweringConnection final : public Connection {
 
   AnsweringConnection(Journal& journal, ConnectionKind kind) : Connection(kind), journal_(journal) {}
 
-  std::atomic<bool> connected = true, refuses = false;
+  std::atomic<bool> connected = true, refuses = false, refusesStatus = false;
 
   void AnswerWith(Pieces pieces) {
     const std::lock_guard lock(mutex_);
@@ -75,7 +75,7 @@ class AnsweringConnection final : public Connection {
   }
 
   bool Open() override { return journal_.Say("open"), true; }
-  bool OpenStatus() override { return journal_.Say("open-status"), true; }
+  bool OpenStatus() override { return journal_.Say("open-status"), !refusesStatus; }
   bool Close() override { return journal_.Say(KeepOpen() ? "close-keeping" : "close"), true; }
   bool Write(const void* data, DWORD length, DWORD* written) override {
     *written = refuses ? 0 : length;

@@ -115,16 +115,23 @@ TEST_F(QueryEngineTest, TellsThePlugInsInOrder) {
 
 TEST_F(QueryEngineTest, SendsEveryByteOnceOrGivesUp) {
   host.sendTimeout = 60000;
-  std::string received;
-  host.connection.onWrite = [&, call = 0](const std::string& bytes, DWORD* written) mutable {
-    const bool fails = ++call % 2 == 0;
-    *written = static_cast<DWORD>(std::min<size_t>(bytes.size(), fails ? 1 : 2));
-    received += bytes.substr(0, *written);
-    return !fails;
-  };
-  Add("a", "read=false;", "abc\0efghij"s);
-  engine.RunRequests();
-  EXPECT_EQ(received, "abc\0efghij"s);
+  const struct {
+    DWORD error, taken;  // by every second write, from the first on, which fails
+    std::string received;
+  } rows[] = {{10035, 1, "abc\0efghij"s}, {10054, 0, "ab"}};
+  for (const auto& row : rows) {
+    std::string received;
+    host.connection.onWrite = [&, call = 0](const std::string& bytes, DWORD* written) mutable {
+      const bool fails = ++call % 2 != 0;
+      *written = static_cast<DWORD>(std::min<size_t>(bytes.size(), fails ? row.taken : 2));
+      received += bytes.substr(0, *written);
+      SetLastError(row.error);
+      return !fails;
+    };
+    Add("a", "read=false;", "abc\0efghij"s);
+    engine.RunRequests();
+    EXPECT_EQ(received, row.received) << row.error;
+  }
   for (const bool success : {false, true}) {
     host.connection.onWrite = [&](const std::string&, DWORD*) { return success; };
     Add("b").sendTimeout = 500;
@@ -180,6 +187,17 @@ TEST_F(QueryEngineTest, RepeatsAndExpiresByTheClock) {
   platform::SetTickCount(GetTickCount() + 60000);
   engine.RunRequests();
   EXPECT_EQ(Count("W:ask"), 2);
+
+  Add("rare", "read=false;").repeatInterval = 0x7FFFFFFF;
+  host.connection.onWrite = [&, call = 0](const std::string& bytes, DWORD* written) mutable {
+    Sleep(50);
+    EXPECT_EQ(++call, 1) << "once in a run";
+    if (call > 1) list.Cancel("*");
+    *written = static_cast<DWORD>(bytes.size());
+    return true;
+  };
+  engine.RunRequests();
+  host.connection.onWrite = nullptr;
 
   host.responseTimeout = 15000;
   host.connection.pieces = {{6000, "A"}};
@@ -321,7 +339,8 @@ TEST_F(QueryEngineTest, ABrokenTcpConnectionIsOpenedAndTheQuerySentAnew) {
   queue.Reset();
   Queue({"query"});
   engine.RunQueryQueue();
-  EXPECT_FALSE(queue.IsQuerying());
+  EXPECT_FALSE(queue.IsQuerying() || queue.BeginQueries());
+  EXPECT_EQ(queue.Progress().runStatus, 2);
   EXPECT_LT(Count("open"), 40);
 }
 

@@ -72,7 +72,7 @@ class StatusMonitorTest : public ::testing::Test {
 };
 
 TEST_F(StatusMonitorTest, AsksAsTheModeHasIt) {
-  enum Doing { kNothing, kJob, kFailedStart, kStatusRead, kNotReady, kNotAllowed };
+  enum Doing { kNothing, kJob, kFailedStart, kStatusRead, kNotReady, kNotAllowed, kRequested };
   constexpr DWORD kWindow = 24000;
   struct {
     LONG mode;
@@ -89,16 +89,19 @@ TEST_F(StatusMonitorTest, AsksAsTheModeHasIt) {
       {1, kFailedStart, 5000, 1, " status 5 status 1"},
       {1, kStatusRead, 5000, 3, " status 1"},  // for ten seconds
       {1, kNotReady, 5000, 0, " status 5 status 2"},
+      {1, kRequested, 5000, 1, " status 1"},
       {2, kNothing, 5000, 0, " status 1"},
       {2, kJob, 1000, 0, " status 1"},
       {2, kNotAllowed, 0, 0, ""},
       {3, kNothing, 0, 0, ""},
       {3, kJob, 1000, 0, " status 1"},
       {3, kNotReady, 0, 0, " status 5 status 1"},
+      {3, kRequested, 5000, 1, " status 1"},
   };
   for (const auto& row : rows) {
     FakeStatusPort& port = AddPort(row.mode, row.doing == kNotReady ? "2\n" : "1\n");
     port.firstWritePending = true;
+    port.plugin.statusChannel = row.doing == kNotAllowed;
   }
   for (size_t i = 0; i < std::size(rows); ++i) {
     StatusMonitor& monitor = ports_[i]->monitor;
@@ -108,6 +111,7 @@ TEST_F(StatusMonitorTest, AsksAsTheModeHasIt) {
     if (rows[i].doing == kStatusRead) monitor.NoteStatusRead();
     if (rows[i].doing == kNotReady) monitor.SetStatusOffline();
     if (rows[i].doing == kNotAllowed) monitor.AllowPolling(false);
+    if (rows[i].doing == kRequested) SetEvent(ports_[i]->events.StatusRequest());
   }
   Sleep(kWindow);
   for (size_t i = 0; i < std::size(rows); ++i) {
@@ -118,6 +122,7 @@ TEST_F(StatusMonitorTest, AsksAsTheModeHasIt) {
     if (rows[i].interval == 0) {
       EXPECT_EQ(polls.size(), 0u);
       EXPECT_EQ(statuses, rows[i].statuses);
+      EXPECT_EQ(ports_[i]->journal.Count("open-status"), 0u);
       continue;
     }
     for (size_t n = 1; n < polls.size(); ++n) EXPECT_GE(polls[n] - polls[n - 1], rows[i].interval - kJitter);
@@ -169,8 +174,10 @@ TEST_F(StatusMonitorTest, RestsWhileBidirectionalSupportIsOff) {
   EXPECT_EQ(port.monitor.CurrentStatus(), PrinterStatus(0x10000000));
   port.journal.Clear();
   AddRequest(port, "A", [](QueryRequest&) {});
+  port.monitor.SetStatusOffline();
+  EXPECT_TRUE(port.events.RequestStatus(kMoment));
   Sleep(5000);
-  EXPECT_EQ(port.journal.Only({kAsked, "sent A", "status 1", "begin"}), "");
+  EXPECT_EQ(port.journal.Only({kAsked, "sent A", "status 1", "status 5", "begin"}), "");
   port.SetBidirectional(true);
   ASSERT_TRUE(port.journal.WaitFor("status 2"));
   EXPECT_EQ(port.monitor.CurrentStatus(), PrinterStatus(2));
@@ -307,6 +314,12 @@ TEST_F(StatusMonitorTest, ConcludesWithoutAnAnswer) {
       {"what the plug-in knows", [](FakeStatusPort& port) { port.plugin.knownCode = 9; }, Kind::Tcp, " status 9"},
       {"that the printer is gone", [](FakeStatusPort& port) { port.connection.connected = false; }, Kind::Usb,
        " status 5"},
+      {"that the status channel of a printer is refused that has answered",
+       [](FakeStatusPort& port) {
+         PrinterRegistry(port.PrinterName()).SetBool(kKnown, true);
+         port.plugin.statusChannel = port.connection.refusesStatus = true;
+       },
+       Kind::Tcp, " status 5"},
       {"that a document is refused over TCP", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Tcp,
        " status 5"},
       {"nothing of a refused document at COM", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Com,
@@ -385,6 +398,22 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
   const std::string sent = polled.journal.Only({kAsked, "sent Q1", "sent Q2"});
   EXPECT_NE(sent.find(" sent Q1 sent Q2"), std::string::npos) << sent;
   EXPECT_EQ(polled.monitor.Queries().ResponseAt(1), "1\n");
+}
+
+TEST_F(StatusMonitorTest, EndsWhatARefusedStatusChannelDoesNotTake) {
+  FakeStatusPort& port = AddIdlePort(0);
+  port.plugin.statusChannel = port.connection.refusesStatus = port.connection.refuses = true;
+  port.Set(kSendTimeout, 1000);
+  ASSERT_TRUE(port.monitor.Start() && port.monitor.WaitStarted());
+  AddRequest(port, "A", [](QueryRequest&) {});
+  port.monitor.Queries().Add("Q", "query");
+  ASSERT_TRUE(port.monitor.BeginQueries());
+  SetEvent(port.events.Query());
+  for (const DWORD begin = GetTickCount(); port.monitor.IsQuerying() && GetTickCount() - begin < kMoment; Sleep(50)) {
+  }
+  EXPECT_EQ(port.monitor.Queries().Progress().runStatus, 2);
+  EXPECT_EQ(port.monitor.Requests().FindCopy("q", "r")->status, RequestStatus::Failed);
+  EXPECT_FALSE(port.monitor.BeginQueries());
 }
 
 TEST_F(StatusMonitorTest, LeavesAPrinterTimeForPrintData) {

@@ -75,6 +75,7 @@ class FakeJobMonitor final : public JobMonitor {
   void ClearQueriesAdded() override { queriesAdded = false; }
   bool BeginQueries() override { return std::exchange(begun_, true) == false; }
   bool IsQuerying() override { return queryRounds.fetch_sub(1) > 0; }
+  void AbandonQueries() override {}
 
  private:
   void AnswerRequests() {

@@ -96,7 +96,8 @@ void ActOnQueue(XPML_Document& document, QueryQueue& queue) {
   Reply(document, reply);
 }
 
-void ActOnRequests(XPML_Document& document, std::string_view queryId, RequestList& requests) {
+void ActOnRequests(XPML_Document& document, std::string_view queryId, QueryCommandPort& port) {
+  RequestList& requests = port.Requests();
   const std::string_view action = document.GetAttribute("action");
   std::string reply;
   if (EqualsNoCase(document.GetAttribute("get"), "requests")) {
@@ -105,6 +106,7 @@ void ActOnRequests(XPML_Document& document, std::string_view queryId, RequestLis
     requests.Cancel(queryId);
   } else if (EqualsNoCase(action, "retry")) {
     requests.Retry(queryId);
+    SetEvent(port.QueryEvent());
   }
   Reply(document, reply);
 }
@@ -115,7 +117,7 @@ bool Query(XPML_Document& document, void* context) {
   if (queryId.empty()) {
     ActOnQueue(document, port.Queries());
   } else {
-    ActOnRequests(document, queryId, port.Requests());
+    ActOnRequests(document, queryId, port);
   }
   return true;
 }
