@@ -15,7 +15,7 @@ namespace {
 constexpr DWORD kDefaultWriteTime = 10000;  // ms
 constexpr DWORD kDefaultReadTime = 500;     // ms
 constexpr DWORD kLongestTime = 600000;      // ms
-/// How long the end of a document waits for the printer to close its side.
+/// How long the printer may acknowledge nothing more at the end of a document, and leave its side open.
 constexpr DWORD kCloseTime = 5000;         // ms
 constexpr DWORD kPauseAfterFailure = 100;  // ms
 
@@ -75,10 +75,9 @@ class TcpPort {
     bool delivered = !watch_.IsBroken();
     DWORD error = delivered ? ERROR_SUCCESS : WSAECONNRESET;
     if (const auto socket = socket_.Get()) {
-      // Many printers never close their side.
-      delivered = socket->FinishSending(kCloseTime, nullptr) || GetLastError() == WSAETIMEDOUT;
+      watch_.BeginEnd();
+      delivered = Finish(*socket);
       error = GetLastError();
-      if (!delivered) watch_.Fail("the printer broke the connection off; it may have printed a part of the job");
       socket_.Drop(socket);
     }
     watch_.End();
@@ -92,6 +91,22 @@ class TcpPort {
   }
 
  private:
+  bool Finish(TcpSocket& socket) {
+    if (socket.FinishSending(kCloseTime, &watch_)) return true;
+    const DWORD error = GetLastError();
+    std::string reason;
+    if (error != WSAETIMEDOUT && error != ERROR_PRINT_CANCELLED) {
+      reason = "the printer broke the connection off; it may have printed a part of the job";
+    } else if (const ULONGLONG missing = socket.Unacknowledged()) {
+      reason = "the printer has not acknowledged the last " + std::to_string(missing) + " bytes of the job";
+    }
+    // Many printers never close their side.
+    if (reason.empty()) return true;
+    watch_.Fail(reason);
+    SetLastError(error);
+    return false;
+  }
+
   bool Connect() {
     auto socket = std::make_shared<TcpSocket>();
     if (!socket->Connect(port_.host, port_.portNumber, &watch_)) {

@@ -1,7 +1,10 @@
 #include "host/monitors/tcp_socket.h"
 
+#include <mstcpip.h>
+
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "platform/test_clock.h"
 
@@ -73,6 +76,7 @@ bool TcpSocket::Send(const void* data, DWORD size, DWORD milliseconds, JobWatch*
   }
   if (taken < 0) return false;
   *sent = static_cast<DWORD>(taken);
+  sent_ += *sent;
   return true;
 }
 
@@ -94,15 +98,41 @@ void TcpSocket::Reset() {
 
 bool TcpSocket::FinishSending(DWORD milliseconds, JobWatch* watch) {
   if (!EndSending()) return false;
-  const long long end = ClockMilliseconds() + milliseconds;
+  long long progressAt = ClockMilliseconds();
+  ULONGLONG missing = Unacknowledged();
+  bool closed = false;
   char dropped[1024];
-  for (long long left = milliseconds; left > 0; left = end - ClockMilliseconds()) {
+  while (!closed || missing > 0) {
     DWORD received = 0;
-    if (!Receive(dropped, sizeof(dropped), static_cast<DWORD>(left), watch, &received)) return false;
-    if (received == 0) return true;
+    if (closed) {
+      Sleep(static_cast<DWORD>(kWaitSlice));
+    } else if (Receive(dropped, sizeof(dropped), static_cast<DWORD>(kWaitSlice), nullptr, &received)) {
+      closed = received == 0;
+    } else if (GetLastError() != WSAETIMEDOUT) {
+      return false;
+    }
+    if (watch && watch->MustStop()) {
+      SetLastError(ERROR_PRINT_CANCELLED);
+      return false;
+    }
+    const ULONGLONG before = std::exchange(missing, Unacknowledged());
+    if (missing < before) progressAt = ClockMilliseconds();
+    if (ClockMilliseconds() - progressAt >= milliseconds) {
+      WSASetLastError(WSAETIMEDOUT);
+      return false;
+    }
   }
-  WSASetLastError(WSAETIMEDOUT);
-  return false;
+  return true;
+}
+
+ULONGLONG TcpSocket::Unacknowledged() const {
+  DWORD version = 0;
+  DWORD size = 0;
+  TCP_INFO_v0 info = {};
+  if (WSAIoctl(socket_, SIO_TCP_INFO, &version, sizeof(version), &info, sizeof(info), &size, nullptr, nullptr) != 0) {
+    return 0;
+  }
+  return sent_ - std::min<ULONGLONG>(sent_, info.BytesOut - info.BytesRetrans - info.BytesInFlight);
 }
 
 bool TcpSocket::Wait(SHORT events, DWORD milliseconds, JobWatch* watch) {

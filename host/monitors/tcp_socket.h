@@ -34,10 +34,14 @@ class TcpSocket {
   /// Ends the connection at once, so that the other side sees that it was broken off.
   void Reset();
 
-  /// Says that no more comes, and drops what the printer still sends until it closes its side, for at most
-  /// `milliseconds`: closing at once, with something of the printer unread, would reset the connection and lose data on
-  /// its way. False when it did not close in order.
+  /// Says that no more comes, and drops what the printer still sends until it has acknowledged everything and closed
+  /// its side: closing at once, with something of the printer unread, would reset the connection and lose data on its
+  /// way. False when it broke off, and with WSAETIMEDOUT when `milliseconds` passed in which it acknowledged nothing
+  /// more.
   bool FinishSending(DWORD milliseconds, JobWatch* watch);
+
+  /// Bytes that the printer has not acknowledged; 0 where the system does not tell.
+  ULONGLONG Unacknowledged() const;
 
  private:
   bool ConnectTo(const addrinfo& address, JobWatch* watch);
@@ -45,6 +49,7 @@ class TcpSocket {
   void Close();
 
   SOCKET socket_ = INVALID_SOCKET;
+  ULONGLONG sent_ = 0;  // bytes
 };
 
 }  // namespace portwise

@@ -12,14 +12,14 @@ constexpr DWORD kLongestBlock = 4096;
 }  // namespace
 
 void BlockWriter::Begin() {
-  plain_ = false;
+  EndPlain();
   header_.clear();
   left_ = 0;
 }
 
 bool BlockWriter::Write(PortwiseBlock* port, const char* data, DWORD length, DWORD* written) {
   *written = 0;
-  if (plain_) return port->write(port, data, length, written) != 0;
+  if (plainThread_ == GetCurrentThreadId()) return port->write(port, data, length, written) != 0;
   while (*written < length) {
     if (left_ == 0) {
       left_ = std::min(length - *written, kLongestBlock);

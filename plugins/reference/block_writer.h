@@ -2,6 +2,7 @@
 
 #include <portwise/plugin.h>
 
+#include <atomic>
 #include <string>
 
 namespace reference {
@@ -13,17 +14,18 @@ namespace reference {
 class BlockWriter {
  public:
   void Begin();
-  /// What is written from now on goes as it is, or in blocks again.
-  void SetPlain(bool plain) { plain_ = plain; }
+  /// What this thread writes from now on goes as it is, until EndPlain. Any thread.
+  void BeginPlain() { plainThread_ = GetCurrentThreadId(); }
+  void EndPlain() { plainThread_ = 0; }
   /// As the contract's PortwiseProtocolWrite.
   bool Write(PortwiseBlock* port, const char* data, DWORD length, DWORD* written);
 
  private:
   bool SendHeader(PortwiseBlock* port);
 
-  bool plain_ = false;
-  std::string header_;  // not yet sent
-  DWORD left_ = 0;      // of the block's bytes
+  std::atomic<DWORD> plainThread_ = 0;  // 0 for none
+  std::string header_;                  // not yet sent
+  DWORD left_ = 0;                      // of the block's bytes
 };
 
 }  // namespace reference

@@ -98,12 +98,13 @@ void WINAPI GetProtocolCapabilities(PortwiseBlock*, PortwiseCapabilities* capabi
 #endif
 }
 
-/// Queries are for the printer itself, so they go as they are.
+/// Queries are for the printer itself, so they go as they are. Of one that fails no end is told, but the thread that
+/// asks never writes print data.
 void WINAPI NotifyProtocol(PortwiseBlock* block, DWORD code) {
   BlockWriter& writer = WriterOf(block);
   if (code == PORTWISE_NOTIFY_LOADED || code == PORTWISE_NOTIFY_FIRST_WRITE) writer.Begin();
-  if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY) writer.SetPlain(true);
-  if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY_SENT) writer.SetPlain(false);
+  if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY) writer.BeginPlain();
+  if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY_SENT || code == PORTWISE_NOTIFY_PROTOCOL_QUERY_ANSWERED) writer.EndPlain();
 }
 
 BYTE WINAPI Write(PortwiseBlock* block, const void* data, DWORD length, DWORD* written) {

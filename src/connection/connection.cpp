@@ -21,7 +21,7 @@ Connection::Connection(ConnectionKind kind)
 bool Connection::StartDoc(DWORD jobId, DWORD level, LPBYTE docInfo) {
   const auto startDocPort = port_->PortFunctions().pfnStartDocPort;
   if (startDocPort == nullptr) return false;
-  const OString printerName = port_->PrinterName();
+  const OString printerName = port_->JobPrinter();
   // The port monitors' interface has no const; none of them writes to the name.
   return startDocPort(port_->PortHandle(), const_cast<LPWSTR>(printerName.Wide()), jobId, level, docInfo) != FALSE;
 }

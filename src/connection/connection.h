@@ -91,11 +91,15 @@ class Connection {
 
   virtual bool IsNetwork() const { return false; }
 
-  /// A document begins: what was taken before is none of its bytes.
+  /// A document with print data begins: what was taken before is none of its bytes.
   virtual void BeginCount() {}
-  /// How many bytes were taken by a connection that was then lost, so that nobody knows whether the printer has them,
-  /// since the last call.
+  /// Whether what is written from now on counts as print data; it does, unless this says otherwise. Under the use lock.
+  void CountAsPrintData(bool counts) { countsAsPrintData_ = counts; }
+  /// How many bytes of print data were taken by a connection that was then lost, so that nobody knows whether the
+  /// printer has them, since the last call.
   virtual ULONGLONG TakeUnconfirmedBytes() { return 0; }
+  /// Whether a connection is just being ended, which takes as long as the printer takes data. Any thread.
+  virtual bool IsEnding() const { return false; }
 
   /// Says whether more jobs wait for the port, which makes a network connection stay open for a while at a job's end.
   void SetKeepOpen(bool keepOpen) { keepOpen_ = keepOpen; }
@@ -117,6 +121,7 @@ class Connection {
 
   PortLink& Port() const { return *port_; }
   bool KeepOpen() const { return keepOpen_; }
+  bool CountsAsPrintData() const { return countsAsPrintData_; }
   /// Sends a device request down to the port monitor. The bytes that came back, 0 when it failed.
   DWORD RequestDevice(DWORD request, const void* in, DWORD inSize, void* out, DWORD outSize, bool* done) const;
 
@@ -124,6 +129,7 @@ class Connection {
   const ConnectionKind kind_;
   PortLink* port_ = nullptr;
   std::atomic<bool> keepOpen_ = false;
+  std::atomic<bool> countsAsPrintData_ = true;
   OSemaphore useLock_;
   COMMTIMEOUTS timeouts_;  // as given to the port monitor last; all bits set before that
 

@@ -4,7 +4,6 @@
 #include <climits>
 #include <utility>
 
-#include "connection/graceful_close.h"
 #include "connection/ping.h"
 #include "settings/printer_registry.h"
 #include "settings/settings_catalogue.h"
@@ -33,14 +32,24 @@ bool IsRetried(int error) {
 
 int LengthOf(DWORD size) { return static_cast<int>(std::min<DWORD>(size, INT_MAX)); }
 
+/// Sets a flag for as long as it lives.
+class Ending {
+ public:
+  explicit Ending(std::atomic<bool>* flag) : flag_(flag) { *flag_ = true; }
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+  ~Ending() { *flag_ = false; }
+
+ private:
+  std::atomic<bool>* const flag_;
+};
+
 /// What to tell of a printer that has not closed in time.
 OString SilenceWarning(const CloseResult& result, ULONGLONG sent) {
   if (!result.unacknowledged) {
     return "The printer did not close the connection. It is not known whether it has everything; the system goes on "
            "delivering what it holds.";
   }
-  if (*result.unacknowledged == 0)
-    return "The printer did not close the connection, but it has acknowledged everything.";
   return "The printer has not acknowledged " + OString::FromUnsigned(*result.unacknowledged) + " of the " +
          OString::FromUnsigned(sent) + " bytes that the connection took; the system goes on delivering what it holds.";
 }
@@ -74,14 +83,42 @@ bool Connection_TCP::OpenChannel(bool statusChannel) {
   if (!ConnectSocket(target.address)) return false;
   const OScopedLock lock(socketLock_);
   if (aborted_) return FailAborted();
+  carriesNoJob_ = statusChannel;
   connected_ = true;
   return true;
 }
 
 bool Connection_TCP::Close() {
   statusChannel_ = false;
-  if (KeepOpen() && ClosePeriod() > 0 && delayedClose_.Start(Port().Faults())) return true;
+  if (KeepOpen() && ClosePeriod() > 0 && HasEverything() && delayedClose_.Start(Port().Faults())) return true;
   return CloseNow();
+}
+
+/// Once the connection stays open nobody asks any more what became of the job.
+bool Connection_TCP::HasEverything() {
+  ULONGLONG sent = 0;
+  {
+    const OScopedLock lock(socketLock_);
+    sent = sent_;
+  }
+  const auto ask = [this](std::optional<Acknowledged>* now) {
+    const OScopedLock lock(socketLock_);
+    if (!connected_ || !socket_) return false;
+    *now = AskAcknowledged(socket_.Get());
+    return true;
+  };
+  return AwaitAcknowledged(ask, sent, Stop());
+}
+
+CloseStop Connection_TCP::Stop() {
+  return {aborted_, [this] { return Port().IsClosing() || Port().JobIsDeleted(); }};
+}
+
+/// Outside of documents the wait goes on: there nobody else would close the connection.
+void Connection_TCP::KeepForDocument() {
+  if (!delayedClose_.IsWaiting() || !Port().HasDocument()) return;
+  delayedClose_.Cancel();
+  if (PeerHasClosed()) CloseNow();
 }
 
 void Connection_TCP::Abort() {
@@ -105,6 +142,7 @@ bool Connection_TCP::EndDoc() { return Close(); }
 bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
   *written = 0;
   if (aborted_) return FailAborted();
+  KeepForDocument();
   if (!connected_ && !Reopen()) {
     if (aborted_) return FailAborted();
     // The caller tries again at once, for as long as its send timeout lasts.
@@ -135,6 +173,7 @@ bool Connection_TCP::Write(const void* data, DWORD length, DWORD* written) {
 bool Connection_TCP::Read(void* buffer, DWORD size, DWORD* read) {
   *read = 0;
   if (aborted_) return FailAborted();
+  KeepForDocument();
   if (!connected_ && !Reopen()) return false;
   auto* bytes = static_cast<char*>(buffer);
   bool failed = false;
@@ -161,11 +200,23 @@ DWORD Connection_TCP::GetStatus(DWORD mask) {
   }
   const OScopedLock lock(pingLock_);
   if (!pinged_ || GetTickCount() - pingedAt_ > kPingPause) {
-    pingAnswered_ = Ping(FindHost(), 1, kPingTimeout) || Reopen();
+    pingAnswered_ = Ping(FindHost(), 1, kPingTimeout) || CanConnect();
     pinged_ = true;
     pingedAt_ = GetTickCount();
   }
   return pingAnswered_ ? 0 : STATUS_DISCONNECTED;
+}
+
+/// A printer that takes one connection at a time must not be left with one that nobody closes.
+bool Connection_TCP::CanConnect() {
+  if (!Reopen()) return false;
+  if (Port().HasDocument()) return true;
+  {
+    const OScopedLock lock(socketLock_);
+    if (sent_ == 0) carriesNoJob_ = true;
+  }
+  CloseNow();
+  return true;
 }
 
 bool Connection_TCP::RefreshAddress(bool statusChannel) { return FindTarget(statusChannel).changed; }
@@ -210,7 +261,7 @@ DWORD Connection_TCP::ClosePeriod() {
   const OScopedLock lock(periodLock_);
   if (!periodKnown_ || GetTickCount() - periodReadAt_ >= kPeriodPause) {
     const Setting& setting = FindSetting(SettingId::TcpDelayedClosePeriod);
-    closePeriod_ = PrinterRegistry(Port().PrinterName()).GetDword(setting.path, setting.number);
+    closePeriod_ = PrinterRegistry(Port().JobPrinter()).GetDword(setting.path, setting.number);
     periodKnown_ = true;
     periodReadAt_ = GetTickCount();
   }
@@ -222,14 +273,17 @@ bool Connection_TCP::CloseNow() {
   const OScopedLock state(stateLock_);
   unique_socket closing;
   ULONGLONG sent;
+  bool brief;
   {
     const OScopedLock lock(socketLock_);
     if (aborted_ || !connected_) return true;
     connected_ = false;
     closing = std::move(socket_);
     sent = sent_;
+    // Some printers never close their side of the status channel, and are asked every few seconds.
+    brief = carriesNoJob_;
   }
-  return GracefulClose(std::move(closing), sent);
+  return GracefulClose(std::move(closing), sent, brief);
 }
 
 /// What the connection has taken may not have reached the printer.
@@ -303,16 +357,52 @@ bool Connection_TCP::AwaitConnect() {
   }
 }
 
-bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent) {
-  const CloseResult result = CloseGracefully(socket.Get(), sent, aborted_);
-  if (result.error != 0 && (result.error != WSAETIMEDOUT || result.talking)) {
+ULONGLONG Connection_TCP::Delivery::Missing() const {
+  return AskMissing(socket.Get(), sent, counted).value_or(missing);
+}
+
+/// A printer that is out of paper takes the rest once it has some.
+void Connection_TCP::KeepDelivering(Delivery delivery) {
+  const OScopedLock lock(socketLock_);
+  deliveries_.erase(std::remove_if(deliveries_.begin(), deliveries_.end(),
+                                   [](const Delivery& earlier) { return earlier.Missing() == 0; }),
+                    deliveries_.end());
+  deliveries_.push_back(std::move(delivery));
+}
+
+ULONGLONG Connection_TCP::TakeUnconfirmedBytes() {
+  std::vector<Delivery> deliveries;
+  {
+    const OScopedLock lock(socketLock_);
+    deliveries.swap(deliveries_);
+  }
+  ULONGLONG missing = unconfirmed_.exchange(0);
+  for (const Delivery& delivery : deliveries) missing += delivery.Missing();
+  return missing;
+}
+
+bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent, bool brief) {
+  const CloseResult result = [&] {
+    const Ending ending(&ending_);
+    return CloseGracefully(socket.Get(), sent, brief, Stop());
+  }();
+  const bool timedOut = result.error == WSAETIMEDOUT;
+  const bool stopped = result.error == ERROR_OPERATION_ABORTED;
+  const bool printed = taken_ > 0;
+  if (result.error != 0 && !stopped && (!timedOut || result.talking)) {
     // What a reset finds unread at the printer is lost as well, acknowledged or not.
     CountAsLost();
   } else {
-    // The last ones that the connection took are those that are missing.
-    unconfirmed_ += std::min(taken_.exchange(0), result.unacknowledged.value_or(0));
+    // The last ones that the connection took are those that are missing. Where nobody tells, silence counts as done.
+    const ULONGLONG taken = taken_.exchange(0);
+    const ULONGLONG missing = std::min(taken, result.unacknowledged.value_or(stopped ? taken : 0));
+    if (timedOut && missing > 0) {
+      KeepDelivering({std::move(socket), sent, taken, missing});
+    } else {
+      unconfirmed_ += missing;
+    }
   }
-  if (result.error == WSAETIMEDOUT) Port().Warn(SilenceWarning(result, sent));
+  if (timedOut && printed && result.unacknowledged != ULONGLONG{0}) Port().Warn(SilenceWarning(result, sent));
   WSASetLastError(result.error);
   return result.error == 0;
 }
@@ -339,7 +429,7 @@ Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, 
   const int result = send(socket_.Get(), data, length, 0);
   if (result >= 0) {
     *sent = result;
-    taken_ += static_cast<ULONGLONG>(result);
+    if (CountsAsPrintData()) taken_ += static_cast<ULONGLONG>(result);
     sent_ += static_cast<ULONGLONG>(result);
     return Transfer::kDone;
   }

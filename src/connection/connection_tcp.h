@@ -3,9 +3,11 @@
 #include <winsock2.h>
 
 #include <atomic>
+#include <vector>
 
 #include "connection/connection.h"
 #include "connection/delayed_close.h"
+#include "connection/graceful_close.h"
 #include "connection/host_look_up.h"
 #include "connection/port_discovery.h"
 #include "connection/socket_library.h"
@@ -36,9 +38,12 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool Reopen() override { return OpenChannel(statusChannel_); }
 
   /// Ends the connection in order, now or later: the printer gets everything that was written, and what it still sends
-  /// is dropped. False when the printer broke the connection off, and, with WSAETIMEDOUT, when CloseGracefully gave the
-  /// wait up; a warning then says how much the printer has not acknowledged, and that much counts as unconfirmed. The
-  /// system goes on delivering, as long as the printer sends nothing more.
+  /// is dropped. Later only when it has acknowledged everything, for which it is waited as long as for its end.
+  ///
+  /// False when the printer broke the connection off, with WSAETIMEDOUT when CloseGracefully gave the wait up, and with
+  /// ERROR_OPERATION_ABORTED when the wait was ended because the port is being closed or the job is being deleted. The
+  /// print data that the printer has not acknowledged count as unconfirmed; a warning tells of them when the wait was
+  /// given up. The system goes on delivering, as long as the printer sends nothing more.
   bool Close() override;
   void Abort() override;
 
@@ -55,14 +60,15 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool Read(void* buffer, DWORD size, DWORD* read) override;
 
   /// Answers STATUS_DISCONNECTED only, from the connection when it stands and otherwise from a ping, which is sent at
-  /// most every 2000 ms and may take 5000. Some networks answer no pings: then a connect decides. An aborted connection
-  /// is disconnected for good, with the last error as above.
+  /// most every 2000 ms and may take 5000. Some networks answer no pings: then a connect decides, which stays open only
+  /// for a document. An aborted connection is disconnected for good, with the last error as above.
   DWORD GetStatus(DWORD mask) override;
 
   bool RefreshAddress(bool statusChannel) override;
   bool IsNetwork() const override { return true; }
   void BeginCount() override;
-  ULONGLONG TakeUnconfirmedBytes() override { return unconfirmed_.exchange(0); }
+  ULONGLONG TakeUnconfirmedBytes() override;
+  bool IsEnding() const override { return ending_; }
 
   /// As read by the last RefreshAddress. Any thread.
   OString HostName() const;
@@ -73,6 +79,16 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
 
  private:
   enum class Transfer { kDone, kWouldBlock, kFailed };
+
+  /// A connection that was ended while the printer took nothing for a while. The system goes on delivering.
+  struct Delivery {
+    unique_socket socket;
+    ULONGLONG sent;     // all that the socket took
+    ULONGLONG counted;  // of which print data of the document
+    ULONGLONG missing;  // as far as it was known at the end
+
+    ULONGLONG Missing() const;
+  };
 
   /// Where a channel is, as the registry says now.
   struct Target {
@@ -85,13 +101,19 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   Target FindTarget(bool statusChannel);
   IN_ADDR FindHost();
   bool CloseNow() override;
+  bool HasEverything();
+  bool CanConnect();
+  /// Has a connection that waits for its close stay open for the document that uses it.
+  void KeepForDocument();
+  CloseStop Stop();
   DWORD ClosePeriod() override;
   bool ConnectSocket(const SOCKADDR_IN& address);
   bool ConnectOnce(const SOCKADDR_IN& address);
   bool AwaitConnect();
-  /// `sent` is all that the socket took since it was connected.
-  bool GracefulClose(unique_socket socket, ULONGLONG sent);
+  /// `sent` is all that the socket took since it was connected; `brief` as in CloseGracefully.
+  bool GracefulClose(unique_socket socket, ULONGLONG sent, bool brief);
   void CountAsLost();
+  void KeepDelivering(Delivery delivery);
   bool PeerHasClosed();
   bool FailAborted();
   /// Closes after `error` of the socket, which is the last error afterwards.
@@ -118,12 +140,15 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   PortAddress registered_;  // with the port number of the channel that was asked for; under the address lock
   HostLookUp lookUp_;       // under the address lock
 
-  ULONGLONG sent_ = 0;  // bytes that the socket took since it was connected; under the socket lock
+  ULONGLONG sent_ = 0;         // bytes that the socket took since it was connected; under the socket lock
+  bool carriesNoJob_ = false;  // the socket is of the status channel, or only looks for the printer; likewise
 
-  // Of the document in progress: bytes that the connection has taken since it stands, and those that earlier ones had
-  // taken when they were lost.
+  // Print data of the document in progress, or of the last one: bytes that the connection has taken since it stands,
+  // and those that earlier ones had taken when they were lost.
   std::atomic<ULONGLONG> taken_ = 0;
   std::atomic<ULONGLONG> unconfirmed_ = 0;
+  std::vector<Delivery> deliveries_;  // under the socket lock
+  std::atomic<bool> ending_ = false;
 
   OCriticalSection pingLock_;
   bool pinged_ = false;  // under pingLock_, as are the next two

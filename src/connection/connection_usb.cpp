@@ -49,7 +49,7 @@ DWORD Connection_USB::GetStatus(DWORD mask) {
 }
 
 bool Connection_USB::IsDisconnected() const {
-  OString name = Port().PrinterName();
+  OString name = Port().JobPrinter();
   PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
   HANDLE handle = nullptr;
   if (!OpenPrinterW(const_cast<LPWSTR>(name.Wide()), &handle, &defaults)) return GetLastError() != ERROR_ACCESS_DENIED;

@@ -28,6 +28,11 @@ bool DelayedClose::Start(FaultReport* report) {
   return thread_.Start([](void* self) { static_cast<DelayedClose*>(self)->Run(); }, this);
 }
 
+bool DelayedClose::IsWaiting() {
+  const OScopedLock lock(lock_);
+  return thread_.IsRunning();
+}
+
 void DelayedClose::Cancel() {
   const OScopedLock lock(lock_);
   RequestCancel();

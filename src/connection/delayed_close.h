@@ -33,6 +33,8 @@ class DelayedClose {
 
   /// Begins the wait, unless one is under way. False when there is no thread to be had.
   bool Start(FaultReport* report);
+  /// A wait is under way, or the close that ended it.
+  bool IsWaiting();
   /// Ends the wait and leaves the target open. A close that has begun is waited for.
   void Cancel();
   /// Ends the wait and leaves the target open, without waiting for the thread.

@@ -10,9 +10,11 @@ namespace portwise {
 namespace {
 
 constexpr DWORD kSilence = 5000;            // ms without a sign of the peer
+constexpr DWORD kBriefSilence = 200;        // ms, where nothing can be lost any more
 constexpr DWORD kLongestTalk = 60000;       // ms, for a peer that talks on and takes nothing
 constexpr DWORD kLongestDelivery = 600000;  // ms, for one that takes a little now and then
 constexpr DWORD kSlice = 100;               // ms until the wait looks at the abort and at what was acknowledged
+constexpr DWORD kAskPause = 1000;           // ms between questions whether the wait is to stop
 constexpr LONG kEvents = FD_READ | FD_CLOSE;
 
 /// Drops what has arrived. False on an error other than that there is nothing.
@@ -28,34 +30,35 @@ int ErrorOf(SOCKET socket) {
                                                                                                : WSAGetLastError();
 }
 
-struct Acknowledged {
-  ULONGLONG bytes;
-  bool all;   // and the end of the sending side
-  bool over;  // there is no connection any more
-};
+/// Whether a wait is to stop.
+class StopWatch {
+ public:
+  explicit StopWatch(const CloseStop& stop) : stop_(stop), askedAt_(GetTickCount()) {}
 
-/// Nothing where the system does not tell.
-std::optional<Acknowledged> AskAcknowledged(SOCKET socket) {
-  DWORD version = 0;
-  DWORD size = 0;
-  TCP_INFO_v0 info = {};
-  if (WSAIoctl(socket, SIO_TCP_INFO, &version, sizeof version, &info, sizeof info, &size, nullptr, nullptr) != 0) {
-    return std::nullopt;
+  bool MustStop() {
+    if (stop_.abort) return true;
+    const DWORD now = GetTickCount();
+    if (now - askedAt_ < kAskPause) return false;
+    askedAt_ = now;
+    return stop_.isAsked();
   }
-  return Acknowledged{info.BytesOut - info.BytesRetrans - info.BytesInFlight,
-                      info.State == TCPSTATE_FIN_WAIT_2 || info.State == TCPSTATE_TIME_WAIT,
-                      info.State == TCPSTATE_CLOSED};
-}
+
+ private:
+  const CloseStop& stop_;
+  DWORD askedAt_;  // tick count
+};
 
 class Closing {
  public:
-  Closing(SOCKET socket, ULONGLONG sent) : socket_(socket), sent_(sent) {}
+  Closing(SOCKET socket, ULONGLONG sent, bool brief) : socket_(socket), sent_(sent), brief_(brief) {}
 
-  CloseResult Run(const std::atomic<bool>& abort) {
+  CloseResult Run(const CloseStop& stop) {
+    StopWatch watch(stop);
     begin_ = lastWord_ = lastProgress_ = GetTickCount();
     const bool begun = event_ && WSAEventSelect(socket_, event_.Get(), kEvents) == 0 && shutdown(socket_, SD_SEND) == 0;
-    bool goesOn = begun || Fail(WSAGetLastError());
-    while (goesOn) goesOn = abort ? Fail(ERROR_OPERATION_ABORTED) : TakeEvents() && LookAtAcknowledged() && HasTime();
+    bool goesOn = begun || FailToBegin(WSAGetLastError());
+    while (goesOn)
+      goesOn = watch.MustStop() ? Fail(ERROR_OPERATION_ABORTED) : TakeEvents() && LookAtAcknowledged() && HasTime();
     return result_;
   }
 
@@ -65,6 +68,12 @@ class Closing {
   bool Fail(int error) {
     result_.error = error;
     return false;
+  }
+
+  /// That a connection is gone says less than why.
+  bool FailToBegin(int error) {
+    const int reason = ErrorOf(socket_);
+    return Fail(reason != 0 ? reason : error);
   }
 
   bool TakeEvents() {
@@ -103,14 +112,16 @@ class Closing {
 
   bool HasTime() {
     const DWORD now = GetTickCount();
-    const bool silent = now - lastWord_ >= kSilence && now - lastProgress_ >= kSilence;
+    const DWORD silence = brief_ && result_.unacknowledged == ULONGLONG{0} ? kBriefSilence : kSilence;
+    const bool silent = now - lastWord_ >= silence && now - lastProgress_ >= silence;
     if (!silent && now - lastProgress_ < kLongestTalk && now - begin_ < kLongestDelivery) return true;
-    result_.talking = !closed_ && now - lastWord_ < kSilence;
+    result_.talking = !closed_ && now - lastWord_ < silence;
     return Fail(WSAETIMEDOUT);
   }
 
   const SOCKET socket_;
   const ULONGLONG sent_;
+  const bool brief_;
   const unique_socket_event event_{WSACreateEvent()};
   CloseResult result_;
   bool closed_ = false;  // by the peer, in order
@@ -123,8 +134,49 @@ class Closing {
 
 }  // namespace
 
-CloseResult CloseGracefully(SOCKET socket, ULONGLONG sent, const std::atomic<bool>& abort) {
-  return Closing(socket, sent).Run(abort);
+std::optional<Acknowledged> AskAcknowledged(SOCKET socket) {
+  DWORD version = 0;
+  DWORD size = 0;
+  TCP_INFO_v0 info = {};
+  if (WSAIoctl(socket, SIO_TCP_INFO, &version, sizeof version, &info, sizeof info, &size, nullptr, nullptr) != 0) {
+    return std::nullopt;
+  }
+  return Acknowledged{info.BytesOut - info.BytesRetrans - info.BytesInFlight,
+                      info.State == TCPSTATE_FIN_WAIT_2 || info.State == TCPSTATE_TIME_WAIT,
+                      info.State == TCPSTATE_CLOSED};
+}
+
+bool AwaitAcknowledged(const std::function<bool(std::optional<Acknowledged>*)>& ask, ULONGLONG sent,
+                       const CloseStop& stop) {
+  StopWatch watch(stop);
+  const DWORD begin = GetTickCount();
+  DWORD lastProgress = begin;
+  ULONGLONG acknowledged = 0;
+  // Most printers acknowledge within a few milliseconds, and the next job waits.
+  for (DWORD pause = 1;; pause = std::min(2 * pause, kSlice)) {
+    std::optional<Acknowledged> now;
+    if (!ask(&now)) return false;
+    if (!now) return true;
+    if (now->over) return false;
+    if (now->bytes >= sent) return true;
+    const DWORD tick = GetTickCount();
+    if (now->bytes > acknowledged) lastProgress = tick;
+    acknowledged = now->bytes;
+    if (watch.MustStop() || tick - lastProgress >= kSilence || tick - begin >= kLongestDelivery) return false;
+    Sleep(pause);
+  }
+}
+
+std::optional<ULONGLONG> AskMissing(SOCKET socket, ULONGLONG sent, ULONGLONG counted) {
+  const std::optional<Acknowledged> now = AskAcknowledged(socket);
+  if (!now) return std::nullopt;
+  const ULONGLONG missing = now->all ? 0 : sent - std::min(sent, now->bytes);
+  const bool broken = ErrorOf(socket) != 0 || (now->over && missing > 0);
+  return broken ? counted : std::min(counted, missing);
+}
+
+CloseResult CloseGracefully(SOCKET socket, ULONGLONG sent, bool brief, const CloseStop& stop) {
+  return Closing(socket, sent, brief).Run(stop);
 }
 
 }  // namespace portwise

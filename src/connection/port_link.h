@@ -30,7 +30,8 @@ class PortLink {
   virtual ~PortLink() = default;
   /// The name with which the spooler opened the port.
   virtual OString PortName() const = 0;
-  virtual OString PrinterName() const = 0;
+  /// The printer of the job in progress, between jobs the one that the port prints to: a port may have several.
+  virtual OString JobPrinter() const = 0;
   /// The handle that the port monitor's OpenPort returned; null when there is none.
   virtual HANDLE PortHandle() const = 0;
   virtual const PortMonitorFunctions& PortFunctions() const = 0;
@@ -43,6 +44,10 @@ class PortLink {
   virtual FaultReport* Faults() = 0;
   /// The port is being closed: whatever waits for the printer is to end.
   virtual bool IsClosing() { return false; }
+  /// The spooler is deleting the job in progress, or has deleted it. Asks the spooler.
+  virtual bool JobIsDeleted() const { return false; }
+  /// A document is open, whose end will close the connection.
+  virtual bool HasDocument() const { return true; }
   /// Tells the people who look after the printer.
   virtual void Warn(const OString& text) = 0;
 };

@@ -23,6 +23,11 @@ void JobLogger::Reload() {
   }
 }
 
+void JobLogger::SetPrinterName(const OString& printer) {
+  const OScopedLock lock(lock_);
+  values_.printerName = printer;
+}
+
 void JobLogger::AddBytes(DWORD count) {
   const OScopedLock lock(lock_);
   values_.AddBytes(count);

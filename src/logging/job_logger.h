@@ -15,6 +15,8 @@ class JobLogger {
  public:
   /// A job begins. `recordFile` is where its print data is recorded; empty for nowhere.
   void JobStart(const OString& printer, const OString& port, DWORD job, const OString& recordFile);
+  /// The printer that events between jobs are of.
+  void SetPrinterName(const OString& printer);
   /// Bytes went to the printer.
   void AddBytes(DWORD count);
   /// Pages were announced.

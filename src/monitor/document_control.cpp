@@ -21,7 +21,8 @@ bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
       port_.Warn("The connection was lost after the last job. It is not known whether the printer has its last " +
                  OString::FromUnsigned(lost) + " bytes.");
     }
-    connection.BeginCount();
+    // Between jobs the connection may be the one that has the last job's bytes.
+    if (job != 0) connection.BeginCount();
   }
   ++depth_;
   return true;
@@ -46,10 +47,7 @@ bool DocumentControl::End(bool job) {
   if (depth_ > 0) return true;
   Connection& connection = port_.PrinterConnection();
   if (connection.IsNetwork()) connection.SetKeepOpen(port_.Monitoring().IsOn() && MoreJobsWait(job));
-  const bool ended = connection.EndDoc() || connection.IsNetwork();
-  // Of what was said between jobs nobody asks whether it arrived.
-  if (!job) connection.TakeUnconfirmedBytes();
-  return ended;
+  return connection.EndDoc() || connection.IsNetwork();
 }
 
 /// Beside the job itself, which still counts.

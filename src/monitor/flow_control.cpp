@@ -30,6 +30,7 @@ bool FlowControl::Admits(size_t length, WriteOutcome* outcome) {
     outcome->timedOut = true;
     return false;
   }
+  if (!Applies()) return true;
   if (port_.Monitor().CurrentStatus().IsError()) {
     outcome->printerError = true;
     return false;
@@ -40,7 +41,8 @@ bool FlowControl::Admits(size_t length, WriteOutcome* outcome) {
 }
 
 bool FlowControl::Applies() {
-  return port_.Monitoring().IsOn() && port_.Pages().IsTracking() && port_.Plugin().SupportsBufferSpace();
+  return port_.Monitoring().IsOn() && port_.Pages().IsTracking() && port_.Plugin().SupportsBufferSpace() &&
+         !port_.Monitoring().IsDisabled();
 }
 
 bool FlowControl::Reserve(size_t length) {

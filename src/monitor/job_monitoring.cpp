@@ -12,12 +12,9 @@ constexpr DWORD kMonitoringDisabled = 0x10000000;
 
 bool JobMonitoring::IsOn() const { return port_.Settings().Values().IsStatusMonitoringEnabled(); }
 
-void JobMonitoring::SwitchOff() const {
-  DriverSettings& settings = port_.Settings().OverrideForJob();
-  settings.DisableStatusMonitoring();
-  settings.SetVerifyJobComplete(false);
-  settings.SetVerifyPageComplete(false);
-}
+bool JobMonitoring::IsDisabled() const { return port_.Monitor().CurrentStatus().Primary() == kMonitoringDisabled; }
+
+void JobMonitoring::SwitchOff() const { port_.Settings().OverrideForJob().ApplyBidirectional(false); }
 
 bool JobMonitoring::VerifiesPages() const {
   return port_.Settings().Values().GetVerifyPageComplete() &&
@@ -32,7 +29,16 @@ bool JobMonitoring::VerifiesJob() const {
 bool JobMonitoring::RequestStatus(bool keepPolling) const {
   const OScopedLock lock(requestLock_);
   port_.Monitor().AllowPolling(true);
-  const bool answered = !IsOn() || port_.Events().RequestStatus(port_.ResponseTimeout());
+  bool answered = !IsOn() || port_.Events().RequestStatus(port_.ResponseTimeout());
+  // A printer that still takes what it was sent cannot be asked, and has not failed.
+  while (!answered && IsOn() && port_.PrinterConnection().IsEnding()) {
+    answered = port_.Events().RequestStatus(port_.ResponseTimeout());
+  }
+  // Not before: what the thread knows without being asked may be of the printer before.
+  if (IsOn() && IsDisabled()) {
+    SwitchOff();
+    answered = true;
+  }
   // Between jobs the printer may always be asked.
   if (!keepPolling && port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(false);
   return answered;
@@ -60,6 +66,29 @@ bool JobMonitoring::IsPageComplete(bool* failed) const {
 void JobMonitoring::ReportWriteFailure() const {
   port_.Monitor().SetStatusOffline();
   SetLastError(ERROR_IO_DEVICE);
+}
+
+void JobMonitoring::BeginJob() {
+  const OScopedLock lock(outputLock_);
+  settledBytes_ = doubtfulBytes_ = 0;
+}
+
+void JobMonitoring::NoteReady() {
+  const OScopedLock lock(outputLock_);
+  settledBytes_ = port_.Path().SentBytes();
+}
+
+void JobMonitoring::NoteSilence() {
+  if (!IsOn()) return;
+  const OScopedLock lock(outputLock_);
+  const ULONGLONG sent = port_.Path().SentBytes();
+  doubtfulBytes_ += sent - settledBytes_;
+  settledBytes_ = sent;
+}
+
+ULONGLONG JobMonitoring::DoubtfulBytes() const {
+  const OScopedLock lock(outputLock_);
+  return doubtfulBytes_;
 }
 
 }  // namespace portwise

@@ -16,14 +16,17 @@ class JobMonitoring {
   explicit JobMonitoring(PortContext& port) : port_(port) {}
 
   bool IsOn() const;
+  /// The printer was found not to be one that may be asked, whatever the settings say.
+  bool IsDisabled() const;
   /// For the rest of the job.
   void SwitchOff() const;
   bool VerifiesPages() const;
   bool VerifiesJob() const;
 
   /// Lets the status monitor ask the printer, and waits for what it finds; false when the response timeout passes
-  /// first. True at once while monitoring is off. `keepPolling` leaves the status monitor the printer afterwards. Never
-  /// under the documents' lock, which the status thread needs.
+  /// first. True at once while monitoring is off. When the printer may no longer be asked, monitoring ends for this
+  /// job. `keepPolling` leaves the status monitor the printer afterwards. Never under the documents' lock, which the
+  /// status thread needs.
   bool RequestStatus(bool keepPolling = false) const;
 
   /// Tells the spooler the status that was found last. The thread's last error is then the status's.
@@ -37,9 +40,22 @@ class JobMonitoring {
   /// The printer takes nothing any more: it is offline, and the last error is ERROR_IO_DEVICE.
   void ReportWriteFailure() const;
 
+  /// A job begins, monitored or not. Before its first byte.
+  void BeginJob();
+  /// The printer has said that it is ready: with all that it was sent, it is done.
+  void NoteReady();
+  /// Nothing is heard of the printer, which may have been switched off with what it had not printed yet. Nothing that
+  /// it says later tells whether it was, so its output stays in doubt.
+  void NoteSilence();
+  /// Bytes of the job of which nobody knows whether the printer has printed them.
+  ULONGLONG DoubtfulBytes() const;
+
  private:
   PortContext& port_;
   mutable OCriticalSection requestLock_;  // one request at a time: a request's packet may ask beside the job
+  mutable OCriticalSection outputLock_;   // for the next two
+  ULONGLONG settledBytes_ = 0;            // of the job's first bytes: nothing more can become of them
+  ULONGLONG doubtfulBytes_ = 0;
 };
 
 }  // namespace portwise

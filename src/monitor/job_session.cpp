@@ -2,6 +2,7 @@
 
 #include <winspool.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 
@@ -38,6 +39,7 @@ void JobSession::Begin(const OString& document) {
   port_.Diagnostics().Reload();
   BeginRecords(document);
   port_.Path().BeginJob();
+  port_.Monitoring().BeginJob();
   port_.Monitor().ResetQueries();
   BeginMonitoring();
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
@@ -109,14 +111,19 @@ void JobSession::End() {
   bool ended = false;
   attempt([&] { ended = port_.Documents().End(true); });
   attempt([&] {
-    if (last) unconfirmed = port_.PrinterConnection().TakeUnconfirmedBytes();
+    const ULONGLONG doubtful = port_.Monitoring().DoubtfulBytes();
+    if (last) unconfirmed = std::max(port_.PrinterConnection().TakeUnconfirmedBytes(), doubtful);
   });
   bool deleted = false;
   attempt([&] { deleted = port_.JobIsDeleted(); });
   const bool whole = delivered && ended && unconfirmed == 0 && !failure;
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   port_.Settings().ReleaseJob();
-  if (last) attempt([&] { Leave(delivered, unconfirmed, deleted); });
+  // A failure is reported by itself.
+  const bool leaves = delivered && ended;
+  if (last && (leaves || deleted || unconfirmed > 0 || !failure)) {
+    attempt([&] { Leave(leaves, unconfirmed, deleted); });
+  }
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();
 }

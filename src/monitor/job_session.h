@@ -20,8 +20,9 @@ class JobSession {
   bool Start(DWORD job, DWORD level, BYTE* info);
 
   /// Ends the job and then its document, and tells the spooler that the job has left: unless some of it is
-  /// undelivered, or a connection was lost that had taken bytes of it. Such a job stays in the queue, where people see
-  /// it: to print it again may double labels, to forget it may lose some.
+  /// undelivered, a connection was lost that had taken bytes of it, or the printer was when it had not printed them.
+  /// Such a job stays in the queue, where people see it: to print it again may double labels, to forget it may lose
+  /// some.
   void End();
 
  private:

@@ -11,11 +11,12 @@
 namespace portwise {
 
 void PageTracker::BeginJob() {
-  const OString printer = port_.JobPrinter();
-  // Totals that cannot be read are kept, but never another printer's.
-  if (printer != odometerOf_) odometer_ = std::make_unique<Odometer>();
-  odometerOf_ = printer;
-  odometer_->Load(OpenForChanges(printer).Get());
+  {
+    const OString printer = port_.JobPrinter();
+    const unique_printer handle = OpenForChanges(printer);
+    const OScopedLock lock(odometerLock_);
+    LoadOdometer(printer, handle.Get());
+  }
   const OScopedLock lock(lock_);
   tracking_ = false;
   blockOpen_ = false;
@@ -58,8 +59,20 @@ void PageTracker::CloseBlock() {
 }
 
 void PageTracker::CountDistance(DWORD pages, DWORD pitch) {
+  const OString printer = port_.JobPrinter();
+  const unique_printer handle = OpenForChanges(printer);
+  const OScopedLock lock(odometerLock_);
+  // A request may print between jobs, and on a printer that no job has used.
+  if (port_.JobId() == 0 || odometerOf_ != printer) LoadOdometer(printer, handle.Get());
   odometer_->Add(pages, pitch);
-  odometer_->Save(OpenForChanges(port_.JobPrinter()).Get());
+  odometer_->Save(handle.Get());
+}
+
+/// Totals that cannot be read are kept, but never another printer's.
+void PageTracker::LoadOdometer(const OString& printer, HANDLE handle) {
+  if (odometerOf_ != printer) odometer_ = std::make_unique<Odometer>();
+  odometerOf_ = printer;
+  odometer_->Load(handle);
 }
 
 void PageTracker::FinishPending(bool verified) {

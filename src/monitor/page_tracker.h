@@ -35,8 +35,10 @@ class PageTracker {
 
  private:
   void CountDistance(DWORD pages, DWORD pitch);
+  void LoadOdometer(const OString& printer, HANDLE handle);
 
   PortContext& port_;
+  OCriticalSection odometerLock_;  // for the next two
   std::unique_ptr<Odometer> odometer_ = std::make_unique<Odometer>();
   OString odometerOf_;  // the printer whose totals these are
   mutable OCriticalSection lock_;

@@ -24,7 +24,7 @@ PortContext::PortContext(const OString& portName)
       plugin_(&plugins_.Monitor()),
       statusMonitor_(*this) {}
 
-PortContext::~PortContext() = default;
+PortContext::~PortContext() { closing_ = true; }
 
 bool PortContext::Open(HANDLE monitorPort, const MONITOR2& underlying) {
   functions_ = {underlying.pfnReadPort,
@@ -78,7 +78,14 @@ bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, 
     jobPrinter_ = printer;
   }
   diagnostics_.LogCall("lmStartDocPortW");
-  return session_.Start(job, level, info);
+  const bool started = session_.Start(job, level, info);
+  NameLogs();
+  return started;
+}
+
+void PortContext::EndDocument() {
+  session_.End();
+  NameLogs();
 }
 
 BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
@@ -101,7 +108,7 @@ BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWOR
 }
 
 bool PortContext::JobIsDeleted() const {
-  return (JobStatus(JobPrinter(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
+  return JobId() != 0 && (JobStatus(JobPrinter(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
 }
 
 void PortContext::ExecuteRequest(std::string_view request, TextBuffer& reply) {
@@ -122,9 +129,15 @@ void PortContext::SetPrinterName(const OString& printer) {
   OScopedLock lock(nameLock_);
   if (printerName_ == printer) return;
   printerName_ = printer;
-  eventLog_.SetPrinterName(printer);
-  settings_.ForgetPrinter();
+  NameLogs();
   plugins_.PrinterRenamed(printer);
+}
+
+void PortContext::NameLogs() {
+  const OScopedLock lock(nameLock_);
+  eventLog_.SetPrinterName(JobPrinter());
+  // A job's records stay those of its printer.
+  if (JobId() == 0) log_.SetPrinterName(printerName_);
 }
 
 std::unique_ptr<OExceptionHandler> PortContext::MakeGuard(const char* name) {
@@ -134,7 +147,7 @@ std::unique_ptr<OExceptionHandler> PortContext::MakeGuard(const char* name) {
 }
 
 bool PortContext::LoadPlugin() {
-  return plugins_.Monitor().Load(PrinterName(), portName_, *connection_) == PluginLoad::PrinterOpened;
+  return plugins_.Monitor().Load(JobPrinter(), portName_, *connection_) == PluginLoad::PrinterOpened;
 }
 
 /// A job keeps the plug-in that it began with.

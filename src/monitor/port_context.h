@@ -58,13 +58,14 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   bool StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info);
   BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
   bool Read(BYTE* buffer, DWORD size, DWORD* read);
-  void EndDocument() { session_.End(); }
+  void EndDocument();
   /// Passes a device request on to the monitor below; FALSE when the port is not open there.
   BOOL GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWORD inSize, LPWSTR out, DWORD outSize,
                      DWORD* returned);
 
   OString PortName() const override { return portName_; }
-  OString PrinterName() const override;
+  /// The printer that was named last, by a job or a request.
+  OString PrinterName() const;
   void SetPrinterName(const OString& printer);
   /// The printer of the job in progress, which may be another one that shares the port; between jobs the port's.
   OString JobPrinter() const override;
@@ -120,10 +121,13 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   bool LoadPlugin() override;
   void UnloadPlugin() override { plugins_.Monitor().Unload(); }
   void EnsureProtocolLoaded() override;
-  void RefreshPrinter() override { settings_.Refresh(PrinterName()); }
+  void RefreshPrinter() override { settings_.Refresh(JobPrinter()); }
   OCriticalSection& DocumentLock() override { return documents_.Lock(); }
   bool BeginStatusDocument() override;
+  bool HasDocument() const override { return documents_.Depth() > 0; }
   void EndStatusDocument() override { documents_.End(false); }
+  void NoteReady() override { monitoring_.NoteReady(); }
+  void NoteSilence() override { monitoring_.NoteSilence(); }
   void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
   bool IsFirstWritePending() override { return path_.IsFirstWritePending(); }
   bool IsJobOpen() override { return path_.IsJobOpen(); }
@@ -133,7 +137,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   DWORD RunSpecialOperation(const OString& reader, const OString& type, DWORD copies, std::string_view data);
 
   /// Whether the spooler is deleting the job in progress, or has deleted it.
-  bool JobIsDeleted() const;
+  bool JobIsDeleted() const override;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
   bool IsReady() const { return ready_; }
   /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
@@ -143,6 +147,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
  private:
   void ConnectTo();
   void ClosePort();
+  /// Gives the logs the printer that what they are told is about.
+  void NameLogs();
 
   HANDLE portHandle_ = nullptr;
   const OString portName_;
@@ -153,7 +159,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   DocumentControl documents_;
   PortFaultReport faults_{*this, &eventLog_};  // asks the documents for the job
   PortSettings settings_;
-  std::unique_ptr<Connection> connection_;
+  std::atomic<bool> closing_{false};
+  std::unique_ptr<Connection> connection_;  // its last close asks whether the port is being closed
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};
   StatusEvents events_;
@@ -174,7 +181,6 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   StatusMonitor statusMonitor_;  // its thread uses all of the above
   JobMonitor* monitor_ = &statusMonitor_;
   std::atomic<bool> ready_{false};
-  std::atomic<bool> closing_{false};
 };
 
 }  // namespace portwise

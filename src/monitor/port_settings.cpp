@@ -1,5 +1,7 @@
 #include "monitor/port_settings.h"
 
+#include "settings/printer_registry.h"
+
 namespace portwise {
 namespace {
 
@@ -25,22 +27,17 @@ void PortSettings::ReleaseJob() {
 
 void PortSettings::Read(const OString& printer) {
   const DWORD now = GetTickCount();
-  if (registry_ && !overridden_ && now - refreshedAt_ < kRefreshPause) return;
+  if (printer_ == printer && !overridden_ && now - refreshedAt_ < kRefreshPause) return;
+  values_.Init(PrinterRegistry(printer));
+  printer_ = printer;
   overridden_ = false;
-  registry_ = std::make_unique<PrinterRegistry>(printer);
   refreshedAt_ = now;
-  values_.Init(*registry_);
 }
 
 DriverSettings& PortSettings::OverrideForJob() {
   const OScopedLock lock(lock_);
   overridden_ = true;
   return values_;
-}
-
-void PortSettings::ForgetPrinter() {
-  const OScopedLock lock(lock_);
-  registry_.reset();
 }
 
 }  // namespace portwise

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 
+#include "core/ostring.h"
 #include "core/synchronizer.h"
 #include "settings/driver_settings.h"
-#include "settings/printer_registry.h"
 
 namespace portwise {
 
-/// The settings of the printer that a port prints to, and its registry. Any thread.
+/// The settings of the printer that a port prints to. Any thread.
 class PortSettings {
  public:
   DriverSettings& Values() { return values_; }
@@ -21,16 +21,14 @@ class PortSettings {
   /// The same for a job, which keeps them until it releases them.
   void RefreshForJob(const OString& printer);
   void ReleaseJob();
-  /// The port prints to another printer from now on: the next Refresh begins anew.
-  void ForgetPrinter();
 
  private:
   /// Under the lock.
   void Read(const OString& printer);
 
   OCriticalSection lock_;
-  std::unique_ptr<PrinterRegistry> registry_;  // under lock_, as are the next two
-  DWORD refreshedAt_ = 0;                      // tick count
+  std::optional<OString> printer_;  // whose settings these are; under lock_, as are the next
+  DWORD refreshedAt_ = 0;           // tick count
   bool overridden_ = false;
   bool ofJob_ = false;
   DriverSettings values_;

@@ -40,20 +40,21 @@ bool PrintPath::EndJob() {
   const DWORD start = GetTickCount();
   bool streamEnded = false;
   bool delivered = false;
+  bool sent = false;
   do {
     if (port_.JobIsDeleted()) {
       document_.FreePending();
       return false;
     }
-    delivered = DeliverPending();
+    delivered = DeliverPending(&sent);
     if (delivered && !streamEnded && !outcome_.failure) {
       document_.EndStream();
       streamEnded = true;
-      delivered = DeliverPending();
+      delivered = DeliverPending(&sent);
     }
   } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
-  if (delivered) port_.Pages().CloseBlock();
+  if (delivered && sent) port_.Pages().CloseBlock();
   return delivered;
 }
 
@@ -66,14 +67,14 @@ BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   *written = 0;
   outcome_ = WriteOutcome();
   size = std::min<DWORD>(size, INT_MAX);
-  const bool wasPending = document_.Pending() != nullptr;
-  if (!DeliverPending()) {
+  bool sent = false;
+  if (!DeliverPending(&sent)) {
     RethrowFailure();
     SetLastError(ERROR_IO_DEVICE);
     return FALSE;
   }
   // A block that was announced and has no data yet stays open.
-  if (wasPending) port_.Pages().CloseBlock();
+  if (sent) port_.Pages().CloseBlock();
   for (const auto wait : {&PrintPath::WaitForPages, &PrintPath::WaitForFirstWrite, &PrintPath::WaitForHealth}) {
     const Verdict verdict = (this->*wait)();
     if (verdict != Verdict::GoOn) return verdict == Verdict::ReturnTrue;
@@ -90,7 +91,8 @@ PrintPath::Verdict PrintPath::WaitForPages() {
     document_.SetContinue(false);
     return failed ? Verdict::ReturnFalse : Verdict::ReturnTrue;
   }
-  port_.Pages().FinishPending(verify);
+  // A status that stands for one that cannot be had any more verifies nothing.
+  port_.Pages().FinishPending(verify && port_.Monitoring().IsOn());
   document_.SetContinue(true);
   return Verdict::GoOn;
 }
@@ -135,11 +137,13 @@ BOOL PrintPath::Take(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* writt
 }
 
 PrintPath::Verdict PrintPath::Parse(const BYTE* buffer, DWORD size, DWORD skipped, DWORD* written) {
+  // When monitoring ends on the way, what the parser stopped at still comes again.
+  const bool monitored = port_.Monitoring().IsOn();
   int consumed = 0;
   const bool parsed = document_.Parse(reinterpret_cast<const char*>(buffer), static_cast<int>(size), &consumed);
   skipCount_ = 0;
   const auto taken = static_cast<DWORD>(consumed);
-  if (outcome_.failure || !port_.Monitoring().IsOn()) return JudgeUnmonitored(taken, skipped, written);
+  if (outcome_.failure || !monitored) return JudgeUnmonitored(taken, skipped, written);
   return JudgeMonitored(parsed, taken, size, skipped, written);
 }
 
@@ -240,11 +244,12 @@ void PrintPath::AccountForPages(XPML_Document& document) {
   if (!port_.Monitoring().VerifiesPages()) return;
   bool failed = false;
   const bool complete = port_.Monitoring().IsPageComplete(&failed);
-  if (complete) pages.FinishPending(true);
+  if (complete) pages.FinishPending(port_.Monitoring().IsOn());
   document.SetContinue(complete);
 }
 
 void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
+  if (bytes.empty()) return;
   if (&document == &document_) {
     takenOfText_ = 0;
     try {
@@ -267,6 +272,8 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
     WarnOfLostPacket(bytes.size());
     return;
   }
+  const bool ownDocument = port_.Documents().Depth() == 1;
+  if (ownDocument) port_.PrinterConnection().BeginCount();
   const size_t done = writer_.WriteAdmitted(bytes, &outcome);
   try {
     if (done > 0) port_.Monitor().Touch();
@@ -274,7 +281,17 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
   } catch (...) {
     outcome.failure = std::current_exception();
   }
-  port_.Documents().End(false);
+  const bool ended = port_.Documents().End(false);
+  // Within a job the job's end tells of it.
+  const ULONGLONG unconfirmed = ownDocument ? port_.PrinterConnection().TakeUnconfirmedBytes() : 0;
+  if (unconfirmed > 0) {
+    port_.Warn(
+        "The connection to the printer was lost, or left without an answer. It is not known whether the printer "
+        "has " +
+        OString::FromUnsigned(unconfirmed) + " of the bytes that a request had to print.");
+  } else if (!ended) {
+    port_.Warn("The end of what a request had to print could not be delivered to the printer.");
+  }
   if (done < bytes.size()) WarnOfLostPacket(bytes.size() - done);
   if (outcome.failure) std::rethrow_exception(outcome.failure);
 }
@@ -296,7 +313,8 @@ void PrintPath::WarnOfLostPacket(size_t lost) {
              " bytes that a request had to print.");
 }
 
-bool PrintPath::DeliverPending() {
+/// `*sent` tells that there was some and the printer has it; what is silenced is dropped.
+bool PrintPath::DeliverPending(bool* sent) {
   PendingOutput* pending = document_.Pending();
   if (!pending) return true;
   if (!silenced_) {
@@ -305,6 +323,7 @@ bool PrintPath::DeliverPending() {
     pending->offset += written;
     pending->length -= written;
     if (pending->length > 0) return false;
+    *sent = true;
   }
   document_.FreePending();
   return true;
@@ -314,6 +333,7 @@ bool PrintPath::DeliverPending() {
 size_t PrintPath::WriteBytes(std::string_view bytes) {
   const size_t done = writer_.Write(bytes, &outcome_);
   sent_ += done;
+  if (outcome_.unreachable) port_.Monitoring().NoteSilence();
   return done;
 }
 

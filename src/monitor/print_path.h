@@ -72,7 +72,7 @@ class PrintPath {
   void AccountForPages(XPML_Document& document);
   bool AwaitRoom(size_t size, WriteOutcome* outcome);
   void WarnOfLostPacket(size_t lost);
-  bool DeliverPending();
+  bool DeliverPending(bool* sent);
   size_t WriteBytes(std::string_view bytes);
   void RethrowFailure();
 

@@ -1,5 +1,7 @@
 #include "plugin/plugin_context.h"
 
+#include <algorithm>
+
 #include "core/exception_handler.h"
 
 namespace portwise {
@@ -59,8 +61,10 @@ PluginContext::PluginContext(const OString& printerName, const OString& portName
 
 void PluginContext::SetPrinterName(const OString& printerName) {
   OScopedLock lock(lock_);
-  names_.push_back(printerName);
-  Store(block_.printerName, names_.back().Wide());
+  // A plug-in may still read any name that it was given; printers that take turns give the same ones again and again.
+  auto name = std::find(names_.begin(), names_.end(), printerName);
+  if (name == names_.end()) name = names_.insert(name, printerName);
+  Store(block_.printerName, name->Wide());
 }
 
 void PluginContext::SetRequest(std::string_view bytes, const char* parameters) {

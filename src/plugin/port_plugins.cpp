@@ -10,48 +10,44 @@ constexpr DWORD kLook = 5;         // ms
 
 void PortPlugins::EnsureProtocolLoaded(const OString& printerName, const OString& portName, Connection& connection) {
   const DWORD start = GetTickCount();
-  DWORD renames = 0;
   Turn turn;
-  while ((turn = TakeTurn(&renames)) == Turn::kOthers && GetTickCount() - start < kPatience) Sleep(kLook);
+  while ((turn = TakeTurn(printerName)) == Turn::kOthers && GetTickCount() - start < kPatience) Sleep(kLook);
   if (turn != Turn::kMine) return;
   /// Also when the loading throws, which counts as an attempt.
   struct Ending {
-    ~Ending() { plugins->EndTurn(renames); }
+    ~Ending() { plugins->EndTurn(); }
     PortPlugins* plugins;
-    DWORD renames;
-  } ending{this, renames};
+  } ending{this};
   protocol_.Load(printerName, portName, connection);
 }
 
 void PortPlugins::PrinterRenamed(const OString& printerName) {
   monitor_.SetPrinterName(printerName);
   OScopedLock lock(lock_);
-  loadAttempted_ = false;
-  ++renames_;
+  tried_.reset();
 }
 
 void PortPlugins::Unload() {
   monitor_.Unload();
   protocol_.Unload();
   OScopedLock lock(lock_);
-  loadAttempted_ = false;
+  tried_.reset();
 }
 
-PortPlugins::Turn PortPlugins::TakeTurn(DWORD* renames) {
+PortPlugins::Turn PortPlugins::TakeTurn(const OString& printerName) {
   OScopedLock lock(lock_);
   const DWORD self = GetCurrentThreadId();
   if (loadingThread_ != 0) return loadingThread_ == self ? Turn::kDone : Turn::kOthers;
-  if (loadAttempted_) return Turn::kDone;
+  if (tried_ == printerName) return Turn::kDone;
+  // A name that comes while this one is loaded forgets it again.
+  tried_ = printerName;
   loadingThread_ = self;
-  *renames = renames_;
   return Turn::kMine;
 }
 
-void PortPlugins::EndTurn(DWORD renames) {
+void PortPlugins::EndTurn() {
   OScopedLock lock(lock_);
   loadingThread_ = 0;
-  // A name that came meanwhile has not been tried.
-  loadAttempted_ = renames == renames_;
 }
 
 }  // namespace portwise

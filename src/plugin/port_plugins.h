@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "plugin/monitor_interface_plugin.h"
 #include "plugin/protocol_plugin.h"
 
@@ -18,9 +20,9 @@ class PortPlugins {
   MonitorInterfacePlugin& Monitor() { return monitor_; }
   ProtocolPlugin& Protocol() { return protocol_; }
 
-  /// Loads the protocol plug-in unless that was tried since the printer got its name. While another thread does, it
-  /// waits until that is done, at most 5000 ms; the thread that does it, when the plug-in leads back here, does not
-  /// wait. The connection must stay until the plug-in is unloaded.
+  /// Loads the protocol plug-in unless this printer's was tried last, and since the printer got its name. While another
+  /// thread does, it waits until that is done, at most 5000 ms; the thread that does it, when the plug-in leads back
+  /// here, does not wait. The connection must stay until the plug-in is unloaded.
   void EnsureProtocolLoaded(const OString& printerName, const OString& portName, Connection& connection);
 
   /// The monitor interface learns the name; the protocol plug-in is loaded again when it is needed next.
@@ -32,16 +34,15 @@ class PortPlugins {
  private:
   enum class Turn { kMine, kDone, kOthers };
 
-  Turn TakeTurn(DWORD* renames);
-  void EndTurn(DWORD renames);
+  Turn TakeTurn(const OString& printerName);
+  void EndTurn();
 
   MonitorInterfacePlugin monitor_;
   ProtocolPlugin protocol_;
 
-  OCriticalSection lock_;  // the plug-in lock, for what follows; not held while anything is loaded
-  bool loadAttempted_ = false;
-  DWORD loadingThread_ = 0;  // 0 when nobody loads
-  DWORD renames_ = 0;
+  OCriticalSection lock_;         // the plug-in lock, for what follows; not held while anything is loaded
+  std::optional<OString> tried_;  // the printer whose plug-in was loaded last, or could not be; none since a rename
+  DWORD loadingThread_ = 0;       // 0 when nobody loads
 };
 
 }  // namespace portwise

@@ -82,6 +82,17 @@ void QueryEngine::RunRequests() {
   }
 }
 
+void QueryEngine::FailDue() {
+  {
+    const RequestRun run(requests_);
+    while (std::optional<QueryRequest> request = requests_.TakeDue()) {
+      request->status = RequestStatus::Failed;
+      requests_.Record(*request);
+    }
+  }
+  queue_.Abandon();
+}
+
 void QueryEngine::RunOneRequest(QueryRequest& request) {
   if (Ask(request)) {
     request.status = RequestStatus::Complete;

@@ -27,6 +27,8 @@ class QueryEngine {
   void RunRequests();
   /// Runs the current query of the queue, when a run is in progress.
   void RunQueryQueue();
+  /// The printer cannot be asked: the requests that are due fail, and a run of the queue ends without an answer.
+  void FailDue();
 
  private:
   void RunOneRequest(QueryRequest& request);

@@ -15,12 +15,16 @@ constexpr DWORD kBusyPause = 20;             // while print data has the connect
 constexpr DWORD kDemand = 10000;             // for which a client's look at the status lasts
 constexpr DWORD kOfflineResponseTimeout = 2000;
 
-/// The connection's use lock, if nobody has it, for a scope.
+/// The connection's use lock, if nobody has it, for a scope in which nothing is print data.
 class ConnectionTurn {
  public:
-  explicit ConnectionTurn(Connection& connection) : connection_(connection), taken_(connection.TryLock()) {}
+  explicit ConnectionTurn(Connection& connection) : connection_(connection), taken_(connection.TryLock()) {
+    if (taken_) connection_.CountAsPrintData(false);
+  }
   ~ConnectionTurn() {
-    if (taken_) connection_.Unlock();
+    if (!taken_) return;
+    connection_.CountAsPrintData(true);
+    connection_.Unlock();
   }
   ConnectionTurn(const ConnectionTurn&) = delete;
   ConnectionTurn& operator=(const ConnectionTurn&) = delete;
@@ -44,7 +48,7 @@ void StatusMonitor::WaitForEvents(DWORD milliseconds) {
 
 void StatusMonitor::RunCycle() {
   if (!FollowSettings()) {
-    WaitAwake(kWhileUnidirectional);
+    WaitForEvents(kWhileUnidirectional);
     return;
   }
   const bool pollDue = IsPollDue();
@@ -62,7 +66,7 @@ void StatusMonitor::RunCycle() {
 bool StatusMonitor::FollowSettings() {
   host_.RefreshPrinter();
   const LONG mode = host_.SettingValues().GetStatusMonitoringMode();
-  const bool bidirectional = PrinterInfo::IsBidirectional(host_.PrinterName());
+  const bool bidirectional = PrinterInfo::IsBidirectional(host_.JobPrinter());
   const bool switchedOff = bidirectional_ && !bidirectional;
   bidirectional_ = bidirectional;
   const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
@@ -70,6 +74,8 @@ bool StatusMonitor::FollowSettings() {
   if (switchedOff || left) SetStatusReady();
   if (!bidirectional) {
     queue_.Abandon();
+    statusRequested_ = false;
+    // Whoever asks learns at once that there is nothing to wait for.
     TellStatusWaiters();
   }
   return bidirectional;
@@ -139,13 +145,18 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   bool polled = false;
   // A change of the channel closes the print channel, which a job in its midst can do without.
   const bool polls = pollDue && pollingAllowed_;
-  if (ownChannel && !polls && !IsQuerying() && !requests_.AnyDue()) return;
+  if (ownChannel && !polls && !IsQuerying() && !requests_.AnyDue()) {
+    refusedAt_.reset();
+    return;
+  }
   // Print data must not find the status channel open, whatever happens here.
   try {
-    if (ownChannel) {
-      AskOverStatusChannel(polls, &polled);
-    } else {
+    if (ownChannel) connection.Close();
+    if (!ownChannel || connection.OpenStatus()) {
+      refusedAt_.reset();
       Exchange(pollDue, &polled);
+    } else {
+      TakeRefusal(polls);
     }
   } catch (...) {
     RestoreConnection(ownChannel, polled);
@@ -154,16 +165,18 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   RestoreConnection(ownChannel, polled);
 }
 
-void StatusMonitor::AskOverStatusChannel(bool pollDue, bool* polled) {
-  Connection& connection = host_.PrinterConnection();
-  connection.Close();
-  if (connection.OpenStatus()) {
-    Exchange(pollDue, polled);
-  } else if (IsQuerying() || requests_.AnyDue()) {
-    // Their writes open the status channel, the one that was asked for last, until their send timeout.
-    Exchange(false, polled);
-  } else if (pollDue && (poll_.IsKnownBidirectional() || !connection.Open())) {
-    SetStatusOffline();
+/// The printer takes no connection to its status channel. One that has answered there before is as good as silent, and
+/// what is to be asked of it waits no longer than for a printer that takes nothing.
+void StatusMonitor::TakeRefusal(bool polls) {
+  if (polls && (poll_.IsKnownBidirectional() || !host_.PrinterConnection().Open())) ConcludeOffline();
+  const DWORD now = GetTickCount();
+  if (!IsQuerying() && !requests_.AnyDue()) {
+    refusedAt_.reset();
+  } else if (!refusedAt_) {
+    refusedAt_ = now;
+  } else if (now - *refusedAt_ > SendTimeout()) {
+    refusedAt_.reset();
+    engine_.FailDue();
   }
 }
 
@@ -190,23 +203,33 @@ void StatusMonitor::RestoreConnection(bool ownChannel, bool polled) {
 bool StatusMonitor::PollStatus() {
   if (!pollingAllowed_) return false;
   if (host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0) {
-    SetStatusOffline();
+    ConcludeOffline();
     return true;
   }
   if (IsMonitoringJob() && !host_.IsFirstWritePending()) PaceDuringJob();
   lastPoll_ = GetTickCount();
   PrinterStatus status = status_;
-  switch (poll_.Ask(statusResponseTimeout_, status, [this](const PrinterStatus& found) { SetStatus(found); })) {
+  const auto publish = [this](const PrinterStatus& found) {
+    if (found.IsReady()) host_.NoteReady();
+    SetStatus(found);
+  };
+  switch (poll_.Ask(statusResponseTimeout_, status, publish)) {
     case StatusPoll::Result::Answered:
       TellStatusWaiters();
       break;
     case StatusPoll::Result::Offline:
-      SetStatusOffline();
+      ConcludeOffline();
       break;
     case StatusPoll::Result::Nothing:
       break;
   }
   return true;
+}
+
+/// Not the printer's own word.
+void StatusMonitor::ConcludeOffline() {
+  host_.NoteSilence();
+  SetStatusOffline();
 }
 
 /// One interval lies between two polls. A printer that has just been given print data gets it to look at the data, as

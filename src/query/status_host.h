@@ -22,7 +22,8 @@ class StatusHost {
  public:
   virtual ~StatusHost() = default;
 
-  virtual OString PrinterName() const = 0;
+  /// The printer of the job in progress, between jobs the one that the port prints to.
+  virtual OString JobPrinter() const = 0;
   virtual DriverSettings& SettingValues() = 0;
   virtual Connection& PrinterConnection() = 0;
   virtual StatusEvents& Events() = 0;
@@ -47,8 +48,13 @@ class StatusHost {
   /// Begins a document of the monitor's own at the connection. False when the connection refused.
   virtual bool BeginStatusDocument() = 0;
   virtual void EndStatusDocument() = 0;
+  /// One is open at the connection, of the monitor or of others; stays so under the document lock.
+  virtual bool HasDocument() const = 0;
 
   virtual void Publish(const PrinterStatus& status) = 0;
+  /// The printer has answered that it is ready, and does not answer or cannot be reached. The connection is held.
+  virtual void NoteReady() = 0;
+  virtual void NoteSilence() = 0;
   /// How much the printer has room for.
   virtual void TakeRoom(const PluginStatus& status) = 0;
   /// The job has not sent its first byte.

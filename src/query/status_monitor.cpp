@@ -133,8 +133,14 @@ void StatusMonitor::LoadPlugin(OExceptionHandler& guard) {
 void StatusMonitor::EndThread() {
   queue_.Abandon();
   if (!status_.IsReady()) SetStatusReady();
-  if (host_.PrinterConnection().IsTcp()) host_.PrinterConnection().Close();
+  CloseConnection();
   host_.UnloadPlugin();
+}
+
+/// Not under a job that has begun meanwhile, which closes the connection itself.
+void StatusMonitor::CloseConnection() {
+  const OScopedLock document(host_.DocumentLock());
+  if (host_.PrinterConnection().IsTcp() && !host_.HasDocument()) host_.PrinterConnection().Close();
 }
 
 }  // namespace portwise

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <optional>
 
 #include "core/handles.h"
 #include "core/synchronizer.h"
@@ -59,6 +60,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void ThreadProc();
   void LoadPlugin(OExceptionHandler& guard);
   void EndThread();
+  void CloseConnection();
 
   /// The steps of a cycle. The thread's alone, as what they work on.
   void RunCycle();
@@ -68,11 +70,12 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void WaitForTurn();
   bool UseConnection(bool pollDue);
   void AskPrinter(bool pollDue);
+  void TakeRefusal(bool polls);
   void Exchange(bool pollDue, bool* polled);
-  void AskOverStatusChannel(bool pollDue, bool* polled);
   void RestoreConnection(bool ownChannel, bool polled);
   /// False when the printer was not asked.
   bool PollStatus();
+  void ConcludeOffline();
   void PaceDuringJob();
   DWORD PollingInterval();
   /// Waits to be woken, or for an event of the port's, and remembers when a status was requested.
@@ -119,7 +122,8 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   LONG mode_ = 0;                 // of the cycle before
   bool statusRequested_ = false;  // and not looked for since
   DWORD statusResponseTimeout_ = 30000;
-  DWORD lastPoll_ = 0;  // tick count
+  DWORD lastPoll_ = 0;              // tick count
+  std::optional<DWORD> refusedAt_;  // tick count; the status channel is refused since, with something to ask
 };
 
 }  // namespace portwise

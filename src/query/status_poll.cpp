@@ -113,7 +113,7 @@ bool StatusPoll::TakeAnswers(std::string* received, PrinterStatus* status) {
 bool StatusPoll::IsDisconnected() { return host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0; }
 
 bool StatusPoll::IsKnownBidirectional() {
-  const OString printer = host_.PrinterName();
+  const OString printer = host_.JobPrinter();
   if (printer_ != printer) {
     const Setting& setting = FindSetting(SettingId::KnownBidirectional);
     known_ = PrinterRegistry(printer).GetBool(setting.path, setting.number != 0);
@@ -124,7 +124,8 @@ bool StatusPoll::IsKnownBidirectional() {
 
 void StatusPoll::LearnBidirectional() {
   if (IsKnownBidirectional()) return;
-  PrinterRegistry(host_.PrinterName()).SetBool(FindSetting(SettingId::KnownBidirectional).path, true);
+  // Of the printer that was looked up: the port may have another one by now.
+  PrinterRegistry(printer_).SetBool(FindSetting(SettingId::KnownBidirectional).path, true);
   known_ = true;
 }
 

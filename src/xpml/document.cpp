@@ -181,12 +181,12 @@ void XPML_Document::PopElement() {
   if (!elements_.IsEmpty()) return;
   TextBuffer& content = elements_.Content();
   KeepRun();
-  if (topText_.IsEmpty()) {
-    topText_.Swap(content);
-  } else {
+  if (!topText_.IsEmpty()) {
     AppendTo(topText_, content.View());
+    content.Clear();
+  } else if (!topText_.Take(content)) {
+    throw std::bad_alloc();
   }
-  content.Clear();
 }
 
 }  // namespace portwise

@@ -31,11 +31,18 @@ void TextBuffer::Free() {
   base_ = length_ = capacity_ = 0;
 }
 
-void TextBuffer::Swap(TextBuffer& other) noexcept {
-  std::swap(base_, other.base_);
-  std::swap(length_, other.length_);
-  std::swap(data_, other.data_);
-  std::swap(capacity_, other.capacity_);
+bool TextBuffer::Take(TextBuffer& from) {
+  Clear();
+  // The memory can change hands only where nothing but the content lies in it.
+  if (base_ == 0 && from.base_ == 0 && from.Length() <= limit_) {
+    std::swap(length_, from.length_);
+    std::swap(data_, from.data_);
+    std::swap(capacity_, from.capacity_);
+    return true;
+  }
+  if (!Append(from.View())) return false;
+  from.Clear();
+  return true;
 }
 
 }  // namespace portwise

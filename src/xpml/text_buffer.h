@@ -51,8 +51,9 @@ class TextBuffer {
   }
   /// Empties the content and gives the memory back.
   void Free();
-  /// Exchanges contents; the limits stay, and both contents must be within either.
-  void Swap(TextBuffer& other) noexcept;
+  /// Replaces the content by that of another buffer, which is empty then. When it returns false only that other one
+  /// is as it was.
+  bool Take(TextBuffer& from);
 
  protected:
   size_t base_ = 0;  ///< where the content starts; what lies before belongs to whoever moved it

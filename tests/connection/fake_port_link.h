@@ -17,7 +17,7 @@ class FakePortLink : public PortLink {
   explicit FakePortLink(const OString& name) : name_(name) {}
 
   OString PortName() const override { return name_; }
-  OString PrinterName() const override { return "Labels"; }
+  OString JobPrinter() const override { return "Labels"; }
   HANDLE PortHandle() const override { return handle; }
   const PortMonitorFunctions& PortFunctions() const override { return functions; }
   void ExecuteRequest(std::string_view request, TextBuffer& reply) override {
@@ -28,11 +28,12 @@ class FakePortLink : public PortLink {
   DWORD ResponseTimeout() override { return 7000; }
   FaultReport* Faults() override { return nullptr; }
   bool IsClosing() override { return closing; }
+  bool JobIsDeleted() const override { return deleted; }
   void Warn(const OString& text) override { warnings.push_back(text.Narrow()); }
 
   HANDLE handle = nullptr;
   PortMonitorFunctions functions;
-  std::atomic<bool> closing = false;
+  std::atomic<bool> closing = false, deleted = false;
   std::vector<std::string> warnings;
 
  private:

@@ -64,21 +64,24 @@ TEST(ZlibBlock, BelievesOnlyWhatTheStreamProves) {
   std::string bytes;
   ASSERT_TRUE(DecodeZlibBlock(block(stream, 30, 17), 30, &bytes));
   EXPECT_EQ(bytes, "label label label label label ");
-  const auto refused = [](const std::string& data, size_t capacity) {
-    std::string kept = "kept";
-    return !DecodeZlibBlock(std::string(data), capacity, &kept) && kept == "kept";
+  const std::pair<std::string, size_t> bad[] = {
+      {block(stream, 30, 17), 29},   // no room
+      {block(stream, 30, 18), 100},  // one byte missing
+      {block(stream, 30, 16), 100},  // one byte too many
+      {block(stream, 29, 17), 100},  // gives more than it says
+      {block(stream, 31, 17), 100},  // gives less than it says
+      {block(stream, 0, 17), 100},
+      {block(stream, 0xFFFFFFFF, 17), SIZE_MAX},   // no stream of 17 bytes gives 4 GiB
+      {block(stream.substr(0, 16), 30, 16), 100},  // the check value is cut
+      {block("", 0, 0), 100},
+      {"ZLIB\0\0\0\0\0\0\0"s, 100},
+      {"BLIZ" + block(stream, 30, 17).substr(4), 100},
   };
-  EXPECT_TRUE(refused(block(stream, 30, 17), 29)) << "no room";
-  EXPECT_TRUE(refused(block(stream, 30, 18), 100)) << "one byte missing";
-  EXPECT_TRUE(refused(block(stream, 30, 16), 100)) << "one byte too many";
-  EXPECT_TRUE(refused(block(stream, 29, 17), 100)) << "gives more than it says";
-  EXPECT_TRUE(refused(block(stream, 31, 17), 100)) << "gives less than it says";
-  EXPECT_TRUE(refused(block(stream, 0, 17), 100));
-  EXPECT_TRUE(refused(block(stream, 0xFFFFFFFF, 17), SIZE_MAX)) << "no stream of 17 bytes gives 4 GiB";
-  EXPECT_TRUE(refused(block(stream.substr(0, 16), 30, 16), 100)) << "the check value is cut";
-  EXPECT_TRUE(refused(block("", 0, 0), 100));
-  EXPECT_TRUE(refused("ZLIB\0\0\0\0\0\0\0"s, 100));
-  EXPECT_TRUE(refused("BLIZ" + block(stream, 30, 17).substr(4), 100));
+  for (const auto& [data, capacity] : bad) {
+    bytes = "kept";
+    EXPECT_FALSE(DecodeZlibBlock(std::string(data), capacity, &bytes));
+    EXPECT_EQ(bytes, "kept");
+  }
 
   std::string noise(100000, '\0');
   for (DWORD i = 0, state = 1; i < noise.size(); ++i) noise[i] = static_cast<char>((state = state * 69069 + 1) >> 24);

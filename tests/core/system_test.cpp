@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <fstream>
 #include <latch>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -13,25 +11,21 @@
 #include "core/synchronizer.h"
 #include "core/thread_local_singleton.h"
 #include "platform/home.h"
+#include "tests/support/files.h"
+#include "tests/support/last_error.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
 namespace {
 
-std::string Content(const OString& path) {
-  std::ifstream file(platform::LinuxPath(path.View()), std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+std::string Content(const OString& path) { return ReadBytes(platform::LinuxPath(path.View())); }
 
 TEST(OFile, WritesLinesInItsCodePageAndHonoursItsFlags) {
   TemporaryHome home;
   const OString path("C:\\Logs\\a.txt");
   ASSERT_TRUE(CreateFolder("C:\\Logs\\"));
   OFile file;
-  EXPECT_FALSE(file.Open(path, OFile::kReadWrite));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(ErrorOf(file.Open(path, OFile::kReadWrite)), ERROR_FILE_NOT_FOUND);
   ASSERT_TRUE(file.Open(path, OFile::kReadWrite | OFile::kCreate | OFile::kShareRead));
   OFile other;
   EXPECT_FALSE(other.Open(path, OFile::kReadWrite | OFile::kAppend));

@@ -2,7 +2,6 @@
 #include <winver.h>
 
 #include <cstring>
-#include <fstream>
 
 #include "core/exception.h"
 #include "core/file_version_info.h"
@@ -11,6 +10,7 @@
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
 #include "platform/test_system.h"
+#include "tests/support/files.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
@@ -110,7 +110,7 @@ TEST(FileVersionInfo, ReadsTheLibraryLoadedOrNotAndThisProgram) {
 
 TEST(FileVersionInfo, RaisesTheSystemsErrorWithItsPlace) {
   const TemporaryHome home;
-  std::ofstream(home.Path() / "text.dll") << "MZ, but no more than that";
+  WriteBytes(home.Path() / "text.dll", "MZ, but no more than that");
   const struct {
     OString path;
     LONG error;

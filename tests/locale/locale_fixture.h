@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "core/folders.h"
@@ -12,6 +11,7 @@
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
 #include "platform/test_system.h"
+#include "tests/support/files.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
@@ -27,14 +27,10 @@ class LocaleTest : public testing::Test {
   }
   ~LocaleTest() override { platform::SetSystemLocale(nullptr); }
 
-  static std::string ReadBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  }
   static void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
     // A file that is cut first may go to the disk at once, which a loop of tests must not wait for.
     std::filesystem::remove(path);
-    std::ofstream(path, std::ios::binary) << bytes;
+    portwise::WriteBytes(path, bytes);
   }
   /// The number of files in the system's folder for temporary ones.
   static std::ptrdiff_t TemporaryFiles() {

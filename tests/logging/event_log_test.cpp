@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "logging/printer_port_event_log.h"
 #include "platform/eventlog/event_reader.h"
 #include "settings/registry.h"
+#include "tests/support/files.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
@@ -94,7 +94,7 @@ TEST(EventLog, HeadersNamePortAndPrinter) {
 TEST(EventLog, AFailedRegistrationIsTriedAgain) {
   TemporaryHome home;
   const auto file = home.Path() / "registry.db";
-  std::ofstream(file) << std::string(5000, 'x');
+  WriteBytes(file, std::string(5000, 'x'));
   OEventLog log("Source", OEventLog::kSystemLog);
   EXPECT_FALSE(log.Error("text", 0));
   std::filesystem::remove(file);

@@ -146,6 +146,12 @@ TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
   EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(5u, 6u)));
   EXPECT_EQ(below_.output, "abcd");
   EXPECT_TRUE(lmClosePortW(port));
+  below_.table.pfnEndDocPort = [](HANDLE) -> BOOL { return FALSE; };
+  const HANDLE failing = Open("FILE:");
+  ASSERT_TRUE(Start(failing, 6));
+  lmEndDocPortW(failing);
+  EXPECT_EQ(spooler_.jobCommands.size(), 1u);
+  EXPECT_TRUE(lmClosePortW(failing));
   platform::SetTimeScale(1);
 }
 

@@ -6,6 +6,8 @@
 #include <random>
 #include <thread>
 
+#include "monitor/spooler_queries.h"
+#include "settings/odometer.h"
 #include "tests/support/fake_job_monitor.h"
 #include "tests/support/fake_plugins.h"
 #include "tests/support/monitor_fixture.h"
@@ -16,7 +18,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-constexpr DWORD kReady = 1, kBusy = 2, kOutOfPaper = 0x10001;
+constexpr DWORD kReady = 1, kBusy = 2, kOutOfPaper = 0x10001, kDisabled = 0x10000000;
 constexpr DWORD kNoAnswer = FakeJobMonitor::kNoAnswer;
 
 std::string Page(int quantity) {
@@ -140,9 +142,28 @@ TEST_F(PrintPathTest, CountsAPageOnlyWithItsData) {
   EXPECT_EQ(Drive("<xpml></xpml>"), 0u);
   using enum PluginEvent;
   EXPECT_THAT(plugin_.events, ElementsAre(FirstWrite, PageOpened)) << "no byte of it was sent";
-  EXPECT_EQ(Drive("data" + kEnd), 0u);
-  EXPECT_THAT(plugin_.events, ElementsAre(FirstWrite, PageOpened, PageClosed));
+  EXPECT_EQ(Drive("data" + kEnd + Page(7) + "<xpml><packet></packet></xpml>"), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
+  EXPECT_THAT(plugin_.events, ElementsAre(FirstWrite, PageOpened, PageClosed, PageOpened, JobEnd, LastJobEnd));
+}
+
+TEST_F(PrintPathTest, GoesOnWithoutMonitoringOnceThePrinterMayNotBeAsked) {
+  SetVerify(true, false);
+  plugin_.bufferSpace = true;
+  const std::string data = Page(1) + "first" + Page(1) + "second" + kEnd;
+  // With a page pending, and in the middle of a buffer.
+  for (const DWORD room : {5u, 0u}) {
+    below_.output.clear();
+    Sleep(1100);  // until the settings are read again
+    ASSERT_TRUE(Start(handle_, 1));
+    port_->Flow().Set(room, 0);
+    monitor_->SetStatuses({kReady, room > 0 ? kBusy : kDisabled, kDisabled});
+    EXPECT_EQ(Drive(data, 65536, 4), 0u);
+    EXPECT_TRUE(lmEndDocPortW(handle_));
+    EXPECT_EQ(below_.output, "firstsecond");
+    JobRecords::Hold record(port_->Jobs(), 1);
+    EXPECT_EQ(record->pagesVerified, 0u);
+  }
 }
 
 TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
@@ -276,14 +297,20 @@ TEST_F(PrintPathTest, WaitsForTheJobsQueriesInsteadOfTheEnd) {
 }
 
 TEST_F(PrintPathTest, PrintsPacketsOfJobsAndRequests) {
+  Odometer totals;
+  totals.Add(500, 254);
+  ASSERT_TRUE(totals.Save(OpenForChanges("Labels").Get()));
   TextBuffer reply;
-  port_->ExecuteRequest("a<packet>from a request</packet>b", reply);
-  EXPECT_EQ(reply.View(), "ab");
+  port_->ExecuteRequest(
+      "<page quantity='1'/><a>1<packet>from a </packet>2</a><a>3<b>4<packet>request</packet>5</b>6</a>", reply);
+  EXPECT_EQ(reply.View(), "123456");
+  EXPECT_TRUE(totals.Load(OpenForChanges("Labels").Get()) && totals.Pages() == 501) << "of other runs, and of this";
   ASSERT_TRUE(Start(handle_, 1));
   EXPECT_EQ(Drive("x<xpml>y<packet>PACK<uppercase>et</uppercase></packet></xpml>z"), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_EQ(below_.output, "from a requestxyPACKETz");
-  EXPECT_THAT(below_.calls, ElementsAre("open COM1:", "start Labels 0 1", "end", "start Labels 1 1", "end"));
+  EXPECT_THAT(below_.calls, ElementsAre("open COM1:", "start Labels 0 1", "end", "start Labels 0 1", "end",
+                                        "start Labels 1 1", "end"));
 }
 
 TEST_F(PrintPathTest, RecordsWhatIsSent) {

@@ -1,29 +1,23 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
-#include <stdlib.h>
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
-#include <memory>
 #include <string>
 #include <thread>
 
+#include "core/handles.h"
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
 #include "platform/text.h"
+#include "tests/support/files.h"
+#include "tests/support/last_error.h"
+#include "tests/support/temporary_home.h"
 
 namespace portwise::platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct CloseOwned {
-  void operator()(void* handle) const {
-    if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-  }
-};
-using Handle = std::unique_ptr<void, CloseOwned>;
 
 constexpr DWORD kRead = GENERIC_READ, kWrite = GENERIC_WRITE;
 constexpr DWORD kShareRead = FILE_SHARE_READ, kShareWrite = FILE_SHARE_WRITE, kShareAll = 7;
@@ -31,28 +25,14 @@ constexpr DWORD kShareRead = FILE_SHARE_READ, kShareWrite = FILE_SHARE_WRITE, kS
 /// Each test has a home of its own.
 class HomeTest : public testing::Test {
  protected:
-  HomeTest() {
-    char folder[] = "/tmp/portwise-kernel-XXXXXX";
-    root_ = mkdtemp(folder);
-    setenv("PORTWISE_HOME", (root_ / "home").c_str(), 1);
-  }
-  ~HomeTest() override {
-    unsetenv("PORTWISE_HOME");
-    fs::remove_all(root_);
-  }
-
-  static Handle Open(LPCWSTR path, DWORD access, DWORD share, DWORD disposition) {
+  static unique_handle Open(LPCWSTR path, DWORD access, DWORD share, DWORD disposition) {
     SetLastError(0);
-    return Handle(CreateFileW(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return unique_handle(CreateFileW(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
   }
-  static void Fill(LPCWSTR path, std::string_view text) { std::ofstream(LinuxPath(path)) << text; }
-  static std::string Contents(LPCWSTR path) {
-    if (!fs::is_regular_file(LinuxPath(path))) return {};
-    std::ifstream file(LinuxPath(path));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  static void Fill(LPCWSTR path, const std::string& text) { WriteBytes(LinuxPath(path), text); }
+  static std::string Contents(LPCWSTR path) { return ReadBytes(LinuxPath(path)); }
 
-  fs::path root_;
+  TemporaryHome home_;
 };
 
 using Paths = HomeTest;
@@ -60,7 +40,7 @@ using Files = HomeTest;
 using Modules = HomeTest;
 
 TEST_F(Paths, MapBetweenDriveCAndLinux) {
-  const std::string drive = (root_ / "home/drive_c").string();
+  const std::string drive = (home_.Path() / "drive_c").string();
   const struct {
     std::u16string windows;
     std::string linux;
@@ -89,7 +69,7 @@ TEST_F(Paths, MapBetweenDriveCAndLinux) {
 }
 
 TEST_F(Files, DispositionsSayWhatTheyFound) {
-  const auto folder = root_ / "home/drive_c";
+  const auto folder = home_.Path() / "drive_c";
   LinuxPath(u"C:\\");
   ASSERT_TRUE(CreateDirectoryW(u"C:\\folder", nullptr));
   const struct {
@@ -128,10 +108,10 @@ TEST_F(Files, DispositionsSayWhatTheyFound) {
   for (const auto& row : kRows) {
     Fill(u"C:\\old", "1234");
     fs::remove(folder / "new");
-    const Handle file = Open(row.path, row.access, 0, row.disposition);
+    const unique_handle file = Open(row.path, row.access, 0, row.disposition);
     const auto what = ToUtf8(row.path) + " disposition " + std::to_string(row.disposition);
     EXPECT_EQ(GetLastError(), row.error) << what;
-    EXPECT_EQ(file.get() != INVALID_HANDLE_VALUE, row.opens) << what;
+    EXPECT_EQ(bool{file}, row.opens) << what;
     EXPECT_EQ(Contents(row.path), row.after) << what;
   }
 }
@@ -152,60 +132,53 @@ TEST_F(Files, ShareModesHoldBetweenTheHandlesOfTheProcess) {
   LinuxPath(u"C:\\");
   for (const auto& row : kRows) {
     Fill(u"C:\\shared", "1234");
-    Handle first = Open(u"C:\\shared", row.firstAccess, row.firstShare, OPEN_EXISTING);
-    const auto index = &row - kRows;
-    EXPECT_EQ(Open(u"C:\\shared", row.access, row.share, OPEN_EXISTING).get() != INVALID_HANDLE_VALUE, row.opens)
-        << index;
-    EXPECT_EQ(GetLastError(), row.opens ? 0 : DWORD{ERROR_SHARING_VIOLATION}) << index;
-    first.reset();
-    EXPECT_NE(Open(u"C:\\shared", row.access, row.share, OPEN_EXISTING).get(), INVALID_HANDLE_VALUE) << index;
+    unique_handle first = Open(u"C:\\shared", row.firstAccess, row.firstShare, OPEN_EXISTING);
+    const auto opens = [&] { return bool{Open(u"C:\\shared", row.access, row.share, OPEN_EXISTING)}; };
+    SCOPED_TRACE(&row - kRows);
+    EXPECT_EQ(opens(), row.opens);
+    EXPECT_EQ(GetLastError(), row.opens ? 0 : DWORD{ERROR_SHARING_VIOLATION});
+    first.Reset();
+    EXPECT_TRUE(opens());
   }
-  Handle reader = Open(u"C:\\shared", kRead, kShareRead, OPEN_EXISTING);
-  EXPECT_EQ(Open(u"C:\\shared", kRead, kShareAll, CREATE_ALWAYS).get(), INVALID_HANDLE_VALUE);
+  unique_handle reader = Open(u"C:\\shared", kRead, kShareRead, OPEN_EXISTING);
+  EXPECT_FALSE(Open(u"C:\\shared", kRead, kShareAll, CREATE_ALWAYS));
   EXPECT_EQ(Contents(u"C:\\shared"), "1234") << "a refused handle emptied the file";
-  EXPECT_FALSE(DeleteFileW(u"C:\\shared"));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
-  reader.reset();
+  EXPECT_EQ(ErrorOf(DeleteFileW(u"C:\\shared")), ERROR_SHARING_VIOLATION);
+  reader.Reset();
   EXPECT_TRUE(DeleteFileW(u"C:\\shared"));
-  EXPECT_FALSE(DeleteFileW(u"C:\\shared"));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(DeleteFileW(u"C:\\shared")), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(Files, ReadWriteAndMove) {
   LinuxPath(u"C:\\");
-  const Handle file = Open(u"C:\\data", kRead | kWrite, kShareAll, CREATE_NEW);
+  const unique_handle file = Open(u"C:\\data", kRead | kWrite, kShareAll, CREATE_NEW);
   char buffer[16] = "0123456789";
   DWORD done = 99;
-  EXPECT_TRUE(WriteFile(file.get(), buffer, 10, &done, nullptr));
+  EXPECT_TRUE(WriteFile(file.Get(), buffer, 10, &done, nullptr));
   EXPECT_EQ(done, 10u);
-  EXPECT_TRUE(ReadFile(file.get(), buffer, 10, &done, nullptr));
+  EXPECT_TRUE(ReadFile(file.Get(), buffer, 10, &done, nullptr));
   EXPECT_EQ(done, 0u) << "the end of the file is no failure";
   LARGE_INTEGER distance, position{};
   distance.QuadPart = -4;
-  EXPECT_TRUE(SetFilePointerEx(file.get(), distance, &position, FILE_END));
+  EXPECT_TRUE(SetFilePointerEx(file.Get(), distance, &position, FILE_END));
   EXPECT_EQ(position.QuadPart, 6);
-  EXPECT_TRUE(ReadFile(file.get(), buffer, sizeof buffer, &done, nullptr));
+  EXPECT_TRUE(ReadFile(file.Get(), buffer, sizeof buffer, &done, nullptr));
   EXPECT_EQ(std::string(buffer, done), "6789");
   distance.QuadPart = -11;
-  EXPECT_FALSE(SetFilePointerEx(file.get(), distance, nullptr, FILE_CURRENT));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
+  EXPECT_EQ(ErrorOf(SetFilePointerEx(file.Get(), distance, nullptr, FILE_CURRENT)), ERROR_NEGATIVE_SEEK);
   distance.QuadPart = 3;
-  EXPECT_TRUE(SetFilePointerEx(file.get(), distance, nullptr, FILE_BEGIN));
-  EXPECT_TRUE(SetEndOfFile(file.get()));
-  EXPECT_TRUE(GetFileSizeEx(file.get(), &position));
+  EXPECT_TRUE(SetFilePointerEx(file.Get(), distance, nullptr, FILE_BEGIN));
+  EXPECT_TRUE(SetEndOfFile(file.Get()));
+  EXPECT_TRUE(GetFileSizeEx(file.Get(), &position));
   EXPECT_EQ(position.QuadPart, 3);
-  EXPECT_TRUE(FlushFileBuffers(file.get()));
-  const Handle reader = Open(u"C:\\data", kRead, kShareAll, OPEN_EXISTING);
-  EXPECT_FALSE(WriteFile(reader.get(), "x", 1, &done, nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-  const Handle full = Open(u"/dev/full", kWrite, kShareAll, OPEN_EXISTING);
-  EXPECT_FALSE(WriteFile(full.get(), "x", 1, &done, nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
-  EXPECT_FALSE(CreateDirectoryW(u"C:\\a\\b", nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+  EXPECT_TRUE(FlushFileBuffers(file.Get()));
+  const unique_handle reader = Open(u"C:\\data", kRead, kShareAll, OPEN_EXISTING);
+  EXPECT_EQ(ErrorOf(WriteFile(reader.Get(), "x", 1, &done, nullptr)), ERROR_ACCESS_DENIED);
+  const unique_handle full = Open(u"/dev/full", kWrite, kShareAll, OPEN_EXISTING);
+  EXPECT_EQ(ErrorOf(WriteFile(full.Get(), "x", 1, &done, nullptr)), ERROR_DISK_FULL);
+  EXPECT_EQ(ErrorOf(CreateDirectoryW(u"C:\\a\\b", nullptr)), ERROR_PATH_NOT_FOUND);
   EXPECT_TRUE(CreateDirectoryW(u"C:\\a", nullptr));
-  EXPECT_FALSE(CreateDirectoryW(u"C:\\a", nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+  EXPECT_EQ(ErrorOf(CreateDirectoryW(u"C:\\a", nullptr)), ERROR_ALREADY_EXISTS);
 }
 
 template <class Function>
@@ -246,8 +219,8 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
     reinterpret_cast<void (*)(const char*)>(function)("created");
     return 0;
   };
-  const Handle thread(CreateThread(nullptr, 0, start, reinterpret_cast<void*>(setText), 0, nullptr));
-  EXPECT_EQ(WaitForSingleObject(thread.get(), 20'000), WAIT_OBJECT_0);
+  const unique_handle thread(CreateThread(nullptr, 0, start, reinterpret_cast<void*>(setText), 0, nullptr));
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0);
   EXPECT_EQ(DllLog(), "T:created;") << "a thread has ended only after the libraries know";
 
   EXPECT_TRUE(FreeLibrary(library));
@@ -256,13 +229,11 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
   EXPECT_TRUE(FreeLibrary(library));
   EXPECT_EQ(DllLog(), "D:free;");
   EXPECT_FALSE(FreeLibrary(library));
-  EXPECT_EQ(GetProcAddress(library, "Instance"), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(GetProcAddress(library, "Instance")), ERROR_MOD_NOT_FOUND);
 
   for (const LPCSTR failure : {"DLL_REFUSE", "DLL_THROW"}) {
     SetEnvironmentVariableA(failure, "1");
-    EXPECT_EQ(LoadLibraryW(u"detach-library.dll"), nullptr);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
+    EXPECT_EQ(ErrorOf(LoadLibraryW(u"detach-library.dll")), ERROR_DLL_INIT_FAILED);
     SetEnvironmentVariableA(failure, nullptr);
     EXPECT_EQ(GetModuleHandleW(u"detach-library.dll"), nullptr);
   }
@@ -277,25 +248,24 @@ TEST_F(Modules, AThreadMayHoldItsLibraryAndFreeItWithItsLastStep) {
   HMODULE found = nullptr;
   EXPECT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, u"detach-library.dll", &found));
   EXPECT_EQ(found, library);
-  const Handle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const Handle thread(start(event.get()));
-  EXPECT_EQ(WaitForSingleObject(thread.get(), 50), DWORD{WAIT_TIMEOUT});
+  const unique_handle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const unique_handle thread(start(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), 50), DWORD{WAIT_TIMEOUT});
   EXPECT_TRUE(FreeLibrary(library));
   EXPECT_EQ(DllLog(), "A:ready;") << "it is still held";
-  SetEvent(event.get());
-  EXPECT_EQ(WaitForSingleObject(thread.get(), 20'000), WAIT_OBJECT_0);
+  SetEvent(event.Get());
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0);
   DWORD code = 0;
-  EXPECT_TRUE(GetExitCodeThread(thread.get(), &code));
+  EXPECT_TRUE(GetExitCodeThread(thread.Get(), &code));
   EXPECT_EQ(code, 7u);
   EXPECT_EQ(DllLog(), "D:free;");
-  EXPECT_FALSE(GetModuleHandleExW(0, u"detach-library.dll", &found));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(GetModuleHandleExW(0, u"detach-library.dll", &found)), ERROR_MOD_NOT_FOUND);
   EXPECT_EQ(found, nullptr);
   EXPECT_FALSE(FreeLibrary(library));
 }
 
 TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
-  const auto system = root_ / "home/drive_c/Windows/System32";
+  const auto system = home_.Path() / "drive_c/Windows/System32";
   GetSystemDirectoryW(nullptr, 0);
   fs::copy(fs::path(LibraryFolder()) / "libdetach-library.so", system / "libcopied.so");
   std::ofstream(system / "text.dll") << "no library";
@@ -308,8 +278,7 @@ TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
     EXPECT_EQ(ToUtf8(path), "C:\\Windows\\System32\\libcopied.so");
     EXPECT_EQ(GetModuleHandleW(name), library);
     // A function of a library that it depends on is not its own.
-    EXPECT_EQ(GetProcAddress(library, "GetTickCount"), nullptr);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_PROC_NOT_FOUND});
+    EXPECT_EQ(ErrorOf(GetProcAddress(library, "GetTickCount")), ERROR_PROC_NOT_FOUND);
     EXPECT_TRUE(FreeLibrary(library));
   }
   const struct {
@@ -331,8 +300,7 @@ TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
   const HMODULE shell = LoadLibraryW(u"SHELL32.DLL");
   const HMODULE test = LoadLibraryW(u"test32.dll");
   EXPECT_NE(shell, test);
-  EXPECT_EQ(GetProcAddress(shell, "Answer"), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_PROC_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(GetProcAddress(shell, "Answer")), ERROR_PROC_NOT_FOUND);
   EXPECT_EQ(FunctionOf<int (*)()>(test, "Answer")(), 42);
   EXPECT_TRUE(FreeLibrary(shell));
   using GetFolder = HRESULT (*)(HWND, int, HANDLE, DWORD, LPWSTR);

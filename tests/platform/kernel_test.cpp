@@ -8,8 +8,10 @@
 #include <thread>
 #include <vector>
 
+#include "core/handles.h"
 #include "platform/kernel/wait_source.h"
 #include "platform/test_clock.h"
+#include "tests/support/last_error.h"
 
 namespace portwise::platform {
 namespace {
@@ -18,12 +20,7 @@ using namespace std::chrono_literals;
 
 constexpr DWORD kLong = 20'000;  // ends a test that would hang
 
-struct CloseOwned {
-  void operator()(void* handle) const { CloseHandle(handle); }
-};
-using Handle = std::unique_ptr<void, CloseOwned>;
-
-Handle NewEvent(bool manual, bool set) { return Handle(CreateEventW(nullptr, manual, set, nullptr)); }
+unique_handle NewEvent(bool manual, bool set) { return unique_handle(CreateEventW(nullptr, manual, set, nullptr)); }
 
 template <class Condition>
 bool Eventually(Condition condition) {
@@ -39,7 +36,7 @@ TEST(Handles, StaleAndForeignValuesAreRefused) {
   EXPECT_TRUE(CloseHandle(closed));
   bad.push_back(closed);
   bad.push_back(static_cast<char*>(closed) + 1);
-  const Handle successor = NewEvent(true, true);  // may sit in the slot that the closed one had
+  const unique_handle successor = NewEvent(true, true);  // may sit in the slot that the closed one had
   for (const HANDLE handle : bad) {
     DWORD code = 0;
     SetLastError(0);
@@ -47,64 +44,63 @@ TEST(Handles, StaleAndForeignValuesAreRefused) {
     EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_FAILED);
     EXPECT_FALSE(GetExitCodeThread(handle, &code));
     EXPECT_FALSE(AttachWaitSource(handle, nullptr));
-    EXPECT_FALSE(CloseHandle(handle));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(ErrorOf(CloseHandle(handle)), ERROR_INVALID_HANDLE);
   }
   DWORD read = 0;
-  EXPECT_FALSE(ReadFile(successor.get(), &read, 1, &read, nullptr));  // open, but of another kind
-  EXPECT_EQ(WaitForSingleObject(successor.get(), 0), WAIT_OBJECT_0);
+  EXPECT_FALSE(ReadFile(successor.Get(), &read, 1, &read, nullptr));  // open, but of another kind
+  EXPECT_EQ(WaitForSingleObject(successor.Get(), 0), WAIT_OBJECT_0);
 }
 
 TEST(Waits, AutoResetEventReleasesOneWaiterEach) {
-  const Handle event = NewEvent(false, false);
+  const unique_handle event = NewEvent(false, false);
   std::atomic<int> released = 0;
   std::vector<std::thread> waiters;
   for (int i = 0; i < 6; ++i) {
     waiters.emplace_back([&] {
-      if (WaitForSingleObject(event.get(), kLong) == WAIT_OBJECT_0) ++released;
+      if (WaitForSingleObject(event.Get(), kLong) == WAIT_OBJECT_0) ++released;
     });
   }
   for (int i = 1; i <= 6; ++i) {
-    SetEvent(event.get());
+    SetEvent(event.Get());
     EXPECT_TRUE(Eventually([&] { return released == i; }));
     std::this_thread::sleep_for(10ms);
     EXPECT_EQ(released, i);
   }
   for (auto& waiter : waiters) waiter.join();
   // Setting twice is one signal; resetting takes it back.
-  SetEvent(event.get());
-  SetEvent(event.get());
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), DWORD{WAIT_TIMEOUT});
-  SetEvent(event.get());
-  ResetEvent(event.get());
-  EXPECT_EQ(WaitForSingleObject(event.get(), 1), DWORD{WAIT_TIMEOUT});
+  SetEvent(event.Get());
+  SetEvent(event.Get());
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), DWORD{WAIT_TIMEOUT});
+  SetEvent(event.Get());
+  ResetEvent(event.Get());
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 1), DWORD{WAIT_TIMEOUT});
 }
 
 TEST(Waits, AnyTakesTheFirstAndAllTakesEverythingOrNothing) {
-  const Handle a = NewEvent(false, false), b = NewEvent(false, true), c = NewEvent(false, true);
-  const HANDLE handles[] = {a.get(), b.get(), c.get()};
+  const unique_handle a = NewEvent(false, false), b = NewEvent(false, true), c = NewEvent(false, true);
+  const HANDLE handles[] = {a.Get(), b.Get(), c.Get()};
   EXPECT_EQ(WaitForMultipleObjects(3, handles, FALSE, 0), WAIT_OBJECT_0 + 1);
   EXPECT_EQ(WaitForMultipleObjects(3, handles, FALSE, 0), WAIT_OBJECT_0 + 2);
   EXPECT_EQ(WaitForMultipleObjects(3, handles, FALSE, 1), DWORD{WAIT_TIMEOUT});
 
-  SetEvent(b.get());
-  SetEvent(c.get());
+  SetEvent(b.Get());
+  SetEvent(c.Get());
   EXPECT_EQ(WaitForMultipleObjects(3, handles, TRUE, 20), DWORD{WAIT_TIMEOUT});
-  EXPECT_EQ(WaitForSingleObject(b.get(), 0), WAIT_OBJECT_0) << "a wait for all that timed out took a signal";
-  SetEvent(b.get());
+  EXPECT_EQ(WaitForSingleObject(b.Get(), 0), WAIT_OBJECT_0) << "a wait for all that timed out took a signal";
+  SetEvent(b.Get());
   std::thread last([&] {
     std::this_thread::sleep_for(10ms);
-    SetEvent(a.get());
+    SetEvent(a.Get());
   });
   EXPECT_EQ(WaitForMultipleObjects(3, handles, TRUE, kLong), WAIT_OBJECT_0);
   last.join();
   EXPECT_EQ(WaitForMultipleObjects(3, handles, FALSE, 0), DWORD{WAIT_TIMEOUT});
 
-  const HANDLE twice[] = {a.get(), a.get()};
+  const HANDLE twice[] = {a.Get(), a.Get()};
   EXPECT_EQ(WaitForMultipleObjects(2, twice, TRUE, 0), WAIT_FAILED);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  const std::vector<HANDLE> many(65, a.get());
+  const std::vector<HANDLE> many(65, a.Get());
   EXPECT_EQ(WaitForMultipleObjects(65, many.data(), FALSE, 0), WAIT_FAILED);
   EXPECT_EQ(WaitForMultipleObjects(0, many.data(), FALSE, 0), WAIT_FAILED);
 }
@@ -112,17 +108,17 @@ TEST(Waits, AnyTakesTheFirstAndAllTakesEverythingOrNothing) {
 // Waits for all in both orders, which would starve or deadlock if signals were taken one by one, and single waits in
 // between. Each signal must be used exactly once.
 TEST(Waits, NoSignalIsLostOrDoubledUnderContention) {
-  const Handle a = NewEvent(false, true), b = NewEvent(false, true);
+  const unique_handle a = NewEvent(false, true), b = NewEvent(false, true);
   int guarded = 0;  // only touched by who holds both
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&, i] {
-      const HANDLE order[] = {i % 2 ? a.get() : b.get(), i % 2 ? b.get() : a.get()};
+      const HANDLE order[] = {i % 2 ? a.Get() : b.Get(), i % 2 ? b.Get() : a.Get()};
       for (int round = 0; round < 200; ++round) {
         if (WaitForMultipleObjects(2, order, TRUE, kLong) != WAIT_OBJECT_0) break;
         ++guarded;
-        SetEvent(a.get());
-        SetEvent(b.get());
+        SetEvent(a.Get());
+        SetEvent(b.Get());
         const DWORD one = WaitForMultipleObjects(2, order, FALSE, kLong);
         if (one > WAIT_OBJECT_0 + 1) break;
         SetEvent(order[one - WAIT_OBJECT_0]);
@@ -131,18 +127,18 @@ TEST(Waits, NoSignalIsLostOrDoubledUnderContention) {
   }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(guarded, 4 * 200);
-  const HANDLE both[] = {a.get(), b.get()};
+  const HANDLE both[] = {a.Get(), b.Get()};
   EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 0), WAIT_OBJECT_0);
   EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), DWORD{WAIT_TIMEOUT});
 }
 
 TEST(Waits, FollowTheScaledClockAcrossTheTickWrap) {
-  const Handle event = NewEvent(true, false);
+  const unique_handle event = NewEvent(true, false);
   SetTimeScale(20);
   SetTickCount(0xFFFFFF00u);
   const DWORD before = GetTickCount();
   const auto realBefore = std::chrono::steady_clock::now();
-  EXPECT_EQ(WaitForSingleObject(event.get(), 2000), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 2000), DWORD{WAIT_TIMEOUT});
   Sleep(1000);
   const auto real = std::chrono::steady_clock::now() - realBefore;
   const DWORD elapsed = GetTickCount() - before;
@@ -174,38 +170,38 @@ class CountingSource : public WaitSource {
 };
 
 TEST(Waits, SourcesSignalTheirEvent) {
-  const Handle event = NewEvent(false, false), other = NewEvent(false, true);
+  const unique_handle event = NewEvent(false, false), other = NewEvent(false, true);
   const auto source = std::make_shared<CountingSource>();
-  ASSERT_TRUE(AttachWaitSource(event.get(), source));
+  ASSERT_TRUE(AttachWaitSource(event.Get(), source));
   source->Trigger();
-  const HANDLE both[] = {event.get(), other.get()};
+  const HANDLE both[] = {event.Get(), other.Get()};
   EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_OBJECT_0) << "what was ready first counts first";
   source->Trigger();
   EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 0), WAIT_OBJECT_0);
   source->report = false;
   source->Trigger();
-  EXPECT_EQ(WaitForSingleObject(event.get(), 20), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 20), DWORD{WAIT_TIMEOUT});
   source->report = true;
-  EXPECT_TRUE(DetachWaitSource(event.get(), source.get()));
-  EXPECT_FALSE(DetachWaitSource(event.get(), source.get()));
+  EXPECT_TRUE(DetachWaitSource(event.Get(), source.get()));
+  EXPECT_FALSE(DetachWaitSource(event.Get(), source.get()));
   source->Trigger();
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), DWORD{WAIT_TIMEOUT});
 }
 
 TEST(Waits, NoticeSourcesThatComeAndGo) {
-  const Handle event = NewEvent(false, false);
+  const unique_handle event = NewEvent(false, false);
   const auto source = std::make_shared<CountingSource>();
   std::atomic<bool> released = false;
-  std::thread waiter([&] { released = WaitForSingleObject(event.get(), kLong) == WAIT_OBJECT_0; });
+  std::thread waiter([&] { released = WaitForSingleObject(event.Get(), kLong) == WAIT_OBJECT_0; });
   std::this_thread::sleep_for(20ms);
-  AttachWaitSource(event.get(), source);
+  AttachWaitSource(event.Get(), source);
   std::this_thread::sleep_for(20ms);
-  DetachWaitSource(event.get(), source.get());
+  DetachWaitSource(event.Get(), source.get());
   EXPECT_TRUE(Eventually([&] { return source.use_count() == 1; })) << "the waiting thread still polls the source";
   source->Trigger();
   std::this_thread::sleep_for(20ms);
   EXPECT_FALSE(released);
-  AttachWaitSource(event.get(), source);
+  AttachWaitSource(event.Get(), source);
   waiter.join();
   EXPECT_TRUE(released);
 }
@@ -222,15 +218,15 @@ DWORD WINAPI WaitAndAnswer(LPVOID argument) {
 }
 
 TEST(Threads, KeepTheirExitCodeAndOutliveTheirHandle) {
-  const Handle go = NewEvent(true, false);
-  ThreadStart start{go.get()};
+  const unique_handle go = NewEvent(true, false);
+  ThreadStart start{go.Get()};
   DWORD id = 0, code = 0;
-  const Handle thread(CreateThread(nullptr, 0x1000, WaitAndAnswer, &start, 0, &id));
+  const unique_handle thread(CreateThread(nullptr, 0x1000, WaitAndAnswer, &start, 0, &id));
   ASSERT_TRUE(thread);
-  EXPECT_EQ(WaitForSingleObject(thread.get(), 1), DWORD{WAIT_TIMEOUT});
-  EXPECT_TRUE(GetExitCodeThread(thread.get(), &code));
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), 1), DWORD{WAIT_TIMEOUT});
+  EXPECT_TRUE(GetExitCodeThread(thread.Get(), &code));
   EXPECT_EQ(code, STILL_ACTIVE);
-  EXPECT_FALSE(SetEvent(thread.get()));
+  EXPECT_FALSE(SetEvent(thread.Get()));
 
   static std::atomic<bool> ended;
   ended = false;
@@ -239,11 +235,11 @@ TEST(Threads, KeepTheirExitCodeAndOutliveTheirHandle) {
     ended = true;
     return 0;
   };
-  CloseHandle(CreateThread(nullptr, 0, finish, go.get(), 0, nullptr));
-  SetEvent(go.get());
-  EXPECT_EQ(WaitForSingleObject(thread.get(), kLong), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(thread.get(), 0), WAIT_OBJECT_0);
-  EXPECT_TRUE(GetExitCodeThread(thread.get(), &code));
+  CloseHandle(CreateThread(nullptr, 0, finish, go.Get(), 0, nullptr));
+  SetEvent(go.Get());
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), kLong), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(thread.Get(), 0), WAIT_OBJECT_0);
+  EXPECT_TRUE(GetExitCodeThread(thread.Get(), &code));
   EXPECT_EQ(code, 0x80001234u);
   EXPECT_EQ(id, start.id);
   EXPECT_TRUE(Eventually([] { return ended.load(); }));
@@ -253,29 +249,27 @@ TEST(ThreadLocalStorage, AnIndexUsedAgainStartsAsNullInEveryThread) {
   const DWORD first = TlsAlloc();
   int mine = 0;
   ASSERT_TRUE(TlsSetValue(first, &mine));
-  const Handle go = NewEvent(true, false), set = NewEvent(true, false);
+  const unique_handle go = NewEvent(true, false), set = NewEvent(true, false);
   LPVOID seen = &seen;
   std::thread other([&] {
     TlsSetValue(first, &seen);
-    SetEvent(set.get());
-    WaitForSingleObject(go.get(), kLong);
+    SetEvent(set.Get());
+    WaitForSingleObject(go.Get(), kLong);
     seen = TlsGetValue(first);
   });
-  WaitForSingleObject(set.get(), kLong);
+  WaitForSingleObject(set.Get(), kLong);
   EXPECT_EQ(TlsGetValue(first), &mine);
   EXPECT_TRUE(TlsFree(first));
   EXPECT_FALSE(TlsFree(first));
   EXPECT_FALSE(TlsSetValue(first, nullptr));
   ASSERT_EQ(TlsAlloc(), first);
-  SetEvent(go.get());
+  SetEvent(go.Get());
   other.join();
   EXPECT_EQ(seen, nullptr);
   SetLastError(5);
-  EXPECT_EQ(TlsGetValue(first), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(ErrorOf(TlsGetValue(first)), ERROR_SUCCESS);
   EXPECT_TRUE(TlsFree(first));
-  EXPECT_EQ(TlsGetValue(1088), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(ErrorOf(TlsGetValue(1088)), ERROR_INVALID_PARAMETER);
 }
 
 TEST(CriticalSections, AreRecursiveAndExclusive) {

@@ -8,6 +8,7 @@
 
 #include "platform/error_text.h"
 #include "platform/text.h"
+#include "tests/support/last_error.h"
 
 namespace portwise::platform {
 namespace {
@@ -153,16 +154,14 @@ TEST(Environment, NamesIgnoreCaseAndSizesCountTheTerminator) {
   EXPECT_STREQ(buffer, "");
   EXPECT_TRUE(SetEnvironmentVariableA("PORTWISE_TEST", nullptr));
   SetLastError(0);
-  EXPECT_EQ(GetEnvironmentVariableA("Portwise_Test", buffer, 6), 0u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ENVVAR_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(GetEnvironmentVariableA("Portwise_Test", buffer, 6)), ERROR_ENVVAR_NOT_FOUND);
   EXPECT_FALSE(SetEnvironmentVariableA("a=b", "c"));
   EXPECT_GT(GetEnvironmentVariableA("Path", nullptr, 0), 1u) << "the process's variables are the seed";
 
   setenv("PORTWISE_COMPUTER_NAME", "print-server-of-the-hall.example.com", 1);
   WCHAR name[MAX_COMPUTERNAME_LENGTH + 1];
   DWORD size = 15;
-  EXPECT_FALSE(GetComputerNameW(name, &size));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_BUFFER_OVERFLOW});
+  EXPECT_EQ(ErrorOf(GetComputerNameW(name, &size)), ERROR_BUFFER_OVERFLOW);
   EXPECT_EQ(size, 16u);
   EXPECT_TRUE(GetComputerNameW(name, &size));
   EXPECT_EQ(ToUtf8(name), "PRINT-SERVER-OF");
@@ -179,11 +178,10 @@ TEST(Messages, HaveTextsOrSayThatTheyHaveNone) {
   EXPECT_EQ(text, ErrorText(ERROR_OUT_OF_PAPER) + "\r\n");
   LocalFree(text);
   char buffer[256];
-  EXPECT_EQ(FormatMessageA(flags, nullptr, ERROR_OUT_OF_PAPER, 0, buffer, length, nullptr), 0u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+  EXPECT_EQ(ErrorOf(FormatMessageA(flags, nullptr, ERROR_OUT_OF_PAPER, 0, buffer, length, nullptr)),
+            ERROR_INSUFFICIENT_BUFFER);
   EXPECT_EQ(FormatMessageA(flags, nullptr, ERROR_OUT_OF_PAPER, 0, buffer, length + 1, nullptr), length);
-  EXPECT_EQ(FormatMessageA(flags, nullptr, 9999, 0, buffer, 256, nullptr), 0u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_MR_MID_NOT_FOUND});
+  EXPECT_EQ(ErrorOf(FormatMessageA(flags, nullptr, 9999, 0, buffer, 256, nullptr)), ERROR_MR_MID_NOT_FOUND);
   EXPECT_EQ(ErrorText(9999), "error 9999");
 }
 

@@ -10,13 +10,12 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <thread>
 #include <vector>
 
 #include "platform/registry/registry_control.h"
+#include "tests/support/files.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {
@@ -36,6 +35,7 @@ class RegistryTest : public testing::Test {
     platform::SetRegistryBusyTimeout(5000);
   }
 
+  /// A key that stays open, except where closing is what is tested.
   HKEY Create(LPCWSTR path, HKEY parent = HKEY_LOCAL_MACHINE) {
     HKEY key = nullptr;
     EXPECT_EQ(RegCreateKeyExW(parent, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), ERROR_SUCCESS);
@@ -160,7 +160,7 @@ TEST_F(RegistryTest, ValuesKeepTypeBytesAndCase) {
 TEST_F(RegistryTest, EnumerationIsSortedAndRespectsBuffers) {
   const HKEY key = Create(u"Enumerated");
   for (LPCWSTR name : {u"beta", u"Alpha", u"alphabet", u"Gamma"}) {
-    RegCloseKey(Create(name, key));
+    Create(name, key);
     EXPECT_EQ(Set(key, name, "12345"), ERROR_SUCCESS);
   }
   EXPECT_EQ(SubKeys(key), (std::vector<std::u16string>{u"Alpha", u"alphabet", u"beta", u"Gamma"}));
@@ -188,7 +188,6 @@ TEST_F(RegistryTest, EnumerationIsSortedAndRespectsBuffers) {
             (std::vector<DWORD>{4, 8, 4, 8, 5}));
   // 2020 as a file time has this high half; the clock is later.
   EXPECT_GT(written.dwHighDateTime, 0x01D5BFFFu);
-  RegCloseKey(key);
 }
 
 TEST_F(RegistryTest, KeysAreMadeWithTheirParentsAndDeletedAlone) {
@@ -200,7 +199,6 @@ TEST_F(RegistryTest, KeysAreMadeWithTheirParentsAndDeletedAlone) {
   EXPECT_EQ(create(u"A\\B\\C"), ERROR_SUCCESS);
   EXPECT_EQ(disposition, REG_CREATED_NEW_KEY);
   EXPECT_EQ(Set(key, u"v", "x"), ERROR_ACCESS_DENIED) << "opened for reading";
-  RegCloseKey(key);
   EXPECT_EQ(create(u"a\\\\b\\c\\"), ERROR_SUCCESS);
   EXPECT_EQ(disposition, REG_OPENED_EXISTING_KEY);
   EXPECT_EQ(create((u"X\\" + std::u16string(256, u'k')).c_str()), ERROR_INVALID_PARAMETER);
@@ -218,23 +216,21 @@ TEST_F(RegistryTest, KeysAreMadeWithTheirParentsAndDeletedAlone) {
   EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"a\\b\\c"), ERROR_SUCCESS);
   for (int round = 0; round < 2; ++round) {
     WCHAR name[8];
+    const LSTATUS results[] = {Set(writer, u"v", "new"),
+                               RegDeleteValueW(writer, u"v"),
+                               RegEnumKeyW(writer, 0, name, 8),
+                               Open(u"", KEY_READ, writer),
+                               static_cast<LSTATUS>(SetList(writer, u"D:", true)),
+                               Count(writer).result};
+    for (const LSTATUS result : results) EXPECT_EQ(result, ERROR_KEY_DELETED);
     EXPECT_EQ(Get(writer, u"v"), "error 1018");
-    EXPECT_EQ(Set(writer, u"v", "new"), ERROR_KEY_DELETED);
-    EXPECT_EQ(RegDeleteValueW(writer, u"v"), ERROR_KEY_DELETED);
-    EXPECT_EQ(RegEnumKeyW(writer, 0, name, 8), ERROR_KEY_DELETED);
-    EXPECT_EQ(Open(u"", KEY_READ, writer), ERROR_KEY_DELETED);
-    EXPECT_EQ(SetList(writer, u"D:", true), static_cast<DWORD>(ERROR_KEY_DELETED));
-    EXPECT_EQ(Count(writer).result, ERROR_KEY_DELETED);
-    const HKEY again = Create(u"A\\B\\C");
-    EXPECT_EQ(Get(again, u"v"), "error 2") << "values go with their key";
-    RegCloseKey(again);
+    EXPECT_EQ(Get(Create(u"A\\B\\C"), u"v"), "error 2") << "values go with their key";
   }
   EXPECT_EQ(RegCloseKey(writer), ERROR_SUCCESS);
   EXPECT_EQ(RegCloseKey(writer), ERROR_INVALID_HANDLE);
   EXPECT_EQ(Get(writer, u"v"), "error 6");
   EXPECT_EQ(Open(u"A", KEY_READ, nullptr), ERROR_INVALID_HANDLE);
   EXPECT_EQ(RegCloseKey(HKEY_USERS), ERROR_SUCCESS);
-  RegCloseKey(key);
 }
 
 TEST_F(RegistryTest, HomesAreApart) {
@@ -247,7 +243,6 @@ TEST_F(RegistryTest, HomesAreApart) {
   }
   EXPECT_EQ(Get(key, u"v"), "first");
   EXPECT_EQ(fs::status(File()).permissions(), static_cast<fs::perms>(0660));
-  RegCloseKey(key);
 }
 
 TEST_F(RegistryTest, AccessLists) {
@@ -274,18 +269,13 @@ TEST_F(RegistryTest, AccessLists) {
   for (const Case& row : cases) {
     SCOPED_TRACE(testing::Message() << "case " << &row - cases);
     TemporaryHome home;
-    const HKEY top = Create(u"Top");
     const HKEY child = Create(u"Top\\Child");
-    EXPECT_EQ(SetList(top, row.top, true), 0u);
-    if (row.child != nullptr) {
-      EXPECT_EQ(SetList(child, row.child, row.childProtected), 0u);
-    }
+    EXPECT_EQ(SetList(Create(u"Top"), row.top, true), 0u);
+    EXPECT_EQ(row.child ? SetList(child, row.child, row.childProtected) : 0u, 0u);
     platform::SetRegistryRole(platform::RegistryRole::Everyone);
     EXPECT_EQ(Open(u"Top\\Child", row.access), row.everyone);
     platform::SetRegistryRole(platform::RegistryRole::Actual);
     EXPECT_EQ(Open(u"Top\\Child", row.access), row.administrator);
-    RegCloseKey(child);
-    RegCloseKey(top);
   }
 }
 
@@ -299,8 +289,7 @@ TEST_F(RegistryTest, AccessListsGuardCreationAndDeletion) {
       RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Outer\\Inner", 0, nullptr, 0, KEY_ALL_ACCESS, &attributes, &key, nullptr),
       ERROR_SUCCESS);
   LocalFree(descriptor);
-  RegCloseKey(Create(u"Below", key));
-  RegCloseKey(key);
+  Create(u"Below", key);
 
   platform::SetRegistryRole(platform::RegistryRole::Everyone);
   EXPECT_EQ(Open(u"Outer", KEY_ALL_ACCESS), ERROR_SUCCESS) << "the descriptor is the new key's alone";
@@ -339,7 +328,6 @@ TEST_F(RegistryTest, ProcessesAndThreadsLoseNothing) {
   for (const pid_t child : children) EXPECT_EQ(WaitFor(child), 0);
   EXPECT_EQ(Count(key).values, 5u * kCount);
   EXPECT_EQ(Count(key).keys, 5u * kCount);
-  RegCloseKey(key);
 }
 
 TEST_F(RegistryTest, AKilledWriterLeavesAPrefixOfItsWrites) {
@@ -369,27 +357,18 @@ TEST_F(RegistryTest, AKilledWriterLeavesAPrefixOfItsWrites) {
     }
     EXPECT_EQ(Set(key, u"after", "x"), ERROR_SUCCESS);
     EXPECT_EQ(Sql((home.Path() / "registry.db").c_str(), "PRAGMA integrity_check"), "ok");
-    RegCloseKey(key);
   }
 }
 
 TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
-  const auto contents = [](const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  };
-  const auto write = [](const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-  };
   // A sound file of many pages, left by a process that ended well.
   std::string sound;
   {
     TemporaryHome home;
     const HKEY key = Create(u"Kept");
     EXPECT_EQ(Set(key, u"v", std::string(100000, 'x')), ERROR_SUCCESS);
-    RegCloseKey(key);
     WaitFor(Spawn([] {}));  // closes the connections, which brings the log back
-    sound = contents(home.Path() / "registry.db");
+    sound = ReadBytes(home.Path() / "registry.db");
     ASSERT_GT(sound.size(), 100000u);
   }
   const std::string scribbled = std::string(sound).replace(4096, 3 * 4096, 3 * 4096, '\x5a');
@@ -398,7 +377,7 @@ TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
     SCOPED_TRACE(bytes.size());
     TemporaryHome home;
     const fs::path file = home.Path() / "registry.db";
-    write(file, bytes);
+    WriteBytes(file, bytes);
     HKEY key = nullptr;
     testing::internal::CaptureStderr();
     for (int call = 0; call < 3; ++call) {
@@ -411,8 +390,8 @@ TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
     EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
     EXPECT_NE(told.find(file.string()), std::string::npos) << told;
     EXPECT_NE(platform::RegistryFault().find(file.string()), std::string::npos);
-    EXPECT_EQ(contents(file), bytes);
-    write(file, sound);
+    EXPECT_EQ(ReadBytes(file), bytes);
+    WriteBytes(file, sound);
     EXPECT_EQ(Open(u"Kept"), ERROR_SUCCESS) << "a file that was put back is used again";
     EXPECT_EQ(platform::RegistryFault(), "");
   }
@@ -420,12 +399,11 @@ TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
   // Damage that only one value meets stops everything from then on.
   {
     TemporaryHome home;
-    write(home.Path() / "registry.db", sound.substr(0, sound.size() / 2) + std::string(sound.size() / 2, '\x5a'));
+    WriteBytes(home.Path() / "registry.db", sound.substr(0, sound.size() / 2) + std::string(sound.size() / 2, '\x5a'));
     const HKEY key = Create(u"Kept");
     EXPECT_EQ(Get(key, u"v"), "error 1009");
     EXPECT_EQ(Open(u"Kept"), ERROR_BADDB);
     EXPECT_EQ(Set(key, u"w", "x"), ERROR_BADDB);
-    RegCloseKey(key);
   }
   // A newer program's file, and a log whose file is gone.
   EXPECT_EQ(Open(u"Kept"), ERROR_FILE_NOT_FOUND);
@@ -433,13 +411,13 @@ TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
   EXPECT_EQ(WaitFor(Spawn([&] { EXPECT_EQ(Open(u"Kept"), ERROR_BADDB); })), 0);
   EXPECT_EQ(Sql(File().c_str(), "PRAGMA user_version"), "2");
   fs::remove(File());
-  write(File().string() + "-wal", "log");
+  WriteBytes(File().string() + "-wal", "log");
   EXPECT_EQ(WaitFor(Spawn([&] { EXPECT_EQ(Open(u"Kept"), ERROR_BADDB); })), 0);
   EXPECT_FALSE(fs::exists(File()));
 }
 
 TEST_F(RegistryTest, ALockedFileFailsAndComesBack) {
-  RegCloseKey(Create(u"Kept"));
+  Create(u"Kept");
   int ready[2];
   ASSERT_EQ(pipe(ready), 0);
   const pid_t holder = Spawn([&] {
@@ -464,7 +442,7 @@ TEST_F(RegistryTest, ALockedFileFailsAndComesBack) {
 }
 
 TEST_F(RegistryTest, AFileWithoutRightsFails) {
-  RegCloseKey(Create(u"Kept"));
+  Create(u"Kept");
   {
     TemporaryHome home;
     fs::create_directory(home.Path() / "registry.db");
@@ -485,7 +463,6 @@ TEST_F(RegistryTest, AFileWithoutRightsFails) {
   }
   chmod(File().c_str(), 0660);
   EXPECT_EQ(Open(u"Kept"), ERROR_SUCCESS);
-  RegCloseKey(key);
 }
 
 }  // namespace

@@ -2,22 +2,18 @@
 #include <windows.h>
 
 #include <cstring>
-#include <fstream>
 
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
 #include "platform/resources/elf_note.h"
 #include "platform/resources/resource_file.h"
 #include "platform/text.h"
+#include "tests/support/files.h"
+#include "tests/support/last_error.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise::platform {
 namespace {
-
-std::string ReadBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 std::u16string LibraryPath() { return ToUtf16(std::string(LibraryFolder()) + "/libportwise.so"); }
 
@@ -119,8 +115,7 @@ TEST(Resources, AreFoundInLoadedLibrariesAndInFilesOpenedAsData) {
   EXPECT_EQ(path, LibraryPath());
   EXPECT_TRUE(FreeLibrary(data));
   EXPECT_FALSE(FreeLibrary(data));
-  EXPECT_EQ(FindResourceW(data, u"#118", RT_GROUP_ICON), nullptr);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+  EXPECT_EQ(ErrorOf(FindResourceW(data, u"#118", RT_GROUP_ICON)), ERROR_MOD_NOT_FOUND);
   FreeLibrary(loaded);
 }
 
@@ -132,10 +127,8 @@ TEST(FileNames, TemporaryFilesAreNewAndMovesKeepToTheirFlags) {
   ASSERT_NE(GetTempFileNameW(folder, u"pw#", 0, other), 0u);
   EXPECT_NE(std::u16string(one), other);
   EXPECT_TRUE(std::u16string_view(one).starts_with(u"C:\\Windows\\Temp\\pw#"));
-  EXPECT_EQ(GetTempFileNameW(u"C:\\none", u"pw#", 0, one), 0u);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DIRECTORY));
-  EXPECT_FALSE(MoveFileExW(one, other, 0));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
+  EXPECT_EQ(ErrorOf(GetTempFileNameW(u"C:\\none", u"pw#", 0, one)), ERROR_DIRECTORY);
+  EXPECT_EQ(ErrorOf(MoveFileExW(one, other, 0)), ERROR_ALREADY_EXISTS);
   EXPECT_TRUE(MoveFileExW(one, other, MOVEFILE_REPLACE_EXISTING));
   EXPECT_EQ(GetFileAttributesW(one), INVALID_FILE_ATTRIBUTES);
   EXPECT_TRUE(SetFileAttributesW(other, FILE_ATTRIBUTE_READONLY));

@@ -1,11 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "connection/connection_tcp.h"
 #include "plugin/port_plugins.h"
 #include "tests/plugin/plugin_fixture.h"
+#include "tests/support/files.h"
 #include "tests/support/printer_program.h"
 
 namespace portwise {
@@ -130,8 +128,7 @@ TEST_F(ReferencePluginTest, BlocksCarryWhatLooksLikeARequest) {
   EXPECT_TRUE(connection_.Close());
   EXPECT_EQ(printer_.Order("wait-idle"), "ok");
   EXPECT_THAT(printer_.Order("stats"), testing::HasSubstr(" requests=1"));
-  std::ifstream record(home_.Path() / "r" / "0001.prn", std::ios::binary);
-  EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(record), {}) == data);
+  EXPECT_TRUE(ReadBytes(home_.Path() / "r" / "0001.prn") == data);
 }
 
 }  // namespace

@@ -79,7 +79,10 @@ class AnsweringConnection final : public Connection {
   bool Close() override { return journal_.Say(KeepOpen() ? "close-keeping" : "close"), true; }
   bool Write(const void* data, DWORD length, DWORD* written) override {
     *written = refuses ? 0 : length;
-    journal_.Say((refuses ? "refused " : "sent ") + std::string(static_cast<const char*>(data), length));
+    journal_.Say((CountsAsPrintData() ? "printed "
+                  : refuses           ? "refused "
+                                      : "sent ") +
+                 std::string(static_cast<const char*>(data), length));
     const std::lock_guard lock(mutex_);
     pending_.assign(answer_.begin(), answer_.end());
     since_ = GetTickCount();
@@ -183,7 +186,7 @@ class FakeStatusPort final : public StatusHost {
   DriverSettings settings;
   StatusEvents events;
   std::atomic<int> failingLoads = 0;
-  std::atomic<bool> refusesDocuments = false, firstWritePending = false, jobOpen = false;
+  std::atomic<bool> refusesDocuments = false, firstWritePending = false, jobOpen = false, hasDocument = false;
 
   void SetBidirectional(bool on) {
     const DWORD attributes = on ? PRINTER_ATTRIBUTE_ENABLE_BIDI : 0;
@@ -191,7 +194,7 @@ class FakeStatusPort final : public StatusHost {
   }
   void Set(const char* setting, DWORD value) { settings.Core().SetDword(setting, value); }
 
-  OString PrinterName() const override { return OString(name_.c_str()); }
+  OString JobPrinter() const override { return OString(name_.c_str()); }
   DriverSettings& SettingValues() override { return settings; }
   Connection& PrinterConnection() override { return connection; }
   StatusEvents& Events() override { return events; }
@@ -207,6 +210,7 @@ class FakeStatusPort final : public StatusHost {
   void RefreshPrinter() override { journal.Say("refresh"); }
   OCriticalSection& DocumentLock() override { return documentLock_; }
   bool BeginStatusDocument() override { return journal.Say("begin"), !refusesDocuments; }
+  bool HasDocument() const override { return hasDocument; }
   void EndStatusDocument() override { journal.Say("end"); }
   void Publish(const PrinterStatus& status) override {
     std::string word = "status";
@@ -214,6 +218,8 @@ class FakeStatusPort final : public StatusHost {
     for (int i = 0; i < codes.Size(); ++i) word += " " + std::to_string(codes[i]);
     journal.Say(word);
   }
+  void NoteReady() override {}
+  void NoteSilence() override {}
   void TakeRoom(const PluginStatus& told) override {
     journal.Say("room " + std::to_string(told.threshold) + " " + std::to_string(told.available));
   }

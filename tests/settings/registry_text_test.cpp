@@ -207,6 +207,7 @@ TEST_F(RegistryTextTest, AnImportOfAnExportRestoresTheKey) {
                                                : registry_.SetBinary(path, bytes.data(), bytes.size()) >= 0;
       ASSERT_TRUE(written);
     }
+    if (round == 59) registry_.SetBinary("LOCAL:E/megabyte", std::string(1 << 20, 'm').data(), 1 << 20);
     const std::vector<std::string> before = Content("LOCAL:E");
     OStringArray lines;
     registry_.Export("LOCAL:E", &lines, ORegistry::kDeleteFirst);

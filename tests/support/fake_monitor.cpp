@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 #include <winsplp.h>
 
@@ -65,7 +64,7 @@ BOOL WINAPI OpenPort(HANDLE, HANDLE monitor, LPWSTR name, LPWSTR printer, PHANDL
   return TRUE;
 }
 
-BOOL WINAPI StartDoc(HANDLE port, LPWSTR printer, DWORD job, DWORD level, LPBYTE info) {
+BOOL WINAPI StartDoc(HANDLE port, LPWSTR printer, DWORD job, DWORD, LPBYTE) {
   FakePort& fake = At(port);
   if (Setting(u"Refuse Start")) return Refuse(ERROR_NOT_READY);
   fake.printer = portwise::platform::ToUtf8(printer);
@@ -73,7 +72,6 @@ BOOL WINAPI StartDoc(HANDLE port, LPWSTR printer, DWORD job, DWORD level, LPBYTE
   fake.taken = 0;
   fake.emptyWrites = 0;
   Log("start " + std::to_string(job) + " " + fake.printer);
-  if (Setting(u"Pass")) return fake.underlying->pfnStartDocPort(fake.underlyingPort, printer, job, level, info);
   return TRUE;
 }
 
@@ -91,12 +89,10 @@ bool IsDeleting(const FakePort& fake) {
 void Take(FakePort& fake, const BYTE* buffer, DWORD size) {
   Append("fake." + std::to_string(fake.job) + ".out", buffer, size);
   fake.taken += size;
-  if (DWORD limit = Setting(u"Crash At"); limit && fake.taken >= limit) kill(getpid(), SIGKILL);
 }
 
 BOOL WINAPI Write(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD written) {
   FakePort& fake = At(port);
-  if (Setting(u"Pass")) return fake.underlying->pfnWritePort(fake.underlyingPort, buffer, size, written);
   if (DWORD delay = Setting(u"Delay")) Sleep(delay);
   if (DWORD stubborn = Setting(u"Stubborn")) {
     // Takes everything at once, and is content only after so many empty writes.
@@ -123,8 +119,6 @@ BOOL WINAPI Write(HANDLE port, LPBYTE buffer, DWORD size, LPDWORD written) {
 BOOL WINAPI EndDoc(HANDLE port) {
   FakePort& fake = At(port);
   Log("end " + std::to_string(fake.job) + " " + std::to_string(fake.taken));
-  if (Setting(u"Pass")) fake.underlying->pfnEndDocPort(fake.underlyingPort);
-  if (Setting(u"Silent End")) return TRUE;
   std::u16string name = portwise::platform::ToUtf16(fake.printer);
   HANDLE printer = nullptr;
   if (!OpenPrinterW(name.data(), &printer, nullptr)) return FALSE;

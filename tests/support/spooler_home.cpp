@@ -1,6 +1,7 @@
 #include "tests/support/spooler_home.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -9,12 +10,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <thread>
 
 #include "host/registry_key.h"
+#include "tests/support/files.h"
 
 namespace portwise::test {
 
@@ -101,12 +101,21 @@ unsigned Control(unsigned job, unsigned command) {
   return Ask({{"op", "job-control"}, {"job", job}, {"command", command}}).head.value("error", 1u);
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream content;
-  content << file.rdbuf();
-  return content.str();
+bool HasState(unsigned job, const std::string& state, const std::string& reason) {
+  const Json found = GetJob(job);
+  return found.value("state", "") == state && found.value("reason", "").find(reason) != std::string::npos;
 }
+
+bool Gone(unsigned job, const std::string& outcome) { return GetJob(job).value("outcome", "") == outcome; }
+
+unique_printer OpenPrinterOf(const std::u16string& name, DWORD access) {
+  unique_printer printer;
+  PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
+  EXPECT_TRUE(OpenPrinterW(std::u16string(name).data(), printer.Put(), &defaults));
+  return printer;
+}
+
+std::string ReadFile(const std::string& path) { return ReadBytes(path); }
 
 bool Eventually(const std::function<bool()>& condition) {
   auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -134,6 +143,19 @@ ProgramResult RunProgram(const std::string& commandLine) {
   int status = pclose(pipe);
   if (WIFEXITED(status)) result.code = WEXITSTATUS(status);
   return result;
+}
+
+std::string ExpectRun(const std::string& arguments, int code, const std::string& told) {
+  const ProgramResult result = RunProgram("portwise " + arguments);
+  EXPECT_EQ(result.code, code) << arguments << "\n" << result.output;
+  EXPECT_NE(result.output.find(told), std::string::npos) << arguments << "\n" << result.output << "lacks " << told;
+  return result.output;
+}
+
+Json RunJson(const std::string& arguments) {
+  const ProgramResult result = RunProgram("portwise " + arguments + " --json");
+  EXPECT_EQ(result.code, 0) << arguments << "\n" << result.output;
+  return Json::parse(result.output, nullptr, false);
 }
 
 }  // namespace portwise::test

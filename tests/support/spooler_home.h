@@ -1,11 +1,13 @@
 #pragma once
 
 #include <windows.h>
+#include <winspool.h>
 
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "core/printer_handle.h"
 #include "platform/spooler/channel.h"
 
 namespace portwise::test {
@@ -51,6 +53,13 @@ nlohmann::json GetJob(unsigned job);
 /// The number of jobs in the queue.
 std::size_t JobCount();
 unsigned Control(unsigned job, unsigned command);
+/// Whether the job is in the queue in this state, with a reason that holds this text.
+bool HasState(unsigned job, const std::string& state, const std::string& reason = {});
+/// Whether the job has left the queue in this way: "printed" or "deleted".
+bool Gone(unsigned job, const std::string& outcome);
+
+/// A printer, opened through the spooler's calls.
+unique_printer OpenPrinterOf(const std::u16string& name, DWORD access = PRINTER_ACCESS_USE);
 
 /// Reads a file; empty when there is none.
 std::string ReadFile(const std::string& path);
@@ -66,5 +75,10 @@ struct ProgramResult {
   std::string output;  ///< standard output and standard error
 };
 ProgramResult RunProgram(const std::string& commandLine);
+/// Runs the command-line program and expects it to end with the code and to say, among other things, the text. Returns
+/// all that it says.
+std::string ExpectRun(const std::string& arguments, int code = 0, const std::string& told = {});
+/// What the command-line program says in JSON, and ends well with.
+nlohmann::json RunJson(const std::string& arguments);
 
 }  // namespace portwise::test

@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
-#include <winspool.h>
 
 #include <thread>
 
-#include "core/printer_handle.h"
 #include "settings/registry.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/spooler_home.h"
@@ -25,11 +23,6 @@ class DriverRequests : public testing::Test {
     const ProgramResult result = RunProgram("portwise xpml " + command);
     EXPECT_EQ(result.code, code) << command << "\n" << result.output;
     EXPECT_EQ(result.output, output) << command;
-  }
-  static unique_printer Open(std::u16string name) {
-    unique_printer printer;
-    EXPECT_TRUE(OpenPrinterW(name.data(), printer.Put(), nullptr));
-    return printer;
   }
   /// What the call returns; `buffer` is filled with "#" first.
   DWORD Get(const unique_printer& printer, std::u16string value, DWORD size, LPCWSTR key = nullptr) {
@@ -74,7 +67,7 @@ TEST_F(DriverRequests, TravelInThreeForms) {
 }
 
 TEST_F(DriverRequests, ReachTheMonitorAsPrinterDataOfEverySize) {
-  const unique_printer printer = Open(u"Labels");
+  const unique_printer printer = OpenPrinterOf(u"Labels");
   const ORegistry registry;
   const std::string request = "<reverse>12345</reverse>";
   const struct {
@@ -99,13 +92,7 @@ TEST_F(DriverRequests, ReachTheMonitorAsPrinterDataOfEverySize) {
   EXPECT_EQ(Get(printer, u"Monitoring Enabled", 64, TEXT("Other")), DWORD{ERROR_FILE_NOT_FOUND});
   EXPECT_EQ(Get(printer, u"Monitoring Enabled", 64, TEXT("printerdriverdata")), DWORD{ERROR_SUCCESS});
   // What is no request is data as ever.
-  const unique_printer administrator = [] {
-    unique_printer opened;
-    PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ALL_ACCESS};
-    std::u16string name = u"Labels";
-    EXPECT_TRUE(OpenPrinterW(name.data(), opened.Put(), &defaults));
-    return opened;
-  }();
+  const unique_printer administrator = OpenPrinterOf(u"Labels", PRINTER_ALL_ACCESS);
   BYTE data[] = {1, 2, 3};
   std::u16string plain = u"Plain";
   EXPECT_EQ(SetPrinterDataW(administrator.Get(), plain.data(), 77, data, 3), DWORD{ERROR_SUCCESS});

@@ -3,10 +3,10 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "host/registry_key.h"
+#include "tests/support/files.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
@@ -22,11 +22,7 @@ void Report(LPCWSTR source, std::vector<LPCWSTR> strings, WORD type, DWORD id) {
   DeregisterEventSource(handle);
 }
 
-Json AskEvents(const std::string& options) {
-  const ProgramResult result = RunProgram("portwise events --json " + options);
-  EXPECT_EQ(result.code, 0) << result.output;
-  return Json::parse(result.output, nullptr, false);
-}
+Json AskEvents(const std::string& options) { return RunJson("events " + options); }
 
 TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   SpoolerHome home;
@@ -41,7 +37,7 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   EXPECT_EQ(AskEvents("")[0]["text"], "shown\r\nbelow\x1b\u009b1m\r\n\r\nsecond");
   const auto library = home.Path() + "/drive_c/Windows/System32/msgtable.dll";
   std::filesystem::create_directories(std::filesystem::path(library).parent_path());
-  std::ofstream(library) << "old";
+  WriteBytes(library, "old");
   ASSERT_TRUE(home.Start()) << home.Errors();
   EXPECT_EQ(ReadFile(library), ReadFile(ProgramFolder() + "/msgtable.dll"));
   EXPECT_TRUE(ReadFile(home.Path() + "/drive_c/Windows/System32/portwise.ddz") ==
@@ -77,7 +73,7 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   reporter = {};
   EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 124) << "it had to be killed";
 
-  std::ofstream(home.File("registry.db"), std::ios::trunc) << std::string(9000, 'x');
+  WriteBytes(home.File("registry.db"), std::string(9000, 'x'));
   const ProgramResult damaged = RunProgram("portwise events");
   EXPECT_EQ(damaged.code, 1);
   EXPECT_THAT(damaged.output, HasSubstr(home.File("registry.db")));

@@ -2,6 +2,7 @@
 // columns. Each column has a printer of its own, and the columns run side by side.
 
 #include <gmock/gmock.h>
+#include <winspool.h>
 
 #include <sstream>
 #include <thread>
@@ -66,6 +67,12 @@ std::string Without(const std::string& events, const std::string& digits) {
 
 std::string Label(unsigned page) { return "label " + std::to_string(page) + "\r\n\x1b!PG0001\r\n"; }
 
+std::string JobData() {
+  std::string data;
+  for (unsigned page = 0; page < kPages; ++page) data += "<xpml><page quantity='1' pitch='2in'/></xpml>" + Label(page);
+  return data + "<xpml><end/></xpml>";
+}
+
 class JobStatusMatrix : public testing::Test {
  protected:
   JobStatusMatrix() : home_("portwise.dll") { EXPECT_TRUE(home_.Start()) << home_.Errors(); }
@@ -83,6 +90,7 @@ class JobStatusMatrix : public testing::Test {
     // By the spooler's clock, which runs faster than the printer's.
     EXPECT_TRUE(registry.SetDword(path(SettingId::ActivePollingInterval), 100));
     EXPECT_TRUE(registry.SetDword(path(SettingId::IdlePollingInterval), 400));
+    lane->Carry("sleep 100", "");  // a job may begin with settings that were read just before
     return lane;
   }
 
@@ -92,12 +100,9 @@ class JobStatusMatrix : public testing::Test {
 };
 
 void JobStatusMatrix::RunRow(PrintLane& lane, const Column& column, const Row& row) {
-  std::string data, whole;
-  for (unsigned page = 0; page < kPages; ++page) {
-    data += "<xpml><page quantity='1' pitch='2in'/></xpml>" + Label(page);
-    whole += Label(page);
-  }
-  data += "<xpml><end/></xpml>";
+  const std::string data = JobData();
+  std::string whole;
+  for (unsigned page = 0; page < kPages; ++page) whole += Label(page);
   const bool monitored = column.mode != 0;
   const bool verified = monitored && (column.verifyPage || column.verifyJob);
   const std::uint64_t printed = lane.Peer().Figure("pages");
@@ -156,6 +161,38 @@ TEST_F(JobStatusMatrix, ConditionsUnderEveryKindOfMonitoring) {
   const std::string warnings = RunProgram("portwise events --severity warning").output;
   // A printer that is offline does not close, and that is told.
   EXPECT_THAT(warnings, testing::Not(testing::AnyOf(HasSubstr("not known"), HasSubstr("not acknowledged"))));
+}
+
+TEST_F(JobStatusMatrix, LabelsOfAPrinterThatWasOffAreNotVerified) {
+  const auto lane = LaneOf({2, false, true});
+  // So long that nothing is under way to the printer when it goes off.
+  PrinterRegistry(OString(lane->Name())).SetDword(FindSetting(SettingId::ActivePollingInterval).path, 4000);
+  lane->Peer().Order("paper 2");
+  lane->Carry("print", JobData());
+  EXPECT_TRUE(Eventually([&] { return GetJob(lane->Job()).value("statusText", "") == "Out of Paper"; }));
+  for (const char* step : {"printer power off", "sleep 500", "printer ready", "await held"}) {
+    if (!lane->Carry(step, "")) return;
+  }
+  EXPECT_THAT(lane->Trace().record, testing::EndsWith(",failed"));
+  EXPECT_THAT(RunProgram("portwise events --severity warning").output, HasSubstr("left without an answer"));
+}
+
+TEST_F(JobStatusMatrix, ARequestForAnotherPrinterOfThePortLeavesTheJobAlone) {
+  const auto lane = LaneOf({2, false, true});
+  nlohmann::json mute{{"op", "printer-add"}, {"name", "mute"}, {"port", lane->Name()}};
+  mute.update({{"driver", ProgramFolder() + "/reference.dll"}, {"data", "SIMPR.DAT"}});
+  mute["attributes"] = PRINTER_ATTRIBUTE_LOCAL;
+  Ask(mute);
+  const auto isWaiting = [&] { return GetJob(lane->Job()).value("statusText", "").find("Out of Paper") == 0; };
+  lane->Peer().Order("paper 2");
+  lane->Carry("print", JobData());
+  EXPECT_TRUE(Eventually(isWaiting));
+  EXPECT_EQ(RunProgram("portwise xpml mute '<state action=\"get\" name=\"Status\"/>'").output, "Out of Paper");
+  lane->Carry("sleep 300", "");
+  EXPECT_TRUE(isWaiting()) << GetJob(lane->Job());
+  lane->Peer().Order("ready");
+  EXPECT_TRUE(lane->Carry("await printed", ""));
+  EXPECT_THAT(lane->Trace().record, testing::EndsWith(",verified"));
 }
 
 }  // namespace

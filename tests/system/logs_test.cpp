@@ -22,17 +22,10 @@ class Logs : public testing::Test {
   }
   ~Logs() override { ThreadLocalSlot::DestroyObjects(); }
 
-  static void Expect(const std::string& command, int code, const std::string& output = {}) {
-    const ProgramResult result = RunProgram("portwise log " + command);
-    EXPECT_EQ(result.code, code) << command << "\n" << result.output;
-    if (output.empty()) {
-      EXPECT_EQ(result.output, "") << command;
-    } else {
-      EXPECT_THAT(result.output, HasSubstr(output)) << command;
-    }
-  }
-  static Json List(const std::string& printer = {}) {
-    return Json::parse(RunProgram("portwise log list --json " + printer).output, nullptr, false);
+  /// Without a text, nothing may be told.
+  static void Expect(const std::string& command, int code, const std::string& told = {}) {
+    const std::string output = ExpectRun("log " + command, code, told);
+    EXPECT_TRUE(output.empty() || !told.empty()) << output;
   }
 
   SpoolerHome home_;
@@ -66,21 +59,21 @@ TEST_F(Logs, AreWhatTheLoggerReads) {
   const ProgramResult entries = RunProgram("portwise events --json --severity warning");
   EXPECT_THAT(entries.output, HasSubstr("Event ID: 350\\rDescription: hot\\r"));
 
-  const Json all = List();
+  const Json all = RunJson("log list");
   ASSERT_EQ(all.size(), 4u) << all;
-  EXPECT_EQ(List("other").at(0), all[3]);
+  EXPECT_EQ(RunJson("log list other").at(0), all[3]);
   const Json& other = all[3];
   EXPECT_EQ(other["events"], Json::array({"errors", "job-start"}));
   EXPECT_EQ(other["fields"][1], Json::parse(R"({"key": "Time", "caption": "At", "format": 3, "order": 2,
                                                "parameters": "%Y"})"));
   EXPECT_TRUE(other["enabled"] == false && other["header"] == false && other["organization"] == "log");
-  EXPECT_EQ(Json::parse(RunProgram("portwise log show OTHER EVENTS --json").output, nullptr, false), other);
+  EXPECT_EQ(RunJson("log show OTHER EVENTS"), other);
   Expect("show Labels pages", 0, "field:         PageIndex=Seite\n");
   Expect("list labels", 0, "Labels   pages     pages   text      yes      C:\\Logs\n");
 
   Expect("remove Labels 'A/b: %41'", 0);
   Expect("remove Labels 'a/b: %41'", 1, "has no log");
-  EXPECT_EQ(List("Labels").size(), 2u);
+  EXPECT_EQ(RunJson("log list Labels").size(), 2u);
   EXPECT_TRUE(std::filesystem::exists(home_.File("new/logs/a_b_ %41.csv")));
 }
 
@@ -111,7 +104,7 @@ TEST_F(Logs, RefuseWhatWouldWriteNothing) {
       {R"(Labels x --dir 'D:\Logs')", "cannot be made"},
   };
   for (const auto& row : rows) Expect("add " + row.arguments, 1, row.fault);
-  EXPECT_EQ(List().size(), 1u);
+  EXPECT_EQ(RunJson("log list").size(), 1u);
   EXPECT_TRUE(std::filesystem::is_empty(home_.File("folder"))) << "what was tried is left";
   home_.Stop();
   Expect("list", 1, "no spooler answers");

@@ -265,13 +265,16 @@ TEST_F(PortMonitors, RawTcpOutlivesWhatPrintersDo) {
   printer.Close();
   EXPECT_TRUE(port.End());
 
-  // Broken off before the end of the job is a loss; silence is not.
+  // Broken off before the end of the job is a loss, and so is what stays unacknowledged; other silence is not.
   for (const bool breaksOff : {true, false}) {
     ASSERT_TRUE(port.Start() && port.WriteAll("unread") && printer.Accept());
     if (breaksOff) printer.Reset();
     EXPECT_EQ(port.End(), !breaksOff);
     EXPECT_EQ(spooler_.TakeReports().find("undelivered: the printer broke") == 0, breaksOff);
   }
+  ASSERT_TRUE(port.Start() && port.WriteAll(Payload(100000, 2)) && printer.Accept());
+  EXPECT_FALSE(port.End());
+  EXPECT_THAT(spooler_.TakeReports(), testing::HasSubstr("undelivered: the printer has not acknowledged the last"));
 }
 
 TEST_F(PortMonitors, LprJobsArriveWholeAfterEveryRefusal) {

@@ -7,8 +7,6 @@
 namespace portwise::test {
 namespace {
 
-using testing::HasSubstr;
-
 constexpr char kId[] = "ID portwise-printer 1;";
 
 /// A printer that is asked through the reference plug-in.
@@ -17,13 +15,7 @@ class Query : public testing::Test {
   Query() : home_("portwise.dll") {
     EXPECT_TRUE(home_.Start()) << home_.Errors();
     Ask({{"op", "port-add"}, {"name", "dock"}, {"host", "127.0.0.1"}, {"port", device_.Port()}, {"protocol", "raw"}});
-    Run("printer add Dock --port dock --driver " + ProgramFolder() + "/reference.dll --data-file SIMPR.DAT", 0);
-  }
-
-  static void Run(const std::string& command, int code, const std::string& output = {}) {
-    const ProgramResult result = RunProgram("portwise " + command);
-    EXPECT_EQ(result.code, code) << command << "\n" << result.output;
-    EXPECT_THAT(result.output, HasSubstr(output)) << command;
+    ExpectRun("printer add Dock --port dock --driver " + ProgramFolder() + "/reference.dll --data-file SIMPR.DAT");
   }
 
   PrinterProgram device_{"--page-time 1"};
@@ -32,40 +24,41 @@ class Query : public testing::Test {
 
 TEST_F(Query, BringsTheAnswersBytes) {
   // All bytes reach the printer, which passes over those before the request, whatever they are to XPML.
-  Run(R"(query Dock '<a b="&amp;">\x00\xff]]>\\\e?ID\r\n')", 0, std::string("\x02") + kId);
-  Run(R"(query dock '\e?ID\r\n' --pattern '^[<\x02]ID .*?;[0-9A-F]{2}(?=["\x03])')", 0, kId);
-  Run(R"(--help >/dev/null; printf '\033?ID\r\n' | ")" + ProgramFolder() + R"(/portwise" query Dock -)", 0, kId);
+  ExpectRun(R"(query Dock '<a b="&amp;">\x00\xff]]>\\\e?ID\r\n')", 0, std::string("\x02") + kId);
+  ExpectRun(R"(query dock '\e?ID\r\n' --pattern '^[<\x02]ID .*?;[0-9A-F]{2}(?=["\x03])')", 0, kId);
+  ExpectRun(R"(--help >/dev/null; printf '\033?ID\r\n' | ")" + ProgramFolder() + R"(/portwise" query Dock -)", 0, kId);
   device_.Order("pieces 3");
-  Run(R"(query Dock '\e?ID\r\n')", 0, kId);
-  Run(R"(query Dock '\e?ID\r\n' --no-answer)", 0);
+  ExpectRun(R"(query Dock '\e?ID\r\n')", 0, kId);
+  ExpectRun(R"(query Dock '\e?ID\r\n' --no-answer)");
   EXPECT_EQ(RunProgram(R"(portwise query Dock '\e?ID\r\n' --no-answer)").output, "");
 }
 
 TEST_F(Query, SaysWhatWentWrong) {
-  Run(R"(query Dock '\q')", 1, "there is no escape \\q");
-  Run(R"(query Dock 'a\x1')", 1, "two hexadecimal digits");
-  Run(R"(query Dock 'a\')", 1, "there is no escape \\;");
-  Run("query Dock ''", 1, "the command is empty");
-  Run("query Nobody x", 1, "there is no printer Nobody");
+  ExpectRun(R"(query Dock '\q')", 1, "there is no escape \\q");
+  ExpectRun(R"(query Dock 'a\x1')", 1, "two hexadecimal digits");
+  ExpectRun(R"(query Dock 'a\')", 1, "there is no escape \\;");
+  ExpectRun("query Dock ''", 1, "the command is empty");
+  ExpectRun("query Nobody x", 1, "there is no printer Nobody");
   device_.Order("silent 1");
-  Run(R"(query Dock '\e?ID\r\n' --timeout 1)", 2, "no complete answer");
-  Run(R"(query Dock '\e?ID\r\n' --pattern 'ID [^p]' --timeout 1)", 2, "no complete answer");
+  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 1)", 2, "no complete answer");
+  ExpectRun(R"(query Dock '\e?ID\r\n' --pattern 'ID [^p]' --timeout 1)", 2, "no complete answer");
 
   // Ctrl-C ends it, and the monitor gives the printer to the next one.
   device_.Order("silent 1");
-  Run(R"(query Dock '\e?ID\r\n' --timeout 60 & sleep 1; kill -TERM $!; wait $!)", 130, "interrupted");
-  Run(R"(query Dock '\e?ID\r\n' --timeout 20)", 0, kId);
+  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 60 & sleep 1; kill -TERM $!; wait $!)", 130, "interrupted");
+  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 20)", 0, kId);
 
-  Run("printer set Dock --attributes local", 0);
-  Run("query Dock x", 1, "not bidirectional");
+  ExpectRun("printer set Dock --attributes local");
+  ExpectRun("query Dock x", 1, "not bidirectional");
   home_.Stop();
-  Run("query Dock x", 1, "no spooler answers");
+  ExpectRun("query Dock x", 1, "no spooler answers");
 }
 
 TEST_F(Query, LeavesNoRequestBehind) {
   const std::string list = R"(portwise xpml Dock "<query id='*' get='requests'/>")";
-  Run("printer set Dock --setting 'Status/Status Monitoring Mode=2' --setting 'Status/Idle Polling Interval=200'", 0);
-  Run(R"(query Dock '\e?ID\r\n' --timeout 3)", 0, kId);
+  ExpectRun(
+      "printer set Dock --setting 'Status/Status Monitoring Mode=2' --setting 'Status/Idle Polling Interval=200'");
+  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 3)", 0, kId);
   EXPECT_EQ(RunProgram(list).output, "1\r\n");
   EXPECT_TRUE(Eventually([&] { return RunProgram(list).output.empty(); })) << "it does not expire";
 }

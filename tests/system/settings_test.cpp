@@ -1,37 +1,20 @@
 #include <gmock/gmock.h>
-#include <winspool.h>
 
 #include <cstring>
 #include <set>
-#include <thread>
 
-#include "core/printer_handle.h"
 #include "core/thread_local_singleton.h"
 #include "settings/driver_settings.h"
 #include "settings/odometer.h"
 #include "settings/printer_info.h"
+#include "tests/support/last_error.h"
 #include "tests/support/print_ostring.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
 namespace {
 
-using testing::HasSubstr;
 using Json = nlohmann::json;
-
-void Expect(const std::string& command, int code, const std::string& output) {
-  ProgramResult result = RunProgram("portwise " + command);
-  EXPECT_EQ(result.code, code) << command << "\n" << result.output;
-  EXPECT_THAT(result.output, HasSubstr(output)) << command;
-}
-
-unique_printer Open(const std::u16string& name, DWORD access) {
-  unique_printer printer;
-  PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
-  std::u16string text = name;
-  EXPECT_TRUE(OpenPrinterW(text.data(), printer.Put(), &defaults));
-  return printer;
-}
 
 class SettingsSystem : public testing::Test {
  protected:
@@ -45,7 +28,7 @@ class SettingsSystem : public testing::Test {
 };
 
 TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
-  Expect(
+  ExpectRun(
       "printer set Labels --driver 'C:\\d\\therm.dll' --driver-name Thermal --data-file ABCxy.dat --share Anteil"
       " --comment 'Lager ü' --location Halle --attributes bidi,local --data 'ClientName=LAPTOP'"
       " --data 'Meterbank/Odometer Pages:dword=12' --data 'Meterbank/Odometer Distance:binary=0000000000001440'",
@@ -60,8 +43,8 @@ TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
   EXPECT_EQ(info.printProcessor, OString("winprint"));
   EXPECT_FALSE(info.remote);
 
-  const unique_printer user = Open(u"Labels", PRINTER_ACCESS_USE);
-  const unique_printer administrator = Open(u"Labels", PRINTER_ALL_ACCESS);
+  const unique_printer user = OpenPrinterOf(u"Labels", PRINTER_ACCESS_USE);
+  const unique_printer administrator = OpenPrinterOf(u"Labels", PRINTER_ALL_ACCESS);
   Odometer odometer;
   EXPECT_TRUE(odometer.Load(user.Get()));
   EXPECT_EQ(odometer.Pages(), 12u);
@@ -69,11 +52,11 @@ TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
   odometer.Add(1, 10);
   EXPECT_FALSE(odometer.Save(user.Get()));
   EXPECT_TRUE(odometer.Save(administrator.Get()));
-  Expect("printer show Labels", 0, "Meterbank/Odometer Pages = 13");
-  Expect("printer show Labels", 0, "PrinterDriverData/ClientName = LAPTOP");
-  Expect("printer show labels --json", 0, "\"dataFile\": \"C:\\\\Windows\\\\System32\\\\spool\\\\drivers");
-  Expect("printer set Labels --remove-data ClientName", 0, "");
-  Expect("printer set Labels --remove-data ClientName", 1, "has no data");
+  ExpectRun("printer show Labels", 0, "Meterbank/Odometer Pages = 13");
+  ExpectRun("printer show Labels", 0, "PrinterDriverData/ClientName = LAPTOP");
+  ExpectRun("printer show labels --json", 0, "\"dataFile\": \"C:\\\\Windows\\\\System32\\\\spool\\\\drivers");
+  ExpectRun("printer set Labels --remove-data ClientName");
+  ExpectRun("printer set Labels --remove-data ClientName", 1, "has no data");
 
   const struct {
     const char *arguments, *told;
@@ -91,14 +74,14 @@ TEST_F(SettingsSystem, TheCommandLineFillsWhatTheMonitorReads) {
       {"--data 'A/B/=1'", "[KEY/]VALUE"},
       {"--data 'A\\\\B/c=1'", "[KEY/]VALUE"},
   };
-  for (const auto& row : wrong) Expect(std::string("printer set Labels ") + row.arguments, 1, row.told);
-  Expect("printer add Extra --port dock --data 'a//b=1'", 1, "[KEY/]VALUE");
-  Expect("printer show Extra", 1, "Extra");
-  Expect("printer show Labels", 0, "comment:     Lager ü\n");
+  for (const auto& row : wrong) ExpectRun(std::string("printer set Labels ") + row.arguments, 1, row.told);
+  ExpectRun("printer add Extra --port dock --data 'a//b=1'", 1, "[KEY/]VALUE");
+  ExpectRun("printer show Extra", 1, "Extra");
+  ExpectRun("printer show Labels", 0, "comment:     Lager ü\n");
 }
 
 TEST_F(SettingsSystem, SettingsAreTypedByTheCatalogue) {
-  Expect(
+  ExpectRun(
       "printer add Thermal --port dock --driver /d/therm.dll --data-file ABCxy.dat --setting 'status/verify job "
       "COMPLETE=On' --setting 'Settings:Status/Status Monitoring Mode=03' --setting 'Logging/Directory=/l/ä=b' "
       "--setting 'Status/Send Timeout=4294967295' --setting 'Status/Show Icon=true'",
@@ -111,17 +94,17 @@ TEST_F(SettingsSystem, SettingsAreTypedByTheCatalogue) {
   EXPECT_EQ(settings.GetRecordingDirectory(), OString("/l/ä=b", kCodePageUtf8));
   EXPECT_EQ(settings.GetSendTimeout(), 4294967295u);
   EXPECT_EQ(PrinterInfo("Thermal").attributes, PRINTER_ATTRIBUTE_LOCAL | PRINTER_ATTRIBUTE_ENABLE_BIDI);
-  Expect("printer add Plain --port dock --driver-name therm --attributes local", 0, "");
+  ExpectRun("printer add Plain --port dock --driver-name therm --attributes local");
   EXPECT_EQ(PrinterInfo("Plain").attributes, DWORD{PRINTER_ATTRIBUTE_LOCAL});
   // Four bytes are no bool, and count as the default.
-  Expect("printer set Thermal --data 'PrinterDriverData/Settings/Status/Verify Page Complete:dword=1'", 0, "");
+  ExpectRun("printer set Thermal --data 'PrinterDriverData/Settings/Status/Verify Page Complete:dword=1'");
   const auto shown = Json::parse(RunProgram("portwise printer show Thermal --json").output)["settings"];
   EXPECT_EQ(shown, Json::parse(R"({"Logging/Directory": "/l/ä=b", "Status/Send Timeout": 4294967295,
                                    "Status/Status Monitoring Mode": 3, "Status/Verify Job Complete": true})"));
-  Expect("printer show Thermal", 0, "setting:     Status/Verify Job Complete = true\n");
-  Expect("printer show Thermal", 0, "data:        PrinterDriverData/Settings/Status/Verify Page Complete = 1\n");
-  Expect("printer set Thermal --default-setting 'Status/Send Timeout'", 0, "");
-  Expect("printer set Thermal --default-setting 'Status/Send Timeout'", 1, "has its default already");
+  ExpectRun("printer show Thermal", 0, "setting:     Status/Verify Job Complete = true\n");
+  ExpectRun("printer show Thermal", 0, "data:        PrinterDriverData/Settings/Status/Verify Page Complete = 1\n");
+  ExpectRun("printer set Thermal --default-setting 'Status/Send Timeout'");
+  ExpectRun("printer set Thermal --default-setting 'Status/Send Timeout'", 1, "has its default already");
 
   const struct {
     const char *setting, *told;
@@ -139,17 +122,17 @@ TEST_F(SettingsSystem, SettingsAreTypedByTheCatalogue) {
       {"Status/Send Timeout=1s", "it is a number from 0"},
   };
   for (const auto& row : wrong)
-    Expect(std::string("printer set Thermal --comment lost --setting '") + row.setting + "'", 1, row.told);
-  Expect("printer show Thermal", 0, "comment:\n");
+    ExpectRun(std::string("printer set Thermal --comment lost --setting '") + row.setting + "'", 1, row.told);
+  ExpectRun("printer show Thermal", 0, "comment:\n");
 }
 
 TEST_F(SettingsSystem, PrintersOfOtherComputers) {
-  Expect(R"(port add '\\FILES\Q' --file /dev/null)", 0, "");
-  Expect(R"(printer add '\\SRV\Far 1' --port dock)", 0, "");
-  Expect(R"(printer add Share --port '\\files\Q')", 0, "");
-  Expect("printer set Labels --server SRV", 0, "");
+  ExpectRun(R"(port add '\\FILES\Q' --file /dev/null)");
+  ExpectRun(R"(printer add '\\SRV\Far 1' --port dock)");
+  ExpectRun(R"(printer add Share --port '\\files\Q')");
+  ExpectRun("printer set Labels --server SRV");
   for (const char* bad : {R"('\\SRV')", R"('\\SRV\')", R"('\\\P')", R"('\\SRV\a\b')", R"('a\b')", "a,b"})
-    Expect(std::string("printer add ") + bad + " --port dock", 1, "name");
+    ExpectRun(std::string("printer add ") + bad + " --port dock", 1, "name");
   const struct {
     const char *name, *server, *shortName;
   } rows[] = {{R"(\\srv\FAR 1)", "SRV", "Far 1"}, {"share", "FILES", "Share"}, {"Labels", "SRV", "Labels"}};
@@ -173,12 +156,12 @@ TEST_F(SettingsSystem, PrintersOfOtherComputers) {
   EXPECT_EQ(names(PRINTER_ENUM_LOCAL), (std::set<OString>{"Labels", "Share"}));
   EXPECT_EQ(names(PRINTER_ENUM_CONNECTIONS), (std::set<OString>{"\\\\SRV\\Far 1"}));
   EXPECT_EQ(names(PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS).size(), 3u);
-  Expect(R"(printer remove '\\SRV\Far 1')", 0, "");
+  ExpectRun(R"(printer remove '\\SRV\Far 1')");
   EXPECT_EQ(names(PRINTER_ENUM_CONNECTIONS).size(), 0u);
 }
 
 TEST_F(SettingsSystem, PrintersAreReadAndChangedThroughTheSpooler) {
-  const unique_printer printer = Open(u"labels", PRINTER_ALL_ACCESS);
+  const unique_printer printer = OpenPrinterOf(u"labels", PRINTER_ALL_ACCESS);
   BYTE buffer[4096];
   DWORD needed = 0;
   ASSERT_TRUE(GetPrinterW(printer.Get(), 2, buffer, sizeof buffer, &needed));
@@ -196,8 +179,7 @@ TEST_F(SettingsSystem, PrintersAreReadAndChangedThroughTheSpooler) {
   info.pComment = comment.data();
   auto* bytes = reinterpret_cast<LPBYTE>(&info);
   EXPECT_TRUE(SetPrinterW(printer.Get(), 2, bytes, 0));
-  EXPECT_FALSE(SetPrinterW(Open(u"Labels", PRINTER_ACCESS_USE).Get(), 2, bytes, 0));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(ErrorOf(SetPrinterW(OpenPrinterOf(u"Labels", PRINTER_ACCESS_USE).Get(), 2, bytes, 0)), ERROR_ACCESS_DENIED);
   EXPECT_FALSE(GetPrinterW(printer.Get(), 2, nullptr, 0, &needed));
   ASSERT_TRUE(GetPrinterW(printer.Get(), 2, buffer, needed, &needed));
   auto* changed = reinterpret_cast<PRINTER_INFO_2W*>(buffer);
@@ -208,8 +190,7 @@ TEST_F(SettingsSystem, PrintersAreReadAndChangedThroughTheSpooler) {
   EXPECT_EQ(std::u16string(reinterpret_cast<PRINTER_INFO_1W*>(buffer)->pDescription),
             u"Labels,Label printer," + comment);
 
-  EXPECT_FALSE(GetPrinterDriverW(printer.Get(), nullptr, 6, nullptr, 0, &needed));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_UNKNOWN_PRINTER_DRIVER});
+  EXPECT_EQ(ErrorOf(GetPrinterDriverW(printer.Get(), nullptr, 6, nullptr, 0, &needed)), ERROR_UNKNOWN_PRINTER_DRIVER);
   BYTE data[8] = "1234567";
   DWORD type = 0;
   EXPECT_EQ(SetPrinterDataExW(printer.Get(), TEXT("A\\B"), TEXT("v:/"), 77, data, 8), DWORD{ERROR_SUCCESS});
@@ -224,47 +205,6 @@ TEST_F(SettingsSystem, PrintersAreReadAndChangedThroughTheSpooler) {
   for (LPCWSTR key : {TEXT(""), TEXT("\\"), TEXT("A\\\\B"), TEXT("A\\")})
     EXPECT_EQ(SetPrinterDataExW(printer.Get(), key, TEXT("Port"), REG_SZ, data, 8), DWORD{ERROR_INVALID_PARAMETER});
   EXPECT_EQ(SetPrinterDataExW(nullptr, TEXT("A"), TEXT("v"), REG_SZ, data, 8), DWORD{ERROR_INVALID_HANDLE});
-}
-
-TEST_F(SettingsSystem, TwoProcessesLoseNothing) {
-  constexpr int kRounds = 25;
-  const std::string key = "PRINT:Printers/Labels/PrinterDriverData/Settings/Status/";
-  std::string commands = "true";
-  for (int round = 0; round < kRounds; ++round) {
-    const std::string set = " && " + ProgramFolder() + "/portwise registry set '" + key;
-    commands += set + "Their " + std::to_string(round) + "' " + std::to_string(round) + " --type dword";
-    commands += set + "Send Timeout' " + std::to_string(1000 + round) + " --type dword";
-  }
-  std::thread other([&] { EXPECT_EQ(RunProgram("portwise --help >/dev/null && " + commands).code, 0); });
-  const PrinterRegistry registry("Labels");
-  DriverSettings settings;
-  int written = 0;
-  std::set<DWORD> seen;
-  while (seen.empty() || *seen.rbegin() < 1000 + kRounds - 1) {
-    ++written;
-    EXPECT_TRUE(registry.SetDword(OString("Settings:Status/Our ") + OString::FromInt(written), 1));
-    EXPECT_TRUE(registry.SetDword("Settings:Status/Idle Polling Interval", static_cast<DWORD>(written)));
-    settings.Init(registry);
-    EXPECT_EQ(settings.GetIdlePollingInterval(), static_cast<DWORD>(written));
-    const DWORD timeout = settings.GetSendTimeout();
-    if (timeout == 30000) {
-      EXPECT_TRUE(seen.empty()) << "a value that was there is gone";
-    } else {
-      EXPECT_TRUE(seen.empty() || timeout >= *seen.rbegin()) << "an older value is back";
-      seen.insert(timeout);
-    }
-    if (written > 20000) break;
-  }
-  other.join();
-  EXPECT_EQ(*seen.rbegin(), 1000u + kRounds - 1);
-  EXPECT_GT(written, kRounds);
-  for (int round = 0; round < kRounds; ++round) {
-    EXPECT_EQ(registry.GetDword(OString("Settings:Status/Their ") + OString::FromInt(round), 99),
-              static_cast<DWORD>(round));
-  }
-  DWORD values = 0;
-  EXPECT_TRUE(registry.GetKeyInfo("Settings:Status", nullptr, &values));
-  EXPECT_EQ(values, static_cast<DWORD>(kRounds + written + 2));
 }
 
 }  // namespace

@@ -1,22 +1,15 @@
 #include <gmock/gmock.h>
-#include <winspool.h>
 
 #include <functional>
 #include <tuple>
 
+#include "tests/support/last_error.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
 namespace {
 
 using testing::HasSubstr;
-
-HANDLE Open(std::u16string name, DWORD access) {
-  PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
-  HANDLE printer = nullptr;
-  EXPECT_TRUE(OpenPrinterW(name.data(), &printer, &defaults));
-  return printer;
-}
 
 std::vector<BYTE> buffer(8192);
 
@@ -47,7 +40,8 @@ TEST(HostStatus, MonitorsTellOfJobs) {
   const unsigned job = Submit("printer", Payload(200000, 7));
   ASSERT_TRUE(Eventually([&] { return !GetJob(job).value("reason", "").empty(); }));
   const std::string reason = GetJob(job).value("reason", "");
-  const HANDLE printer = Open(u"printer", PRINTER_ALL_ACCESS), user = Open(u"printer", PRINTER_ACCESS_USE);
+  const HANDLE printer = OpenPrinterOf(u"printer", PRINTER_ALL_ACCESS).Detach(),
+               user = OpenPrinterOf(u"printer", PRINTER_ACCESS_USE).Detach();
 
   std::u16string text = u"Papier fehlt – 紙切れ", other = u"EMF", name = u"renamed", bad = u"a\nb";
   JOB_INFO_1W info = ReadJob(printer, job);
@@ -111,7 +105,8 @@ TEST(HostStatus, MonitorsTellOfPrinters) {
   SpoolerHome home;
   ASSERT_TRUE(home.Start());
   home.AddPort("port", {"printer", "quiet"});
-  const HANDLE printer = Open(u"PRINTER", PRINTER_ALL_ACCESS), user = Open(u"printer", PRINTER_ACCESS_USE);
+  const HANDLE printer = OpenPrinterOf(u"PRINTER", PRINTER_ALL_ACCESS).Detach(),
+               user = OpenPrinterOf(u"printer", PRINTER_ACCESS_USE).Detach();
   EXPECT_THAT(RunProgram("portwise status").output, HasSubstr("printer  unknown"));
   ASSERT_TRUE(
       SetPrinterW(printer, 0, Word(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_DOOR_OPEN), PRINTER_CONTROL_SET_STATUS));
@@ -125,7 +120,8 @@ TEST(HostStatus, MonitorsTellOfPrinters) {
     HANDLE printer;
     DWORD level;
     LPBYTE info;
-    DWORD command, error;
+    DWORD command;
+    LSTATUS error;
   } faults[] = {
       {nullptr, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_HANDLE},
       {user, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_ACCESS_DENIED},
@@ -137,8 +133,7 @@ TEST(HostStatus, MonitorsTellOfPrinters) {
       {printer, 3, Bytes(info), 0, ERROR_INVALID_LEVEL},
   };
   for (const auto& row : faults) {
-    EXPECT_FALSE(SetPrinterW(row.printer, row.level, row.info, row.command));
-    EXPECT_EQ(GetLastError(), row.error) << &row - faults;
+    EXPECT_EQ(ErrorOf(SetPrinterW(row.printer, row.level, row.info, row.command)), row.error) << &row - faults;
   }
   EXPECT_EQ(ReadPrinter(printer).pComment, comment);
   EXPECT_THAT(RunProgram("portwise status printer").output,
@@ -152,7 +147,8 @@ TEST(HostStatus, MonitorsTellOfPrinters) {
   SetPrinterW(printer, 0, nullptr, PRINTER_CONTROL_SET_STATUS);
   EXPECT_THAT(RunProgram("portwise status printer").output, HasSubstr("ready"));
 
-  ASSERT_TRUE(SetPrinterW(Open(u"quiet", PRINTER_ALL_ACCESS), 0, Word(0x80000000), PRINTER_CONTROL_SET_STATUS));
+  ASSERT_TRUE(SetPrinterW(OpenPrinterOf(u"quiet", PRINTER_ALL_ACCESS).Detach(), 0, Word(0x80000000),
+                          PRINTER_CONTROL_SET_STATUS));
   EXPECT_THAT(RunProgram("portwise status quiet").output, HasSubstr("2147483648"));
   Ask({{"op", "printer-remove"}, {"name", "quiet"}});
   Ask({{"op", "printer-add"}, {"name", "quiet"}, {"port", "port"}});

@@ -4,11 +4,9 @@
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <winspool.h>
 
 #include <utility>
 
-#include "core/printer_handle.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
@@ -76,10 +74,7 @@ class Watch {
 };
 
 void SetStatus(const std::u16string& name, ULONG_PTR status) {
-  std::u16string text = name;
-  unique_printer printer;
-  PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_ADMINISTER};
-  EXPECT_TRUE(OpenPrinterW(text.data(), printer.Put(), &defaults));
+  const unique_printer printer = OpenPrinterOf(name, PRINTER_ACCESS_ADMINISTER);
   EXPECT_TRUE(SetPrinterW(printer.Get(), 0, reinterpret_cast<LPBYTE>(status), PRINTER_CONTROL_SET_STATUS));
 }
 

@@ -22,10 +22,12 @@ PortContext& PortOf(void* context) { return *static_cast<PortContext*>(context);
 }  // namespace
 
 bool RunPacket(XPML_Document& document, void* port) {
-  // What is taken must not come again, even when the printing fails.
-  TextBuffer content(TextBuffer::kNoLimit);
-  content.Swap(document.CurrentText());
-  PortOf(port).Path().WritePacket(document, content.View());
+  // What is printed must not come again, even when the printing fails.
+  struct Emptying {
+    ~Emptying() { content.Clear(); }
+    TextBuffer& content;
+  } packet{document.CurrentText()};
+  PortOf(port).Path().WritePacket(document, packet.content.View());
   return true;
 }
 
