@@ -22,7 +22,11 @@ class MonitorFixture : public ::testing::Test {
   MonitorFixture() {
     SetPortCommands(&commands_);
     CreatePortList();
-    platform::SetTickCount(0xFFFFF000);  // the tick count wraps while the tests run
+    // The tick count wraps while a test runs. In the next one it must not look as if no time had passed, or this thread
+    // would still take the printers of the last one for its own.
+    static DWORD start = 0xFFFFF000;
+    platform::SetTickCount(start);
+    start -= 2000;
   }
   ~MonitorFixture() override {
     DestroyPortList();
