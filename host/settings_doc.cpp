@@ -89,7 +89,7 @@ std::string Document() {
 
 int main(int argc, char** argv) {
   const bool check = argc == 3 && std::strcmp(argv[1], "--check") == 0;
-  if (argc != 2 && !check) {
+  if (argc < 2 || argv[argc - 1][0] == '-' || (argc > 2 && !check)) {
     std::fputs("usage: portwise-settings-doc [--check] FILE\n", stderr);
     return 2;
   }

@@ -14,6 +14,16 @@ bool IsFolder(const OString& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool NamesDevice(const OString& file) {
+  OString stem = file.Find('.') < 0 ? file : file.Left(file.Find('.'));
+  stem.TrimRight(" ");
+  for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+    if (stem.EqualsNoCase(device)) return true;
+  }
+  const bool numbered = stem.Length() == 4 && stem[3] >= '0' && stem[3] <= '9';
+  return numbered && (stem.Left(3).EqualsNoCase("COM") || stem.Left(3).EqualsNoCase("LPT"));
+}
+
 }  // namespace
 
 OString CommonApplicationDataFolder() {
@@ -39,6 +49,8 @@ OString LibraryTempFolder() {
   const DWORD length = GetTempPathW(MAX_PATH + 1, path);
   return length > 0 && length <= MAX_PATH ? OString(path).TrimRight("\\") : OString();
 }
+
+OString AvoidDeviceName(const OString& name) { return NamesDevice(name) ? "_" + name : name; }
 
 bool CreateFolder(const OString& path) {
   OString folder = path;

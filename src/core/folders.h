@@ -16,4 +16,7 @@ OString LibraryTempFolder();
 /// is that of the creation that failed.
 bool CreateFolder(const OString& path);
 
+/// A file's name without a folder, with "_" in front when Windows would take it for a device, as "nul" and "com1.txt".
+OString AvoidDeviceName(const OString& name);
+
 }  // namespace portwise

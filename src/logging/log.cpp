@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "core/file.h"
+#include "core/folders.h"
 #include "logging/log_formatter_csv.h"
 #include "logging/log_formatter_linear.h"
 #include "logging/log_formatter_system_event.h"
@@ -38,21 +39,11 @@ logField LoadField(const OString& printer, const OString& fields, const OString&
           registry.GetString("Parameters")};
 }
 
-/// Windows takes "nul" and "com1.txt" for a device.
-bool NamesDevice(const OString& file) {
-  const OString stem = file.Find('.') < 0 ? file : file.Left(file.Find('.'));
-  for (const char* device : {"CON", "PRN", "AUX", "NUL"}) {
-    if (stem.EqualsNoCase(device)) return true;
-  }
-  const bool numbered = stem.Length() == 4 && stem[3] >= '0' && stem[3] <= '9';
-  return numbered && (stem.Left(3).EqualsNoCase("COM") || stem.Left(3).EqualsNoCase("LPT"));
-}
-
 /// A name that people gave must not lead to another folder, nor to a device.
 OString AsFileName(OString name) {
   for (const char* forbidden : {"<", ">", ":", "/", "\\", "|", "*", "?", "\""}) name.Replace(forbidden, "_");
   for (char control = 1; control < ' '; ++control) name.Replace(OString(std::string_view(&control, 1)), "_");
-  return NamesDevice(name) ? "_" + name : name;
+  return AvoidDeviceName(name);
 }
 
 OString DateName() {

@@ -18,8 +18,8 @@ bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
     Connection& connection = port_.PrinterConnection();
     const ULONGLONG lost = connection.TakeUnconfirmedBytes();
     if (lost > 0) {
-      port_.Warn("The connection was lost after the last job. It is not known whether the printer has its last " +
-                 OString::FromUnsigned(lost) + " bytes.");
+      port_.Warn("The connection was lost after the last job of " + lastPrinter_ +
+                 ". It is not known whether the printer has its last " + OString::FromUnsigned(lost) + " bytes.");
     }
     // Between jobs the connection may be the one that has the last job's bytes.
     if (job != 0) connection.BeginCount();
@@ -45,6 +45,7 @@ bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
 bool DocumentControl::End(bool job) {
   if (depth_ > 0) --depth_;
   if (depth_ > 0) return true;
+  if (job) lastPrinter_ = port_.JobPrinter();
   Connection& connection = port_.PrinterConnection();
   if (connection.IsNetwork()) connection.SetKeepOpen(port_.Monitoring().IsOn() && MoreJobsWait(job));
   return connection.EndDoc() || connection.IsNetwork();

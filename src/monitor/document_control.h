@@ -44,6 +44,7 @@ class DocumentControl {
 
   PortContext& port_;
   OCriticalSection lock_;
+  OString lastPrinter_;  // of the last job; under the lock
   std::atomic<DWORD> job_{0};
   std::atomic<DWORD> depth_{0};
 };

@@ -153,9 +153,14 @@ void JobSession::Record(JobState state) {
 
 JobState JobSession::Judge(bool confirmed) {
   JobMonitoring& monitoring = port_.Monitoring();
-  if (!monitoring.IsOn()) return confirmed ? JobState::Completed : JobState::Unknown;
-  const bool verified = monitoring.VerifiesJob() || monitoring.VerifiesPages();
   JobRecords::Hold record(port_.Jobs(), port_.JobId());
+  if (!monitoring.IsOn()) {
+    const JobState unasked = confirmed ? JobState::Completed : JobState::Unknown;
+    // There is a record when monitoring went off in the middle of the job.
+    if (record) record->SetState(unasked);
+    return unasked;
+  }
+  const bool verified = monitoring.VerifiesJob() || monitoring.VerifiesPages();
   if (!record) return JobState::Unknown;
   const JobState state = !confirmed ? JobState::Failed : verified ? JobState::Verified : JobState::Completed;
   if (state == JobState::Verified) record->MarkVerified();

@@ -11,7 +11,7 @@ constexpr int kMostFiles = 1000000;
 OString BaseName(const OString& document) {
   OString name = document;
   for (const char* forbidden : {"<", ">", ":", "/", "\\", "|", "*", "\""}) name.Replace(forbidden, "_");
-  return name;
+  return AvoidDeviceName(name);
 }
 
 }  // namespace
