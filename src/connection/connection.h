@@ -98,6 +98,8 @@ class Connection {
   /// How many bytes of print data were taken by a connection that was then lost, so that nobody knows whether the
   /// printer has them, since the last call.
   virtual ULONGLONG TakeUnconfirmedBytes() { return 0; }
+  /// Closes what another channel to the printer is to take the place of, so that no later job could use it.
+  virtual bool CloseChannel() { return Close(); }
   /// Whether a connection is just being ended, which takes as long as the printer takes data. Any thread.
   virtual bool IsEnding() const { return false; }
 

@@ -32,16 +32,16 @@ bool IsRetried(int error) {
 
 int LengthOf(DWORD size) { return static_cast<int>(std::min<DWORD>(size, INT_MAX)); }
 
-/// Sets a flag for as long as it lives.
+/// Is counted for as long as it lives.
 class Ending {
  public:
-  explicit Ending(std::atomic<bool>* flag) : flag_(flag) { *flag_ = true; }
+  explicit Ending(std::atomic<int>* count) : count_(count) { ++*count_; }
   Ending(const Ending&) = delete;
   Ending& operator=(const Ending&) = delete;
-  ~Ending() { *flag_ = false; }
+  ~Ending() { --*count_; }
 
  private:
-  std::atomic<bool>* const flag_;
+  std::atomic<int>* const count_;
 };
 
 /// What to tell of a printer that has not closed in time.
@@ -83,7 +83,6 @@ bool Connection_TCP::OpenChannel(bool statusChannel) {
   if (!ConnectSocket(target.address)) return false;
   const OScopedLock lock(socketLock_);
   if (aborted_) return FailAborted();
-  carriesNoJob_ = statusChannel;
   connected_ = true;
   return true;
 }
@@ -91,6 +90,11 @@ bool Connection_TCP::OpenChannel(bool statusChannel) {
 bool Connection_TCP::Close() {
   statusChannel_ = false;
   if (KeepOpen() && ClosePeriod() > 0 && HasEverything() && delayedClose_.Start(Port().Faults())) return true;
+  return CloseNow();
+}
+
+bool Connection_TCP::CloseChannel() {
+  statusChannel_ = false;
   return CloseNow();
 }
 
@@ -107,6 +111,7 @@ bool Connection_TCP::HasEverything() {
     *now = AskAcknowledged(socket_.Get());
     return true;
   };
+  const Ending ending(&endings_);
   return AwaitAcknowledged(ask, sent, Stop());
 }
 
@@ -210,12 +215,7 @@ DWORD Connection_TCP::GetStatus(DWORD mask) {
 /// A printer that takes one connection at a time must not be left with one that nobody closes.
 bool Connection_TCP::CanConnect() {
   if (!Reopen()) return false;
-  if (Port().HasDocument()) return true;
-  {
-    const OScopedLock lock(socketLock_);
-    if (sent_ == 0) carriesNoJob_ = true;
-  }
-  CloseNow();
+  if (!Port().HasDocument()) CloseNow();
   return true;
 }
 
@@ -280,8 +280,8 @@ bool Connection_TCP::CloseNow() {
     connected_ = false;
     closing = std::move(socket_);
     sent = sent_;
-    // Some printers never close their side of the status channel, and are asked every few seconds.
-    brief = carriesNoJob_;
+    // Some printers never close their side, and are asked for their status every few seconds.
+    brief = !tookPrintData_;
   }
   return GracefulClose(std::move(closing), sent, brief);
 }
@@ -326,6 +326,7 @@ bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
     socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
     if (!socket_) return false;
     sent_ = 0;
+    tookPrintData_ = false;
     ULONG nonBlocking = 1;
     const DWORD timeout = kReceiveTimeout;
     if (setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeout), sizeof timeout) !=
@@ -383,7 +384,7 @@ ULONGLONG Connection_TCP::TakeUnconfirmedBytes() {
 
 bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent, bool brief) {
   const CloseResult result = [&] {
-    const Ending ending(&ending_);
+    const Ending ending(&endings_);
     return CloseGracefully(socket.Get(), sent, brief, Stop());
   }();
   const bool timedOut = result.error == WSAETIMEDOUT;
@@ -429,7 +430,10 @@ Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, 
   const int result = send(socket_.Get(), data, length, 0);
   if (result >= 0) {
     *sent = result;
-    if (CountsAsPrintData()) taken_ += static_cast<ULONGLONG>(result);
+    if (CountsAsPrintData()) {
+      taken_ += static_cast<ULONGLONG>(result);
+      tookPrintData_ = true;
+    }
     sent_ += static_cast<ULONGLONG>(result);
     return Transfer::kDone;
   }

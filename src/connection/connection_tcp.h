@@ -68,7 +68,8 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   bool IsNetwork() const override { return true; }
   void BeginCount() override;
   ULONGLONG TakeUnconfirmedBytes() override;
-  bool IsEnding() const override { return ending_; }
+  bool CloseChannel() override;
+  bool IsEnding() const override { return endings_ > 0; }
 
   /// As read by the last RefreshAddress. Any thread.
   OString HostName() const;
@@ -140,15 +141,15 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   PortAddress registered_;  // with the port number of the channel that was asked for; under the address lock
   HostLookUp lookUp_;       // under the address lock
 
-  ULONGLONG sent_ = 0;         // bytes that the socket took since it was connected; under the socket lock
-  bool carriesNoJob_ = false;  // the socket is of the status channel, or only looks for the printer; likewise
+  ULONGLONG sent_ = 0;          // bytes that the socket took since it was connected; under the socket lock
+  bool tookPrintData_ = false;  // among them; likewise
 
   // Print data of the document in progress, or of the last one: bytes that the connection has taken since it stands,
   // and those that earlier ones had taken when they were lost.
   std::atomic<ULONGLONG> taken_ = 0;
   std::atomic<ULONGLONG> unconfirmed_ = 0;
   std::vector<Delivery> deliveries_;  // under the socket lock
-  std::atomic<bool> ending_ = false;
+  std::atomic<int> endings_ = 0;      // connections that are just being ended
 
   OCriticalSection pingLock_;
   bool pinged_ = false;  // under pingLock_, as are the next two

@@ -37,6 +37,7 @@ LONG Connection_USB::Control(DWORD code, const char* text, void* buffer, DWORD s
       }
       return done ? 1 : 0;
     case CONTROL_VENDOR_GET:
+      if (!text) return 0;
       return static_cast<LONG>(
           RequestDevice(IOCTL_USBPRINT_VENDOR_GET_COMMAND, text, kVendorCommandSize, buffer, size, &done));
     default:

@@ -15,12 +15,18 @@ constexpr DWORD kLongestTalk = 60000;       // ms, for a peer that talks on and 
 constexpr DWORD kLongestDelivery = 600000;  // ms, for one that takes a little now and then
 constexpr DWORD kSlice = 100;               // ms until the wait looks at the abort and at what was acknowledged
 constexpr DWORD kAskPause = 1000;           // ms between questions whether the wait is to stop
+constexpr int kDrainTimes = 256;            // between looks at what else happened
 constexpr LONG kEvents = FD_READ | FD_CLOSE;
 
-/// Drops what has arrived. False on an error other than that there is nothing.
-bool DrainOnce(SOCKET socket) {
+/// Drops what has arrived, as much at once as keeps a peer that sends megabytes from waiting for room. False on an
+/// error other than that there is nothing.
+bool Drain(SOCKET socket) {
   char dropped[1024];
-  return recv(socket, dropped, static_cast<int>(sizeof dropped), 0) >= 0 || WSAGetLastError() == WSAEWOULDBLOCK;
+  int received = 1;
+  for (int times = 0; times < kDrainTimes && received > 0; ++times) {
+    received = recv(socket, dropped, static_cast<int>(sizeof dropped), 0);
+  }
+  return received >= 0 || WSAGetLastError() == WSAEWOULDBLOCK;
 }
 
 int ErrorOf(SOCKET socket) {
@@ -89,7 +95,7 @@ class Closing {
       lastProgress_ = GetTickCount();
     }
     if ((happened.lNetworkEvents & FD_READ) != 0) {
-      if (!DrainOnce(socket_)) return Fail(WSAGetLastError());
+      if (!Drain(socket_)) return Fail(WSAGetLastError());
       lastWord_ = GetTickCount();
     }
     return true;

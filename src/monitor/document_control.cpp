@@ -13,9 +13,17 @@ bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
     port_.Path().EndSilence();
     job_ = job;
   }
-  if (depth_ == 0) {
-    if (!BeginAtConnection(job, level, info)) return false;
-    Connection& connection = port_.PrinterConnection();
+  if (depth_ == 0 && !BeginAtConnection(job, level, info)) return false;
+  ++depth_;
+  return true;
+}
+
+bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
+  Connection& connection = port_.PrinterConnection();
+  if (port_.IsOpen() && !connection.StartDoc(job, level, info)) return false;
+  // A failure from here on must not leave a document that nobody ends.
+  try {
+    if (port_.IsOpen() && port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
     const ULONGLONG lost = connection.TakeUnconfirmedBytes();
     if (lost > 0) {
       port_.Warn("The connection was lost after the last job of " + lastPrinter_ +
@@ -23,20 +31,8 @@ bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
     }
     // Between jobs the connection may be the one that has the last job's bytes.
     if (job != 0) connection.BeginCount();
-  }
-  ++depth_;
-  return true;
-}
-
-bool DocumentControl::BeginAtConnection(DWORD job, DWORD level, BYTE* info) {
-  if (!port_.IsOpen()) return true;
-  Connection& connection = port_.PrinterConnection();
-  if (!connection.StartDoc(job, level, info)) return false;
-  // A failure from here on must not leave a document that nobody ends.
-  try {
-    if (port_.PortFunctions().pfnSetPortTimeOuts) connection.SetTimeouts(port_.Timeouts());
   } catch (...) {
-    connection.EndDoc();
+    if (port_.IsOpen()) connection.EndDoc();
     throw;
   }
   return true;

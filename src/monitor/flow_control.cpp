@@ -14,15 +14,20 @@ constexpr DWORD kPauseWithoutRoom = 100;  // ms
 
 void FlowControl::Set(DWORD available, DWORD threshold) {
   const OScopedLock lock(lock_);
-  available_ = static_cast<LONG>(std::min<DWORD>(available, INT_MAX));
-  threshold_ = threshold > 0 ? threshold : kNoThreshold;
+  SetAvailable(available);
+  SetThreshold(threshold);
 }
 
+/// A plug-in may tell the threshold once, and the room every time.
 void FlowControl::Take(const PluginStatus& status) {
-  if (status.Has(PluginStatus::kAvailable)) {
-    Set(status.available, status.Has(PluginStatus::kThreshold) ? status.threshold : 0);
-  }
+  const OScopedLock lock(lock_);
+  if (status.Has(PluginStatus::kAvailable)) SetAvailable(status.available);
+  if (status.Has(PluginStatus::kThreshold)) SetThreshold(status.threshold);
 }
+
+void FlowControl::SetAvailable(DWORD available) { available_ = static_cast<LONG>(std::min<DWORD>(available, INT_MAX)); }
+
+void FlowControl::SetThreshold(DWORD threshold) { threshold_ = threshold > 0 ? threshold : kNoThreshold; }
 
 bool FlowControl::Admits(size_t length, WriteOutcome* outcome) {
   if (!Applies() || Reserve(length)) return true;

@@ -28,6 +28,9 @@ class FlowControl {
   bool Applies();
   /// Takes the room for a write; false when there is too little.
   bool Reserve(size_t length);
+  // Both under the lock.
+  void SetAvailable(DWORD available);
+  void SetThreshold(DWORD threshold);
 
   PortContext& port_;
   OCriticalSection lock_;

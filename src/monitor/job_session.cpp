@@ -116,7 +116,8 @@ void JobSession::End() {
   });
   bool deleted = false;
   attempt([&] { deleted = port_.JobIsDeleted(); });
-  const bool whole = delivered && ended && unconfirmed == 0 && !failure;
+  // What a plug-in had dropped was not printed.
+  const bool whole = delivered && ended && unconfirmed == 0 && !failure && !port_.Path().IsSilenced();
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   port_.Settings().ReleaseJob();
   // A failure is reported by itself.

@@ -158,7 +158,14 @@ void PortContext::EnsureProtocolLoaded() {
 bool PortContext::BeginStatusDocument() {
   WCHAR name[] = TEXT("Status Monitor");
   DOC_INFO_1W info = {name, nullptr, nullptr};
-  return documents_.Begin(0, 1, reinterpret_cast<LPBYTE>(&info));
+  if (!documents_.Begin(0, 1, reinterpret_cast<LPBYTE>(&info))) return false;
+  statusThread_ = GetCurrentThreadId();
+  return true;
+}
+
+void PortContext::EndStatusDocument() {
+  statusThread_ = 0;
+  documents_.End(false);
 }
 
 void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {

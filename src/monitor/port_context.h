@@ -125,7 +125,9 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   OCriticalSection& DocumentLock() override { return documents_.Lock(); }
   bool BeginStatusDocument() override;
   bool HasDocument() const override { return documents_.Depth() > 0; }
-  void EndStatusDocument() override { documents_.End(false); }
+  void EndStatusDocument() override;
+  /// The calling thread has a status document open, which print data must not get into.
+  bool IsAskingPrinter() const { return statusThread_ == GetCurrentThreadId(); }
   void NoteReady() override { monitoring_.NoteReady(); }
   void NoteSilence() override { monitoring_.NoteSilence(); }
   void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
@@ -160,6 +162,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   PortFaultReport faults_{*this, &eventLog_};  // asks the documents for the job
   PortSettings settings_;
   std::atomic<bool> closing_{false};
+  std::atomic<DWORD> statusThread_{0};      // that has a status document open; 0 for none
   std::unique_ptr<Connection> connection_;  // its last close asks whether the port is being closed
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};

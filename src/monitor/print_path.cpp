@@ -66,6 +66,7 @@ void PrintPath::MarkEnd() {
 BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   *written = 0;
   outcome_ = WriteOutcome();
+  errorBefore_ = GetLastError();
   size = std::min<DWORD>(size, INT_MAX);
   bool sent = false;
   if (!DeliverPending(&sent)) {
@@ -107,11 +108,13 @@ PrintPath::Verdict PrintPath::WaitForFirstWrite() {
   return Verdict::ReturnFalse;
 }
 
-/// Nothing is taken while the printer reports an error.
+/// Nothing is taken while the printer reports an error. Until that is over it is asked, and not while it prints: to ask
+/// may break the connection off in the midst of a label.
 PrintPath::Verdict PrintPath::WaitForHealth() {
-  if (!port_.Monitoring().IsOn() || !port_.Monitoring().PublishCurrent().IsError()) return Verdict::GoOn;
-  port_.Monitor().AllowPolling(true);
-  return Verdict::ReturnFalse;
+  if (!port_.Monitoring().IsOn()) return Verdict::GoOn;
+  const bool error = port_.Monitoring().PublishCurrent().IsError();
+  if (error || port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(error);
+  return error ? Verdict::ReturnFalse : Verdict::GoOn;
 }
 
 /// `skipped` leading bytes were parsed in an earlier call. Until the parser has the rest, an exception leaves the skip
@@ -166,7 +169,7 @@ PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DW
   skipCount_ = consumed;
   *written = skipped;
   RethrowFailure();
-  if (outcome_.timedOut) SetLastError(ERROR_IO_DEVICE);
+  SetLastError(outcome_.timedOut ? ERROR_IO_DEVICE : errorBefore_);
   return Verdict::ReturnFalse;
 }
 
@@ -261,6 +264,10 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
     return;
   }
   WriteOutcome outcome;
+  if (port_.IsAskingPrinter()) {
+    WarnOfLostPacket(bytes.size());
+    return;
+  }
   if (!AwaitRoom(bytes.size(), &outcome)) {
     WarnOfLostPacket(bytes.size());
     return;

@@ -100,6 +100,7 @@ class PrintPath {
   std::atomic<bool> endConfirmed_ = false;
   std::atomic<bool> firstWritePending_ = true;
   std::atomic<bool> silenced_ = false;
+  DWORD errorBefore_ = 0;  // the last error of the caller of Write
 };
 
 }  // namespace portwise

@@ -151,7 +151,7 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   }
   // Print data must not find the status channel open, whatever happens here.
   try {
-    if (ownChannel) connection.Close();
+    if (ownChannel) connection.CloseChannel();
     if (!ownChannel || connection.OpenStatus()) {
       refusedAt_.reset();
       Exchange(pollDue, &polled);
@@ -196,7 +196,7 @@ void StatusMonitor::RestoreConnection(bool ownChannel, bool polled) {
   const bool lost = connection.IsTcp() && polled && status_.IsOffline();
   if (lost) connection.SetKeepOpen(false);
   if (!ownChannel && !lost) return;
-  connection.Close();
+  connection.CloseChannel();
   connection.Open();
 }
 

@@ -325,6 +325,7 @@ TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
   // The first port must have the status channel's behind it.
   FakePrinter status;
   RegisterPort("IP_1", "", "127.0.0.1", status.Port() - 1u);
+  connection_.CountAsPrintData(false);
   ASSERT_TRUE(connection_.OpenStatus());
   ASSERT_TRUE(status.Accept());
   EXPECT_EQ(connection_.PortNumber(), status.Port());

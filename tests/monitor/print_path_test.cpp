@@ -106,7 +106,9 @@ TEST_F(PrintPathTest, TakesNothingWhileThePrinterIsInTrouble) {
   }
   monitor_->SetStatuses({kReady});
   port_->Events().RequestStatus(500);
+  EXPECT_TRUE(monitor_->AllowsPolling());
   EXPECT_EQ(Drive("ab"), 0u);
+  EXPECT_FALSE(monitor_->AllowsPolling()) << "a poll may break the connection off";
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_EQ(below_.output, "ab");
   EXPECT_EQ(StateOf(1), JobState::Failed) << "it had no end";
@@ -273,8 +275,9 @@ TEST_F(PrintPathTest, DropsWhatFollowsAPlugInsStatus) {
   EXPECT_EQ(plugin_.special, "reader,type,2,data");
   plugin_.specialResult = kOutOfPaper;
   EXPECT_EQ(port_->RunSpecialOperation("reader", "type", 1, ""), kOutOfPaper);
-  EXPECT_EQ(Drive("after"), 0u);
+  EXPECT_EQ(Drive("after" + kEnd), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
+  EXPECT_EQ(StateOf(1), JobState::Failed);
   ASSERT_TRUE(Start(handle_, 2));
   EXPECT_EQ(Drive("next"), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));

@@ -64,6 +64,7 @@ class FakeJobMonitor final : public JobMonitor {
   }
   void Touch() override {}
   void AllowPolling(bool allowed) override { polling_ = allowed; }
+  bool AllowsPolling() const { return polling_; }
   PrinterStatus CurrentStatus() override { return PrinterStatus(status_); }
   void SetStatusOffline() override {
     status_ = 5;

@@ -465,6 +465,7 @@ TEST_F(PortMonitors, SerialLinesGetTheirSettingsAndKeepTheirOwn) {
   std::string answer;
   EXPECT_TRUE(port.Read(&answer));
   EXPECT_EQ(answer, "status");
+  answering.get();
   EXPECT_TRUE(port.Read(&answer) && answer.empty());
   port.Close();
   tcgetattr(ends[1], &after);
