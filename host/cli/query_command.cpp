@@ -124,10 +124,12 @@ class Request {
 
   std::string Response() const { return driver_.AskStored("<request query='" + id_ + "' id='1' get='response'/>"); }
 
-  /// Ends the request, and returns when it has, or does not for a while.
-  void Cancel() const {
+  /// Ends the request, and returns when it has, or does not for a while. The state in which the cancel left it.
+  State Cancel() const {
     driver_.AskStored("<query id='" + id_ + "' action='cancel'/>");
+    const State left = Ask();
     for (const auto begin = Clock::now(); Ask() == State::Active && Clock::now() - begin < kCancelTime;) Sleep(50);
+    return left;
   }
 
  private:
@@ -136,10 +138,11 @@ class Request {
 };
 
 [[noreturn]] void FailInTime(const Request& request, State state, const QueryArguments& arguments) {
-  request.Cancel();
+  const State left = request.Cancel();
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%g s", arguments.timeout);
-  if (state == State::Pending) {
+  // It may have been sent at the last moment.
+  if (state == State::Pending && left == State::Cancelled) {
     throw CommandError("the printer was not free within " + std::string(seconds) +
                            "; the command was not sent ('portwise status' and 'portwise jobs' tell why)",
                        kNoAnswer);

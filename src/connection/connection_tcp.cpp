@@ -140,6 +140,7 @@ bool Connection_TCP::StartDoc(DWORD, DWORD, LPBYTE) { return Open(); }
 void Connection_TCP::BeginCount() {
   const OScopedLock lock(socketLock_);
   taken_ = 0;
+  carriesJob_ = true;
 }
 
 bool Connection_TCP::EndDoc() { return Close(); }
@@ -281,7 +282,7 @@ bool Connection_TCP::CloseNow() {
     closing = std::move(socket_);
     sent = sent_;
     // Some printers never close their side, and are asked for their status every few seconds.
-    brief = !tookPrintData_;
+    brief = !carriesJob_;
   }
   return GracefulClose(std::move(closing), sent, brief);
 }
@@ -326,7 +327,7 @@ bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
     socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
     if (!socket_) return false;
     sent_ = 0;
-    tookPrintData_ = false;
+    carriesJob_ = false;
     ULONG nonBlocking = 1;
     const DWORD timeout = kReceiveTimeout;
     if (setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&timeout), sizeof timeout) !=
@@ -383,10 +384,14 @@ ULONGLONG Connection_TCP::TakeUnconfirmedBytes() {
 }
 
 bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent, bool brief) {
-  const CloseResult result = [&] {
+  CloseResult result;
+  try {
     const Ending ending(&endings_);
-    return CloseGracefully(socket.Get(), sent, brief, Stop());
-  }();
+    result = CloseGracefully(socket.Get(), sent, brief, Stop());
+  } catch (...) {
+    CountAsLost();
+    throw;
+  }
   const bool timedOut = result.error == WSAETIMEDOUT;
   const bool stopped = result.error == ERROR_OPERATION_ABORTED;
   const bool printed = taken_ > 0;
@@ -432,7 +437,7 @@ Connection_TCP::Transfer Connection_TCP::SendOnce(const char* data, int length, 
     *sent = result;
     if (CountsAsPrintData()) {
       taken_ += static_cast<ULONGLONG>(result);
-      tookPrintData_ = true;
+      carriesJob_ = true;
     }
     sent_ += static_cast<ULONGLONG>(result);
     return Transfer::kDone;

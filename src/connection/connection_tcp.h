@@ -141,8 +141,8 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   PortAddress registered_;  // with the port number of the channel that was asked for; under the address lock
   HostLookUp lookUp_;       // under the address lock
 
-  ULONGLONG sent_ = 0;          // bytes that the socket took since it was connected; under the socket lock
-  bool tookPrintData_ = false;  // among them; likewise
+  ULONGLONG sent_ = 0;       // bytes that the socket took since it was connected; under the socket lock
+  bool carriesJob_ = false;  // it is a job's, or took print data; likewise
 
   // Print data of the document in progress, or of the last one: bytes that the connection has taken since it stands,
   // and those that earlier ones had taken when they were lost.

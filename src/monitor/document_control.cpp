@@ -8,11 +8,12 @@
 
 namespace portwise {
 
+void DocumentControl::NameJob(DWORD job) {
+  if (job != 0) job_ = job;
+}
+
 bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
-  if (job != 0) {
-    port_.Path().EndSilence();
-    job_ = job;
-  }
+  if (job != 0) port_.Path().EndSilence();
   if (depth_ == 0 && !BeginAtConnection(job, level, info)) return false;
   ++depth_;
   return true;

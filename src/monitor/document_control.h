@@ -27,8 +27,11 @@ class DocumentControl {
   /// Ends it. `job` tells that it was a job's, which decides when its connection may close. False when the port beneath
   /// says that the end has failed; a network connection tells by its unconfirmed bytes. Under the lock.
   bool End(bool job);
-  /// The job's end is told everywhere.
+  /// A job is about to begin, and stays known, refused or not, until another one begins or its end is told everywhere.
+  void NameJob(DWORD job);
   void ForgetJob() { job_ = 0; }
+  /// From the start of a job to its end, or to its refusal. Under the lock.
+  void SetJobRunning(bool running) { jobRuns_ = running; }
 
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
   void AbandonAll();
@@ -36,6 +39,8 @@ class DocumentControl {
   /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
   /// thread.
   DWORD Job() const { return job_; }
+  /// Any thread.
+  bool IsJobRunning() const { return jobRuns_; }
   DWORD Depth() const { return depth_; }
 
  private:
@@ -46,6 +51,7 @@ class DocumentControl {
   OCriticalSection lock_;
   OString lastPrinter_;  // of the last job; under the lock
   std::atomic<DWORD> job_{0};
+  std::atomic<bool> jobRuns_{false};
   std::atomic<DWORD> depth_{0};
 };
 

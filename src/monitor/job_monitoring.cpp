@@ -8,6 +8,18 @@ namespace {
 constexpr DWORD kReady = 1;
 constexpr DWORD kMonitoringDisabled = 0x10000000;
 
+/// A wait for a status, for a scope. A job that starts meanwhile does not take the answer away.
+class StatusWait {
+ public:
+  explicit StatusWait(JobMonitor& monitor) : monitor_(monitor) { monitor_.BeginStatusRequest(); }
+  ~StatusWait() { monitor_.EndStatusRequest(); }
+  StatusWait(const StatusWait&) = delete;
+  StatusWait& operator=(const StatusWait&) = delete;
+
+ private:
+  JobMonitor& monitor_;
+};
+
 }  // namespace
 
 bool JobMonitoring::IsOn() const { return port_.Settings().Values().IsStatusMonitoringEnabled(); }
@@ -28,6 +40,7 @@ bool JobMonitoring::VerifiesJob() const {
 
 bool JobMonitoring::RequestStatus(bool keepPolling) const {
   const OScopedLock lock(requestLock_);
+  const StatusWait wait(port_.Monitor());
   port_.Monitor().AllowPolling(true);
   bool answered = !IsOn() || port_.Events().RequestStatus(port_.ResponseTimeout());
   // A printer that still takes what it was sent cannot be asked, and has not failed.

@@ -13,9 +13,27 @@
 #include "settings/printer_info.h"
 
 namespace portwise {
+namespace {
 
-bool JobSession::Start(DWORD job, DWORD level, BYTE* info) {
+/// A job runs from the moment at which its connection is begun, which is for the job's printer whatever a request makes
+/// the port's. One that fails to start leaves running only what did before.
+class JobStart {
+ public:
+  explicit JobStart(DocumentControl& documents) : documents_(documents) { documents_.SetJobRunning(true); }
+  ~JobStart() { documents_.SetJobRunning(documents_.Depth() > 0); }
+  JobStart(const JobStart&) = delete;
+  JobStart& operator=(const JobStart&) = delete;
+
+ private:
+  DocumentControl& documents_;
+};
+
+}  // namespace
+
+bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   const OScopedLock lock(port_.Documents().Lock());
+  port_.NameJob(printer, job);
+  const JobStart start(port_.Documents());
   const bool begun = port_.Documents().Begin(job, level, info);
   port_.Monitor().SetStartDocFailed(!begun);
   if (!begun || !info) return begun;
@@ -125,6 +143,7 @@ void JobSession::End() {
   if (last && (leaves || deleted || unconfirmed > 0 || !failure)) {
     attempt([&] { Leave(leaves, unconfirmed, deleted); });
   }
+  if (last) port_.Documents().SetJobRunning(false);
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();
 }

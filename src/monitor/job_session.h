@@ -17,7 +17,7 @@ class JobSession {
 
   /// Begins the document at the connection and, when that worked, the job. False, with the connection's last error,
   /// when the connection refused.
-  bool Start(DWORD job, DWORD level, BYTE* info);
+  bool Start(const OString& printer, DWORD job, DWORD level, BYTE* info);
 
   /// Ends the job and then its document, and tells the spooler that the job has left: unless some of it is
   /// undelivered, a connection was lost that had taken bytes of it, or the printer was when it had not printed them.

@@ -63,7 +63,7 @@ void PageTracker::CountDistance(DWORD pages, DWORD pitch) {
   const unique_printer handle = OpenForChanges(printer);
   const OScopedLock lock(odometerLock_);
   // A request may print between jobs, and on a printer that no job has used.
-  if (port_.JobId() == 0 || odometerOf_ != printer) LoadOdometer(printer, handle.Get());
+  if (!port_.Documents().IsJobRunning() || odometerOf_ != printer) LoadOdometer(printer, handle.Get());
   odometer_->Add(pages, pitch);
   odometer_->Save(handle.Get());
 }

@@ -73,12 +73,8 @@ void PortContext::ClosePort() {
 
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   SetPrinterName(printer);
-  {
-    const OScopedLock lock(nameLock_);
-    jobPrinter_ = printer;
-  }
   diagnostics_.LogCall("lmStartDocPortW");
-  const bool started = session_.Start(job, level, info);
+  const bool started = session_.Start(printer, job, level, info);
   NameLogs();
   return started;
 }
@@ -108,7 +104,8 @@ BOOL PortContext::GetDeviceData(DWORD control, LPWSTR valueName, LPWSTR in, DWOR
 }
 
 bool PortContext::JobIsDeleted() const {
-  return JobId() != 0 && (JobStatus(JobPrinter(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
+  return documents_.IsJobRunning() && JobId() != 0 &&
+         (JobStatus(JobPrinter(), JobId()) & (JOB_STATUS_DELETING | JOB_STATUS_DELETED)) != 0;
 }
 
 void PortContext::ExecuteRequest(std::string_view request, TextBuffer& reply) {
@@ -122,7 +119,18 @@ OString PortContext::PrinterName() const {
 
 OString PortContext::JobPrinter() const {
   const OScopedLock lock(nameLock_);
-  return JobId() != 0 ? jobPrinter_ : printerName_;
+  return PrinterInUse();
+}
+
+StatusSubject PortContext::Subject() const {
+  const OScopedLock lock(nameLock_);
+  return {PrinterInUse(), JobId(), jobPrinter_};
+}
+
+void PortContext::NameJob(const OString& printer, DWORD job) {
+  const OScopedLock lock(nameLock_);
+  jobPrinter_ = printer;
+  documents_.NameJob(job);
 }
 
 void PortContext::SetPrinterName(const OString& printer) {
@@ -137,7 +145,7 @@ void PortContext::NameLogs() {
   const OScopedLock lock(nameLock_);
   eventLog_.SetPrinterName(JobPrinter());
   // A job's records stay those of its printer.
-  if (JobId() == 0) log_.SetPrinterName(printerName_);
+  if (!documents_.IsJobRunning()) log_.SetPrinterName(printerName_);
 }
 
 std::unique_ptr<OExceptionHandler> PortContext::MakeGuard(const char* name) {
@@ -152,7 +160,7 @@ bool PortContext::LoadPlugin() {
 
 /// A job keeps the plug-in that it began with.
 void PortContext::EnsureProtocolLoaded() {
-  if (JobId() == 0) plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_);
+  if (!documents_.IsJobRunning()) plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_);
 }
 
 bool PortContext::BeginStatusDocument() {

@@ -67,6 +67,9 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   /// The printer that was named last, by a job or a request.
   OString PrinterName() const;
   void SetPrinterName(const OString& printer);
+  /// A job is about to begin, for this printer. Under the documents' lock, so that no status is told of a job before
+  /// its record is there.
+  void NameJob(const OString& printer, DWORD job);
   /// The printer of the job in progress, which may be another one that shares the port; between jobs the port's.
   OString JobPrinter() const override;
   HANDLE PortHandle() const override { return portHandle_; }
@@ -144,18 +147,21 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   bool IsReady() const { return ready_; }
   /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
   /// thread.
-  DWORD JobId() const override { return documents_.Job(); }
+  DWORD JobId() const { return documents_.Job(); }
+  StatusSubject Subject() const override;
 
  private:
   void ConnectTo();
   void ClosePort();
+  /// As JobPrinter, under nameLock_.
+  OString PrinterInUse() const { return documents_.IsJobRunning() ? jobPrinter_ : printerName_; }
   /// Gives the logs the printer that what they are told is about.
   void NameLogs();
 
   HANDLE portHandle_ = nullptr;
   const OString portName_;
   OString printerName_;  // under nameLock_, as is the next
-  OString jobPrinter_;   // of the last job
+  OString jobPrinter_;   // of the documents' job
   mutable OCriticalSection nameLock_;
   PrinterPortEventLog eventLog_;
   DocumentControl documents_;

@@ -22,29 +22,32 @@ Event EventOf(const PrinterStatus& status, const PrinterStatus& before) {
 void StatusPublisher::Publish(const PrinterStatus& published) {
   // The caller's record may change meanwhile; everybody is told of one status.
   const PrinterStatus status(published);
-  const OString printer = port_.JobPrinter();
+  const StatusSubject subject = port_.Subject();
   const OScopedLock lock(lock_);
-  const DWORD job = port_.JobId();
-  if (!(status == current_) || job != lastJob_) {
-    Announce(printer, job, status);
+  if (!(status == current_) || subject.job != lastJob_) {
+    Announce(subject, status);
     current_ = status;
   }
   SetLastError(status.ErrorCode());
 }
 
-void StatusPublisher::Announce(const OString& printer, DWORD job, const PrinterStatus& status) {
-  const unique_printer handle = OpenForChanges(printer);
+void StatusPublisher::Announce(const StatusSubject& subject, const PrinterStatus& status) {
+  const unique_printer handle = OpenForChanges(subject.printer);
   if (!handle) return;
-  if (job != 0) {
-    UpdateJobStatus(handle.Get(), job, status.JobFlags(), texts_.Of(status, PrinterStatus::kDashes));
+  if (subject.job != 0) {
+    // A refused job waits in the queue of its printer, while the port may have got another one.
+    const bool elsewhere = subject.jobPrinter != subject.printer;
+    const unique_printer queue = elsewhere ? OpenForChanges(subject.jobPrinter) : unique_printer();
+    const HANDLE opened = elsewhere ? queue.Get() : handle.Get();
+    if (opened) UpdateJobStatus(opened, subject.job, status.JobFlags(), texts_.Of(status, PrinterStatus::kDashes));
   }
-  lastJob_ = job;
+  lastJob_ = subject.job;
   UpdatePrinterStatus(handle.Get(), status.SpoolerFlags());
   const bool inComment = port_.SettingValues().GetAdvancedStatusComment();
   UpdateComment(handle.Get(), inComment
                                   ? texts_.Of(status, PrinterStatus::kCommas | PrinterStatus::kWithoutSpoolerFlags)
                                   : OString());
-  Record(job, status);
+  Record(subject.job, status);
 }
 
 void StatusPublisher::Record(DWORD job, const PrinterStatus& status) {

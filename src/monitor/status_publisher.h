@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ostring.h"
 #include "core/synchronizer.h"
 #include "logging/job_logger.h"
 #include "monitor/job_records.h"
@@ -9,15 +10,19 @@
 
 namespace portwise {
 
+/// Whom a status is told of, at one moment.
+struct StatusSubject {
+  OString printer;     ///< of the job in progress, between jobs the one that the port prints to
+  DWORD job = 0;       ///< in progress, or the last one when it was refused or its end failed; else 0
+  OString jobPrinter;  ///< in whose queue the job is
+};
+
 /// What the publication of a printer's status asks of the port. Any thread.
 class PublishingPort {
  public:
   virtual ~PublishingPort() = default;
 
-  /// The printer of the job in progress, between jobs the one that the port prints to.
-  virtual OString JobPrinter() const = 0;
-  /// The spooler's id of the job in progress; 0 when there is none.
-  virtual DWORD JobId() const = 0;
+  virtual StatusSubject Subject() const = 0;
   virtual DriverSettings& SettingValues() = 0;
   virtual JobRecords& Jobs() = 0;
   virtual JobLogger& JobLog() = 0;
@@ -41,7 +46,7 @@ class StatusPublisher {
 
  private:
   /// The next two are called under the lock.
-  void Announce(const OString& printer, DWORD job, const PrinterStatus& status);
+  void Announce(const StatusSubject& subject, const PrinterStatus& status);
   void Record(DWORD job, const PrinterStatus& status);
 
   PublishingPort& port_;

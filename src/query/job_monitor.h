@@ -27,6 +27,9 @@ class JobMonitor {
 
   /// The printer may be asked for its status; not while a job's data is on its way, unless the job waits for it.
   virtual void AllowPolling(bool allowed) = 0;
+  /// Somebody begins to wait for a status, and has ended: meanwhile the printer may be asked whatever is allowed.
+  virtual void BeginStatusRequest() = 0;
+  virtual void EndStatusRequest() = 0;
   /// The status determined last, or what stands for it while monitoring is off.
   virtual PrinterStatus CurrentStatus() = 0;
   /// The printer does not answer any more: the status becomes offline, and is published, while it is followed.

@@ -34,8 +34,8 @@ class RequestJudge final : public AnswerJudge {
   PluginVerdict Judge(std::string_view answer, DWORD count) override {
     if (pattern_) return pattern_->Matches(answer) ? PluginVerdict::Complete : PluginVerdict::Incomplete;
     if (host_.Protocol().IsActive()) {
-      // After a full read, one that brings nothing ends an answer of just that length.
-      return count < QueryExchange::kReadSize ? PluginVerdict::Complete : PluginVerdict::None;
+      // After a full read there is more to come.
+      return count < QueryExchange::kReadSize ? PluginVerdict::Complete : PluginVerdict::Incomplete;
     }
     return host_.Monitor().PassData(answer.data(), static_cast<DWORD>(answer.size()));
   }
@@ -74,6 +74,7 @@ void QueryEngine::RunRequests() {
     } catch (...) {
       // A fault of the plug-in must not leave a request that is run for ever.
       request->status = RequestStatus::Failed;
+      requests_.FailPending("*");
       requests_.Record(*request);
       throw;
     }
@@ -83,6 +84,7 @@ void QueryEngine::RunRequests() {
 }
 
 void QueryEngine::FailDue() {
+  requests_.Purge();
   {
     const RequestRun run(requests_);
     while (std::optional<QueryRequest> request = requests_.TakeDue()) {

@@ -47,6 +47,7 @@ void StatusMonitor::WaitForEvents(DWORD milliseconds) {
 }
 
 void StatusMonitor::RunCycle() {
+  requests_.Purge();
   if (!FollowSettings()) {
     WaitForEvents(kWhileUnidirectional);
     return;
@@ -58,7 +59,8 @@ void StatusMonitor::RunCycle() {
   }
   if (pollDue && status_.IsReady() && startDocFailed_.exchange(false)) SetStatusOffline();
   WaitForTurn();
-  if (running_ && !UseConnection(pollDue)) WaitAwake(kBusyPause);
+  // A status may have been requested during the wait.
+  if (running_ && !UseConnection(pollDue || (mode_ != 0 && statusRequested_))) WaitAwake(kBusyPause);
 }
 
 /// What the settings say now; false when the printer is not to be asked anything. A status that nobody follows any more
@@ -71,7 +73,7 @@ bool StatusMonitor::FollowSettings() {
   bidirectional_ = bidirectional;
   const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
   mode_ = mode;
-  if (switchedOff || left) SetStatusReady();
+  if (switchedOff || left) DropStatus();
   if (!bidirectional) {
     queue_.Abandon();
     statusRequested_ = false;
@@ -93,24 +95,32 @@ bool StatusMonitor::IsPollDue() {
     case 2:
       return true;
     case 3:
-      if (!IsMonitoringJob() && !status_.IsReady()) SetStatusReady();
+      if (!IsMonitoringJob() && !status_.IsReady()) DropStatus();
       return IsMonitoringJob();
     default:
       return false;
   }
 }
 
+/// Somebody follows the status at present, and it is looked for again.
+bool StatusMonitor::IsStatusFollowed() { return mode_ != 0 && (mode_ != 3 || IsMonitoringJob()); }
+
 /// Until somebody wants something, a request falls due, or the settings may have changed.
 void StatusMonitor::WaitForDemand() {
-  requests_.Purge();
+  refused_ = false;
+  refusedAt_.reset();
   WaitForEvents(std::min(requests_.TimeUntilDue().value_or(kIdleWait), kIdleWait));
 }
 
+/// A connection that was refused is not asked for again before an interval has passed.
 void StatusMonitor::WaitForTurn() {
+  const bool refused = std::exchange(refused_, false);
   statusResponseTimeout_ = ResponseTimeout();
   if (status_.IsOffline()) {
     statusResponseTimeout_ = kOfflineResponseTimeout;
-    if (!statusRequested_) WaitAwake(PollingInterval());
+    if (refused || !statusRequested_) WaitAwake(PollingInterval());
+  } else if (refused) {
+    WaitForEvents(PollingInterval());
   } else if (!statusRequested_ && !IsQuerying() && !requests_.AnyDue()) {
     const DWORD interval = PollingInterval();
     WaitForEvents(std::min(requests_.TimeUntilDue().value_or(interval), interval));
@@ -118,16 +128,22 @@ void StatusMonitor::WaitForTurn() {
 }
 
 /// Holds the connection, and keeps jobs from starting and ending, for as long as the printer is asked. False when print
-/// data has the connection, or it cannot be begun.
+/// data has the connection.
 bool StatusMonitor::UseConnection(bool pollDue) {
   const OScopedLock document(host_.DocumentLock());
   Connection& connection = host_.PrinterConnection();
   const ConnectionTurn turn(connection);
   if (!turn.IsTaken()) return false;
-  statusRequested_ = false;
+  const bool requested = std::exchange(statusRequested_, false);
   if (!host_.BeginStatusDocument()) {
-    if ((connection.IsTcp() || connection.IsUsb()) && mode_ != 0) SetStatusOffline();
-    return false;
+    if ((connection.IsTcp() || connection.IsUsb()) && IsStatusFollowed()) {
+      SetStatusOffline();
+    } else {
+      // Who still waits for a status has not got one.
+      statusRequested_ = requested && statusRequests_ > 0;
+    }
+    TimeRefusal();
+    return true;
   }
   try {
     AskPrinter(pollDue);
@@ -144,7 +160,7 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   const bool ownChannel = connection.IsTcp() && host_.Plugin().HasStatusChannel();
   bool polled = false;
   // A change of the channel closes the print channel, which a job in its midst can do without.
-  const bool polls = pollDue && pollingAllowed_;
+  const bool polls = pollDue && MayPoll();
   if (ownChannel && !polls && !IsQuerying() && !requests_.AnyDue()) {
     refusedAt_.reset();
     return;
@@ -165,10 +181,22 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   RestoreConnection(ownChannel, polled);
 }
 
-/// The printer takes no connection to its status channel. One that has answered there before is as good as silent, and
-/// what is to be asked of it waits no longer than for a printer that takes nothing.
+/// The printer takes no connection to its status channel. One that has answered there before is as good as silent, but
+/// it may only be answering another computer: as long as it takes print data it has not been switched off.
 void StatusMonitor::TakeRefusal(bool polls) {
-  if (polls && (poll_.IsKnownBidirectional() || !host_.PrinterConnection().Open())) ConcludeOffline();
+  if (polls) {
+    if (!host_.PrinterConnection().Open()) {
+      ConcludeOffline();
+    } else if (poll_.IsKnownBidirectional()) {
+      SetStatusOffline();
+    }
+  }
+  TimeRefusal();
+}
+
+/// What is to be asked of a printer that takes no connection waits no longer than for one that takes nothing.
+void StatusMonitor::TimeRefusal() {
+  refused_ = true;
   const DWORD now = GetTickCount();
   if (!IsQuerying() && !requests_.AnyDue()) {
     refusedAt_.reset();
@@ -201,13 +229,14 @@ void StatusMonitor::RestoreConnection(bool ownChannel, bool polled) {
 }
 
 bool StatusMonitor::PollStatus() {
-  if (!pollingAllowed_) return false;
+  if (!MayPoll()) return false;
   if (host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0) {
     ConcludeOffline();
     return true;
   }
   if (IsMonitoringJob() && !host_.IsFirstWritePending()) PaceDuringJob();
   lastPoll_ = GetTickCount();
+  if (!unansweredSince_) unansweredSince_ = lastPoll_;
   PrinterStatus status = status_;
   const auto publish = [this](const PrinterStatus& found) {
     if (found.IsReady()) host_.NoteReady();
@@ -215,15 +244,26 @@ bool StatusMonitor::PollStatus() {
   };
   switch (poll_.Ask(statusResponseTimeout_, status, publish)) {
     case StatusPoll::Result::Answered:
+      unansweredSince_.reset();
       TellStatusWaiters();
       break;
     case StatusPoll::Result::Offline:
-      ConcludeOffline();
+      TakeSilence();
       break;
     case StatusPoll::Result::Nothing:
       break;
   }
   return true;
+}
+
+/// A printer that is looked for with short waits may be there and merely late, with nothing lost.
+void StatusMonitor::TakeSilence() {
+  const bool gone = host_.PrinterConnection().GetStatus(STATUS_DISCONNECTED) != 0;
+  if (gone || GetTickCount() - *unansweredSince_ >= ResponseTimeout()) {
+    ConcludeOffline();
+  } else {
+    SetStatusOffline();
+  }
 }
 
 /// Not the printer's own word.

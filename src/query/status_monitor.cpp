@@ -83,6 +83,13 @@ void StatusMonitor::SetStatusReady() {
   TellStatusWaiters();
 }
 
+/// A job that waits for the printer's own word is not answered with this one, and none starts or ends meanwhile.
+void StatusMonitor::DropStatus() {
+  const OScopedLock document(host_.DocumentLock());
+  SetStatus(PrinterStatus(kStatusReady));
+  if (!IsMonitoringJob()) TellStatusWaiters();
+}
+
 /// Without bidirectional support nobody would find the printer ready again.
 void StatusMonitor::SetStatusOffline() {
   const OScopedLock lock(statusLock_);
@@ -110,10 +117,7 @@ void StatusMonitor::ThreadProc() {
     if (!sound && running_) WaitAwake(kFailurePause);
   }
   started_ = false;
-  RunGuarded(*guard, [this] {
-    EndThread();
-    return TRUE;
-  });
+  EndThread(*guard);
 }
 
 void StatusMonitor::LoadPlugin(OExceptionHandler& guard) {
@@ -130,11 +134,20 @@ void StatusMonitor::LoadPlugin(OExceptionHandler& guard) {
   if (!started_) running_ = false;
 }
 
-void StatusMonitor::EndThread() {
-  queue_.Abandon();
-  if (!status_.IsReady()) SetStatusReady();
-  CloseConnection();
-  host_.UnloadPlugin();
+/// Each step is made whatever became of those before it.
+void StatusMonitor::EndThread(OExceptionHandler& guard) {
+  const auto attempt = [&](auto step) {
+    RunGuarded(guard, [&] {
+      step();
+      return TRUE;
+    });
+  };
+  attempt([this] { queue_.Abandon(); });
+  attempt([this] {
+    if (!status_.IsReady()) SetStatusReady();
+  });
+  attempt([this] { CloseConnection(); });
+  attempt([this] { host_.UnloadPlugin(); });
 }
 
 /// Not under a job that has begun meanwhile, which closes the connection itself.

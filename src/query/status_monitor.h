@@ -45,6 +45,8 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void SetStartDocFailed(bool failed) override;
   void Touch() override { lastData_ = GetTickCount(); }
   void AllowPolling(bool allowed) override { pollingAllowed_ = allowed; }
+  void BeginStatusRequest() override { ++statusRequests_; }
+  void EndStatusRequest() override { --statusRequests_; }
   PrinterStatus CurrentStatus() override;
   void SetStatusOffline() override;
   void NoteStatusRead() override;
@@ -59,22 +61,26 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
  private:
   void ThreadProc();
   void LoadPlugin(OExceptionHandler& guard);
-  void EndThread();
+  void EndThread(OExceptionHandler& guard);
   void CloseConnection();
 
   /// The steps of a cycle. The thread's alone, as what they work on.
   void RunCycle();
   bool FollowSettings();
   bool IsPollDue();
+  bool IsStatusFollowed();
   void WaitForDemand();
   void WaitForTurn();
   bool UseConnection(bool pollDue);
   void AskPrinter(bool pollDue);
   void TakeRefusal(bool polls);
+  void TimeRefusal();
   void Exchange(bool pollDue, bool* polled);
   void RestoreConnection(bool ownChannel, bool polled);
   /// False when the printer was not asked.
   bool PollStatus();
+  bool MayPoll() const { return pollingAllowed_ || statusRequests_ > 0; }
+  void TakeSilence();
   void ConcludeOffline();
   void PaceDuringJob();
   DWORD PollingInterval();
@@ -87,6 +93,8 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void SetStatus(const PrinterStatus& status);
   void TellStatusWaiters() { SetEvent(host_.Events().StatusUpdated()); }
   void SetStatusReady();
+  /// Ready, since nobody follows the status any more.
+  void DropStatus();
 
   Connection& PrinterConnection() override { return host_.PrinterConnection(); }
   MonitorInterface& Monitor() override { return host_.Plugin(); }
@@ -114,6 +122,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
 
   std::atomic<LONG> jobs_{0};
   std::atomic<bool> pollingAllowed_{true};
+  std::atomic<LONG> statusRequests_{0};  // that somebody waits for, whatever a job that starts meanwhile allows
   std::atomic<bool> bidirectional_{true};
   std::atomic<bool> startDocFailed_{false};
   std::atomic<DWORD> lastData_{0};        // tick count
@@ -122,8 +131,10 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   LONG mode_ = 0;                 // of the cycle before
   bool statusRequested_ = false;  // and not looked for since
   DWORD statusResponseTimeout_ = 30000;
-  DWORD lastPoll_ = 0;              // tick count
-  std::optional<DWORD> refusedAt_;  // tick count; the status channel is refused since, with something to ask
+  bool refused_ = false;                  // a connection was, the last time
+  DWORD lastPoll_ = 0;                    // tick count
+  std::optional<DWORD> refusedAt_;        // tick count; connections are refused since, with something to ask
+  std::optional<DWORD> unansweredSince_;  // tick count of the first poll since the last answer
 };
 
 }  // namespace portwise

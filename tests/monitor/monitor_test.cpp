@@ -116,12 +116,21 @@ TEST_F(Monitor, CountsNestedDocuments) {
 }
 
 TEST_F(Monitor, LeavesARefusedDocumentUnbegun) {
+  spooler_.printers["Labels"] = spooler_.printers["Boxes"] = {"FILE:", ""};
   const HANDLE port = Open("FILE:");
   below_.refuseStart = true;
   SetLastError(0);
   EXPECT_FALSE(Start(port, 3));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_READY)) << "the port monitor's own error";
-  EXPECT_EQ(static_cast<PortContext*>(port)->Documents().Depth(), 0u);
+  PortContext& context = *static_cast<PortContext*>(port);
+  EXPECT_EQ(context.Documents().Depth(), 0u);
+  // A request has the port for another printer, while the job waits in its own queue.
+  context.SetPrinterName("Boxes");
+  context.Publish(PrinterStatus(0x10001));
+  EXPECT_EQ(spooler_.printers["Boxes"].facts["status"], PRINTER_STATUS_PAPER_OUT);
+  ASSERT_FALSE(spooler_.changes.empty());
+  EXPECT_EQ(spooler_.changes[0]["op"], "job-set");
+  EXPECT_EQ(spooler_.changes[0]["printer"], "Labels");
   below_.refuseStart = false;
   EXPECT_TRUE(Start(port, 3));
 }

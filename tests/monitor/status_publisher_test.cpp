@@ -26,8 +26,7 @@ PrinterStatus StatusOf(const Codes& codes) {
 }
 
 struct FakePort final : PublishingPort {
-  OString JobPrinter() const override { return "Labels"; }
-  DWORD JobId() const override { return job; }
+  StatusSubject Subject() const override { return {"Labels", job, "Labels"}; }
   /// Gives others time between two steps of a publication.
   DriverSettings& SettingValues() override {
     std::this_thread::sleep_for(std::chrono::microseconds(200));

@@ -67,14 +67,14 @@ class AnsweringConnection final : public Connection {
 
   AnsweringConnection(Journal& journal, ConnectionKind kind) : Connection(kind), journal_(journal) {}
 
-  std::atomic<bool> connected = true, refuses = false, refusesStatus = false;
+  std::atomic<bool> connected = true, refuses = false, refusesStatus = false, refusesPrint = false;
 
   void AnswerWith(Pieces pieces) {
     const std::lock_guard lock(mutex_);
     answer_ = std::move(pieces);
   }
 
-  bool Open() override { return journal_.Say("open"), true; }
+  bool Open() override { return journal_.Say("open"), !refusesPrint; }
   bool OpenStatus() override { return journal_.Say("open-status"), !refusesStatus; }
   bool Close() override { return journal_.Say(KeepOpen() ? "close-keeping" : "close"), true; }
   bool Write(const void* data, DWORD length, DWORD* written) override {
@@ -219,7 +219,7 @@ class FakeStatusPort final : public StatusHost {
     journal.Say(word);
   }
   void NoteReady() override {}
-  void NoteSilence() override {}
+  void NoteSilence() override { journal.Say("silence"); }
   void TakeRoom(const PluginStatus& told) override {
     journal.Say("room " + std::to_string(told.threshold) + " " + std::to_string(told.available));
   }

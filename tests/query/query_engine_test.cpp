@@ -96,14 +96,14 @@ TEST_F(QueryEngineTest, TellsThePlugInsInOrder) {
   const COMMTIMEOUTS expected = {500, 1, 500, 2, 3};
   EXPECT_EQ(std::memcmp(&host.connection.timeouts, &expected, sizeof expected), 0);
 
-  // Half of the command is taken at a time, and the answer is just as long as a read.
+  // Half of the command is taken at a time, and the answer is longer than a read.
   host.events.clear();
   host.protocolActive = true;
-  host.connection.pieces = {{0, std::string(4096, 'x')}};
+  host.connection.pieces = {{0, std::string(4096, 'x')}, {100, "y"}};
   Add("b");
   engine.RunRequests();
   EXPECT_THAT(host.events, ElementsAre("+ask|", "p16", "P:ask", "P:ask", "P:ask", "P:ask", "p18", "p17", "-"));
-  EXPECT_EQ(list.FindCopy("Q", "b")->response.size(), 4096u);
+  EXPECT_EQ(list.FindCopy("Q", "b")->response.size(), 4097u);
 
   host.events.clear();
   host.connection.connected = false;

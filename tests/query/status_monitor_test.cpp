@@ -223,11 +223,13 @@ TEST_F(StatusMonitorTest, TakesSilenceForOfflineOnceThePrinterHasAnswered) {
 TEST_F(StatusMonitorTest, LooksForAnOfflinePrinterWithShortWaits) {
   FakeStatusPort& port = AddPort(1, "");
   port.Set(kIdleInterval, 3000);
+  port.Set(kResponseTimeout, kLong);
   PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
   port.connection.SetKeepOpen(true);
   ASSERT_TRUE(port.monitor.Start());
   port.monitor.SetStatusOffline();
   ASSERT_TRUE(port.journal.WaitFor("open", 3));
+  EXPECT_EQ(port.journal.Count("silence"), 0u) << "the printer may be merely late";
   EXPECT_TRUE(
       port.journal.Only({kAsked, "close", "open", "end"}).starts_with(" sent ?\n close open end sent ?\n close"));
   const std::vector<DWORD> asked = port.journal.Ticks(kAsked), given = port.journal.Ticks("close");
@@ -313,13 +315,18 @@ TEST_F(StatusMonitorTest, ConcludesWithoutAnAnswer) {
   } rows[] = {
       {"what the plug-in knows", [](FakeStatusPort& port) { port.plugin.knownCode = 9; }, Kind::Tcp, " status 9"},
       {"that the printer is gone", [](FakeStatusPort& port) { port.connection.connected = false; }, Kind::Usb,
-       " status 5"},
+       " silence status 5"},
       {"that the status channel of a printer is refused that has answered",
        [](FakeStatusPort& port) {
          PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
          port.plugin.statusChannel = port.connection.refusesStatus = true;
        },
        Kind::Tcp, " status 5"},
+      {"that both channels are refused",
+       [](FakeStatusPort& port) {
+         port.plugin.statusChannel = port.connection.refusesStatus = port.connection.refusesPrint = true;
+       },
+       Kind::Tcp, " silence status 5"},
       {"that a document is refused over TCP", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Tcp,
        " status 5"},
       {"nothing of a refused document at COM", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Com,
@@ -338,7 +345,7 @@ TEST_F(StatusMonitorTest, ConcludesWithoutAnAnswer) {
   for (size_t i = 0; i < std::size(rows); ++i) {
     SCOPED_TRACE(rows[i].what);
     ASSERT_TRUE(ports_[i]->journal.WaitFor("begin", 2));
-    const std::string said = ports_[i]->journal.Only({kAsked, "status 1", "status 5", "status 9"});
+    const std::string said = ports_[i]->journal.Only({kAsked, "silence", "status 1", "status 5", "status 9"});
     EXPECT_TRUE(*rows[i].said ? said.starts_with(rows[i].said) : said.empty()) << said;
   }
   EXPECT_TRUE(ports_[0]->events.RequestStatus(kMoment));  // what it knows is determined too
@@ -421,6 +428,29 @@ TEST_F(StatusMonitorTest, DoesNotWaitForEverForARefusedStatusChannel) {
   EXPECT_FALSE(port.monitor.BeginQueries()) << "the job that waits for them goes on";
   port.connection.refusesStatus = false;
   EXPECT_TRUE(port.journal.WaitFor("status 1", 2));
+}
+
+TEST_F(StatusMonitorTest, NeitherWaitsForEverForARefusedDocumentNorHastens) {
+  for (const LONG mode : {0, 3}) {
+    for (const auto kind : {ConnectionKind::Tcp, ConnectionKind::Com}) {
+      FakeStatusPort& port = AddPort(mode, "1\n", kind);
+      port.refusesDocuments = true;
+      port.Set(kIdleInterval, 1000);
+      port.Set(kSendTimeout, 5000);
+      AddRequest(port, "A", [](QueryRequest&) {});
+    }
+  }
+  StartAll();
+  for (const auto& port : ports_) {
+    const auto status = [&] { return port->monitor.Requests().FindCopy("q", "r")->status; };
+    for (const DWORD begin = GetTickCount(); GetTickCount() - begin < 2 * kMoment; Sleep(50)) {
+      if (status() != RequestStatus::Pending) break;
+    }
+    EXPECT_EQ(status(), RequestStatus::Failed);
+    EXPECT_GE(port->journal.Count("begin"), 2u);
+    EXPECT_LE(port->journal.Count("begin"), 10u);
+    EXPECT_EQ(port->journal.Count("status 5"), 0u) << "which nobody follows";
+  }
 }
 
 TEST_F(StatusMonitorTest, LeavesAPrinterTimeForPrintData) {

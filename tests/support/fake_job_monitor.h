@@ -65,6 +65,8 @@ class FakeJobMonitor final : public JobMonitor {
   void Touch() override {}
   void AllowPolling(bool allowed) override { polling_ = allowed; }
   bool AllowsPolling() const { return polling_; }
+  void BeginStatusRequest() override {}
+  void EndStatusRequest() override {}
   PrinterStatus CurrentStatus() override { return PrinterStatus(status_); }
   void SetStatusOffline() override {
     status_ = 5;

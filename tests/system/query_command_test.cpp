@@ -45,7 +45,9 @@ TEST_F(Query, SaysWhatWentWrong) {
 
   // Ctrl-C ends it, and the monitor gives the printer to the next one.
   device_.Order("silent 1");
-  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 60 & sleep 1; kill -TERM $!; wait $!)", 130, "interrupted");
+  ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 60 & until grep -q 'SigCgt:.*[4-7c-f]...$' /proc/$!/status; )"
+            "do sleep 0.1; done; sleep 0.3; kill -TERM $!; wait $!",
+            130, "interrupted");
   ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 20)", 0, kId);
 
   ExpectRun("printer set Dock --attributes local");
