@@ -102,7 +102,9 @@ void WINAPI GetProtocolCapabilities(PortwiseBlock*, PortwiseCapabilities* capabi
 /// asks never writes print data.
 void WINAPI NotifyProtocol(PortwiseBlock* block, DWORD code) {
   BlockWriter& writer = WriterOf(block);
-  if (code == PORTWISE_NOTIFY_LOADED || code == PORTWISE_NOTIFY_FIRST_WRITE) writer.Begin();
+  if (code == PORTWISE_NOTIFY_LOADED || code == PORTWISE_NOTIFY_FIRST_WRITE || code == PORTWISE_NOTIFY_JOB_END) {
+    writer.Begin();
+  }
   if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY) writer.BeginPlain();
   if (code == PORTWISE_NOTIFY_PROTOCOL_QUERY_SENT || code == PORTWISE_NOTIFY_PROTOCOL_QUERY_ANSWERED) writer.EndPlain();
 }

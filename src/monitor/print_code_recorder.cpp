@@ -11,7 +11,7 @@ constexpr int kMostFiles = 1000000;
 OString BaseName(const OString& document) {
   OString name = document;
   for (const char* forbidden : {"<", ">", ":", "/", "\\", "|", "*", "\""}) name.Replace(forbidden, "_");
-  return AvoidDeviceName(name);
+  return name;
 }
 
 }  // namespace
@@ -25,11 +25,11 @@ void PrintCodeRecorder::Start(const OString& document, DriverSettings& settings)
 }
 
 OString PrintCodeRecorder::ChoosePath(const OString& document, bool overwrite) const {
-  const OString stem = directory_ + "\\" + BaseName(document);
-  if (overwrite) return stem + ".prn";
+  const OString name = BaseName(document);
+  if (overwrite) return directory_ + "\\" + AvoidDeviceName(name + ".prn");
   OString path;
   for (int n = 1; n <= kMostFiles; ++n) {
-    path = stem + "_" + OString::FromUnsigned(static_cast<unsigned>(n)) + ".prn";
+    path = directory_ + "\\" + AvoidDeviceName(name + "_" + OString::FromUnsigned(static_cast<unsigned>(n)) + ".prn");
     if (GetFileAttributesW(path.Wide()) == INVALID_FILE_ATTRIBUTES) break;
   }
   return path;

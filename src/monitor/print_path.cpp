@@ -38,6 +38,7 @@ void PrintPath::BeginJob() {
 bool PrintPath::EndJob() {
   outcome_ = WriteOutcome();
   const DWORD start = GetTickCount();
+  const ULONGLONG before = sent_;
   bool streamEnded = false;
   bool delivered = false;
   bool sent = false;
@@ -55,7 +56,18 @@ bool PrintPath::EndJob() {
   } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
   if (delivered && sent) port_.Pages().CloseBlock();
+  // What an unclosed element held comes after the end that it announced: the printer is asked again.
+  if (endConfirmed_ && sent_ > before) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
   return delivered;
+}
+
+bool PrintPath::IsDoneWithin(DWORD milliseconds) {
+  const DWORD start = GetTickCount();
+  while (WaitForJob() != Verdict::GoOn) {
+    if (port_.JobIsDeleted() || GetTickCount() - start > milliseconds) return false;
+    Sleep(kQueryPause);
+  }
+  return true;
 }
 
 void PrintPath::MarkEnd() {
@@ -284,7 +296,8 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
   const size_t done = writer_.WriteAdmitted(bytes, &outcome);
   try {
     if (done > 0) port_.Monitor().Touch();
-    if (done == bytes.size()) port_.Pages().CloseBlock();
+    // Within a job the block is the job's, and has no data of its own yet.
+    if (done == bytes.size() && ownDocument) port_.Pages().CloseBlock();
   } catch (...) {
     outcome.failure = std::current_exception();
   }

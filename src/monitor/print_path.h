@@ -86,6 +86,8 @@ class PrintPath {
   BOOL WaitForEnd(DWORD all, DWORD skipped, DWORD* written);
   bool WaitForQueries();
   Verdict WaitForJob();
+  /// Whether the printer is done with the job, asked for again and again.
+  bool IsDoneWithin(DWORD milliseconds);
 
   PortContext& port_;
   PrinterWriter writer_;

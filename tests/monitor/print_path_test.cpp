@@ -178,6 +178,7 @@ TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
     JobState state;
     size_t left;
   };
+  const std::string kLateData = "<xpml><a></xpml>label" + kEnd;  // the element keeps it
   const Case cases[] = {
       {"verified", true, kEnd, {kReady, kBusy, kReady}, 0, JobState::Verified, 0},
       {"not verified", false, kEnd, {kReady}, 0, JobState::Completed, 0},
@@ -185,6 +186,8 @@ TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
       {"never done", true, kEnd, {kReady, kBusy}, 0, JobState::Failed, 24},
       {"error at the end", true, kEnd, {kReady, kOutOfPaper}, 0, JobState::Failed, 24},
       {"silent at the end", true, kEnd, {kReady, kNoAnswer}, 0, JobState::Failed, 24},
+      {"data after the end", true, kLateData, {kReady, kReady, kOutOfPaper}, 0, JobState::Failed, 0},
+      {"done with data after the end", true, kLateData, {kReady, kReady, kBusy, kReady}, 0, JobState::Verified, 0},
       {"deleted", true, kEnd, {kReady, kReady}, JOB_STATUS_DELETING, JobState::Failed, 0},
   };
   DWORD job = 0;
