@@ -137,8 +137,10 @@ class Request {
   const std::string id_;
 };
 
-[[noreturn]] void FailInTime(const Request& request, State state, const QueryArguments& arguments) {
+/// Returns when the request was complete at the last moment.
+void FailInTime(const Request& request, State state, const QueryArguments& arguments) {
   const State left = request.Cancel();
+  if (left == State::Complete) return;
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%g s", arguments.timeout);
   // It may have been sent at the last moment.
@@ -169,7 +171,10 @@ void WaitFor(const Request& request, const QueryArguments& arguments) {
           "tell more",
           kNoAnswer);
     }
-    if (Clock::now() - begin > std::chrono::duration<double>(arguments.timeout)) FailInTime(request, state, arguments);
+    if (Clock::now() - begin > std::chrono::duration<double>(arguments.timeout)) {
+      FailInTime(request, state, arguments);
+      return;
+    }
   }
 }
 

@@ -95,6 +95,11 @@ bool Connection_TCP::Close() {
 
 bool Connection_TCP::CloseChannel() {
   statusChannel_ = false;
+  {
+    // Before the first byte of a job there is nothing to wait for.
+    const OScopedLock lock(socketLock_);
+    if (sent_ == 0) carriesJob_ = false;
+  }
   return CloseNow();
 }
 

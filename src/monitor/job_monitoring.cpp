@@ -52,9 +52,20 @@ bool JobMonitoring::RequestStatus(bool keepPolling) const {
     SwitchOff();
     answered = true;
   }
-  // Between jobs the printer may always be asked.
-  if (!keepPolling && port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(false);
+  if (!keepPolling) ForbidPolling();
   return answered;
+}
+
+/// Between jobs the printer may always be asked.
+void JobMonitoring::ForbidPolling() const {
+  const OScopedLock lock(pollingLock_);
+  if (port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(false);
+}
+
+void JobMonitoring::EndJob(bool active) {
+  const OScopedLock lock(pollingLock_);
+  if (active) port_.Monitor().EndJob();
+  port_.Monitor().AllowPolling(true);
 }
 
 PrinterStatus JobMonitoring::PublishCurrent() const {

@@ -42,6 +42,8 @@ class JobMonitoring {
 
   /// A job begins, monitored or not. Before its first byte.
   void BeginJob();
+  /// It ends, and the printer may be asked again at any time; `active` when the status monitor followed it.
+  void EndJob(bool active);
   /// The printer has said that it is ready: with all that it was sent, it is done.
   void NoteReady();
   /// Nothing is heard of the printer, which may have been switched off with what it had not printed yet. Nothing that
@@ -51,8 +53,11 @@ class JobMonitoring {
   ULONGLONG DoubtfulBytes() const;
 
  private:
+  void ForbidPolling() const;
+
   PortContext& port_;
   mutable OCriticalSection requestLock_;  // one request at a time: a request's packet may ask beside the job
+  mutable OCriticalSection pollingLock_;  // a request's packet must not forbid what the job's end allows
   mutable OCriticalSection outputLock_;   // for the next two
   ULONGLONG settledBytes_ = 0;            // of the job's first bytes: nothing more can become of them
   ULONGLONG doubtfulBytes_ = 0;

@@ -156,9 +156,8 @@ void JobSession::TellPluginsOfEnd() {
 }
 
 void JobSession::StopMonitoring() {
-  if (monitoringActive_) port_.Monitor().EndJob();
+  port_.Monitoring().EndJob(monitoringActive_);
   monitoringActive_ = false;
-  port_.Monitor().AllowPolling(true);
 }
 
 void JobSession::Record(JobState state) {
