@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -109,6 +110,9 @@ class DevicePeer : public LabelPeer {
       dropAfter_.reset();
       awayUntil_ = Clock::now() + kAway;
       Close();
+      // It comes back as another device: who still writes to the old one learns of it, however late.
+      EXPECT_EQ(unlink(path_.c_str()), 0);
+      EXPECT_EQ(mkfifo(path_.c_str(), 0600), 0);
     }
     return got > 0;
   }
