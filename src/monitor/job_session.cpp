@@ -143,7 +143,10 @@ void JobSession::End() {
   if (last && (leaves || deleted || unconfirmed > 0 || !failure)) {
     attempt([&] { Leave(leaves, unconfirmed, deleted); });
   }
-  if (last) port_.Documents().SetJobRunning(false);
+  if (last) {
+    port_.Pages().EndJob();
+    port_.Documents().SetJobRunning(false);
+  }
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();
 }

@@ -17,6 +17,10 @@ void PageTracker::BeginJob() {
     const OScopedLock lock(odometerLock_);
     LoadOdometer(printer, handle.Get());
   }
+  EndJob();
+}
+
+void PageTracker::EndJob() {
   const OScopedLock lock(lock_);
   tracking_ = false;
   blockOpen_ = false;

@@ -20,6 +20,8 @@ class PageTracker {
   explicit PageTracker(PortContext& port) : port_(port) {}
 
   void BeginJob();
+  /// What is printed from now on belongs to no page of the job.
+  void EndJob();
   /// `quantity` pages follow, `pitch` tenths of a millimetre long each.
   void Announce(DWORD quantity, DWORD pitch);
   /// The data of the block, if one is open, is with the printer: counts its pages for the job, its log and the

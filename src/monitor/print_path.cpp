@@ -29,6 +29,7 @@ void PrintPath::BeginJob() {
   bufferParsed_ = false;
   takenOfText_ = 0;
   sent_ = 0;
+  confirmedBytes_ = 0;
   outcome_ = WriteOutcome();
   endMarkerSeen_ = false;
   completionConfirmed_ = false;
@@ -38,7 +39,6 @@ void PrintPath::BeginJob() {
 bool PrintPath::EndJob() {
   outcome_ = WriteOutcome();
   const DWORD start = GetTickCount();
-  const ULONGLONG before = sent_;
   bool streamEnded = false;
   bool delivered = false;
   bool sent = false;
@@ -56,8 +56,8 @@ bool PrintPath::EndJob() {
   } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
   if (delivered && sent) port_.Pages().CloseBlock();
-  // What an unclosed element held comes after the end that it announced: the printer is asked again.
-  if (endConfirmed_ && sent_ > before) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
+  // Of what came behind the end that was announced the printer has said nothing yet: it is asked again.
+  if (endConfirmed_ && sent_ > confirmedBytes_) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
   return delivered;
 }
 
@@ -71,8 +71,8 @@ bool PrintPath::IsDoneWithin(DWORD milliseconds) {
 }
 
 void PrintPath::MarkEnd() {
+  completionConfirmed_ = true;  // before the other, which a write may look at in between
   endMarkerSeen_ = true;
-  completionConfirmed_ = true;
 }
 
 BOOL PrintPath::Write(const BYTE* buffer, DWORD size, DWORD* written) {
@@ -198,6 +198,7 @@ BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
     endMarkerSeen_ = false;
   }
   endConfirmed_ = completionConfirmed_.load();
+  confirmedBytes_ = sent_.load();
   bufferParsed_ = false;
   *written = all;
   return TRUE;

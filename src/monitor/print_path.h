@@ -96,6 +96,7 @@ class PrintPath {
   bool bufferParsed_ = false;  // all of the buffer that is passed again has been parsed
   size_t takenOfText_ = 0;     // bytes of the document's plain text that were written although its handling failed
   std::atomic<ULONGLONG> sent_ = 0;
+  std::atomic<ULONGLONG> confirmedBytes_ = 0;  // those sent when the printer was found to be done
   WriteOutcome outcome_;  // of the current call
   std::atomic<bool> endMarkerSeen_ = false;
   std::atomic<bool> completionConfirmed_ = false;

@@ -179,6 +179,7 @@ TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
     size_t left;
   };
   const std::string kLateData = "<xpml><a></xpml>label" + kEnd;  // the element keeps it
+  const std::string kMore = kEnd + std::string(65536, 'l');
   const Case cases[] = {
       {"verified", true, kEnd, {kReady, kBusy, kReady}, 0, JobState::Verified, 0},
       {"not verified", false, kEnd, {kReady}, 0, JobState::Completed, 0},
@@ -187,6 +188,7 @@ TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
       {"error at the end", true, kEnd, {kReady, kOutOfPaper}, 0, JobState::Failed, 24},
       {"silent at the end", true, kEnd, {kReady, kNoAnswer}, 0, JobState::Failed, 24},
       {"data after the end", true, kLateData, {kReady, kReady, kOutOfPaper}, 0, JobState::Failed, 0},
+      {"data in a later buffer", true, kMore, {kReady, kReady, kOutOfPaper}, 0, JobState::Failed, 0},
       {"done with data after the end", true, kLateData, {kReady, kReady, kBusy, kReady}, 0, JobState::Verified, 0},
       {"deleted", true, kEnd, {kReady, kReady}, JOB_STATUS_DELETING, JobState::Failed, 0},
   };
@@ -315,8 +317,14 @@ TEST_F(PrintPathTest, PrintsPacketsOfJobsAndRequests) {
   EXPECT_EQ(Drive("x<xpml>y<packet>PACK<uppercase>et</uppercase></packet></xpml>z"), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_EQ(below_.output, "from a requestxyPACKETz");
-  EXPECT_THAT(below_.calls, ElementsAre("open COM1:", "start Labels 0 1", "end", "start Labels 0 1", "end",
-                                        "start Labels 1 1", "end"));
+  ASSERT_TRUE(Start(handle_, 2));
+  EXPECT_EQ(Drive(Page(7) + kEnd), 0u);
+  EXPECT_TRUE(lmEndDocPortW(handle_));
+  port_->ExecuteRequest("<packet>!</packet>", reply);
+  EXPECT_TRUE(totals.Load(OpenForChanges("Labels").Get()) && totals.Pages() == 501) << "no data, no pages";
+  EXPECT_THAT(below_.calls,
+              ElementsAre("open COM1:", "start Labels 0 1", "end", "start Labels 0 1", "end", "start Labels 1 1", "end",
+                          "start Labels 2 1", "end", "start Labels 0 1", "end"));
 }
 
 TEST_F(PrintPathTest, RecordsWhatIsSent) {
