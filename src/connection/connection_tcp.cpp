@@ -408,7 +408,12 @@ bool Connection_TCP::GracefulClose(unique_socket socket, ULONGLONG sent, bool br
     const ULONGLONG taken = taken_.exchange(0);
     const ULONGLONG missing = std::min(taken, result.unacknowledged.value_or(stopped ? taken : 0));
     if (timedOut && missing > 0) {
-      KeepDelivering({std::move(socket), sent, taken, missing});
+      try {
+        KeepDelivering({std::move(socket), sent, taken, missing});
+      } catch (...) {
+        unconfirmed_ += missing;
+        throw;
+      }
     } else {
       unconfirmed_ += missing;
     }

@@ -118,8 +118,10 @@ class Closing {
 
   bool HasTime() {
     const DWORD now = GetTickCount();
-    const DWORD silence = brief_ && result_.unacknowledged == ULONGLONG{0} ? kBriefSilence : kSilence;
-    const bool silent = now - lastWord_ >= silence && now - lastProgress_ >= silence;
+    // Who has everything may talk on: nothing can be lost any more.
+    const bool done = brief_ && result_.unacknowledged == ULONGLONG{0};
+    const DWORD silence = done ? kBriefSilence : kSilence;
+    const bool silent = (done || now - lastWord_ >= silence) && now - lastProgress_ >= silence;
     if (!silent && now - lastProgress_ < kLongestTalk && now - begin_ < kLongestDelivery) return true;
     result_.talking = !closed_ && now - lastWord_ < silence;
     return Fail(WSAETIMEDOUT);

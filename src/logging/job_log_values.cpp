@@ -85,6 +85,8 @@ void JobLogValues::BeginJob(const OString& printer, const OString& port, const O
   printerName = printer;
   portName = port;
   recordFileName = recordFile;
+  modelName = jobName = userName = clientName = status = OString();
+  submittedTime = endTime = SYSTEMTIME();
   jobBytes = pageBytes = warnings = errors = pageCount = pageIndex = 0;
   startTime = Now();
 }

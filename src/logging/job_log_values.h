@@ -37,9 +37,9 @@ struct JobLogValues {
   SYSTEMTIME submittedTime = {};
   SYSTEMTIME eventTime = {};
 
-  /// Of a new job: counters begin at 0, and it starts now.
+  /// Of a new job: counters begin at 0, it starts now, and nothing of an earlier job is left but its last event.
   void BeginJob(const OString& printer, const OString& port, const OString& recordFile);
-  /// What the spooler knows of the job; what it does not know stays as it is.
+  /// What the spooler knows of the job; what it does not know stays empty.
   void FillFromSpooler(DWORD job);
   void AddBytes(DWORD count);
   /// Takes over an event: its time, its type and category, and the counts of warnings and errors.

@@ -42,6 +42,7 @@ bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* inf
     Begin(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName);
   } catch (...) {
     StopMonitoring();
+    StopRecording();
     port_.Settings().ReleaseJob();
     port_.Documents().End(true);
     throw;
@@ -137,7 +138,7 @@ void JobSession::End() {
   // What a plug-in had dropped was not printed.
   const bool whole = delivered && ended && unconfirmed == 0 && !failure && !port_.Path().IsSilenced();
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
-  port_.Settings().ReleaseJob();
+  if (last) port_.Settings().ReleaseJob();
   // A failure is reported by itself.
   const bool leaves = delivered && ended;
   if (last && (leaves || deleted || unconfirmed > 0 || !failure)) {
@@ -146,6 +147,8 @@ void JobSession::End() {
   if (last) {
     port_.Pages().EndJob();
     port_.Documents().SetJobRunning(false);
+    // Requests have waited for this.
+    SetEvent(port_.Events().Query());
   }
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();
@@ -163,11 +166,13 @@ void JobSession::StopMonitoring() {
   monitoringActive_ = false;
 }
 
+void JobSession::StopRecording() {
+  const ConnectionUse use(port_.PrinterConnection());
+  port_.Recorder().Stop();
+}
+
 void JobSession::Record(JobState state) {
-  {
-    const ConnectionUse use(port_.PrinterConnection());
-    port_.Recorder().Stop();
-  }
+  StopRecording();
   port_.JobLog().SetStatus(JobStateName(state));
   port_.JobLog().JobEnd();
   port_.JobLog().Event(kJobEnd.id, kJobEnd.text);
@@ -175,14 +180,16 @@ void JobSession::Record(JobState state) {
 
 JobState JobSession::Judge(bool confirmed) {
   JobMonitoring& monitoring = port_.Monitoring();
+  const bool monitored = monitoring.IsOn();
+  // The plug-in is asked, and must not find the records held.
+  const bool verified = monitored && (monitoring.VerifiesJob() || monitoring.VerifiesPages());
   JobRecords::Hold record(port_.Jobs(), port_.JobId());
-  if (!monitoring.IsOn()) {
+  if (!monitored) {
     const JobState unasked = confirmed ? JobState::Completed : JobState::Unknown;
     // There is a record when monitoring went off in the middle of the job.
     if (record) record->SetState(unasked);
     return unasked;
   }
-  const bool verified = monitoring.VerifiesJob() || monitoring.VerifiesPages();
   if (!record) return JobState::Unknown;
   const JobState state = !confirmed ? JobState::Failed : verified ? JobState::Verified : JobState::Completed;
   if (state == JobState::Verified) record->MarkVerified();

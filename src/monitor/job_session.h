@@ -32,6 +32,7 @@ class JobSession {
   void BeginMonitoring();
   void TellPluginsOfEnd();
   void StopMonitoring();
+  void StopRecording();
   void Record(JobState state);
   JobState Judge(bool confirmed);
   void Leave(bool delivered, ULONGLONG unconfirmed, bool deleted);

@@ -53,7 +53,8 @@ void PageTracker::CloseBlock() {
   }
   if (port_.Monitoring().IsOn()) {
     port_.Plugin().Notify(PluginEvent::PageClosed);
-    port_.Jobs().AddPagesSent(port_.JobId(), pages);
+    // Between jobs the last job is still known by its number.
+    if (port_.Documents().IsJobRunning()) port_.Jobs().AddPagesSent(port_.JobId(), pages);
   }
   if (pages == 0) return;
   CountDistance(pages, pitch);

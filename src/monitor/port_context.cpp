@@ -80,7 +80,12 @@ bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, 
 }
 
 void PortContext::EndDocument() {
-  session_.End();
+  try {
+    session_.End();
+  } catch (...) {
+    NameLogs();
+    throw;
+  }
   NameLogs();
 }
 

@@ -136,6 +136,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
   bool IsFirstWritePending() override { return path_.IsFirstWritePending(); }
   bool IsJobOpen() override { return path_.IsJobOpen(); }
+  bool IsInJobData() override { return documents_.IsJobRunning() && path_.IsJobOpen(); }
 
   /// Runs a plug-in's special operation with the printer. A status code, 0 for success; any other silences the port
   /// until the next job, and is published in a monitored job.

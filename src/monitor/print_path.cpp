@@ -240,6 +240,7 @@ bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
 
 /// What is not written becomes pending output, which stops the parser.
 void PrintPath::Deliver(XPML_Document& document, std::string_view bytes) {
+  takenOfText_ = std::min(takenOfText_, bytes.size());
   takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
   if (takenOfText_ < bytes.size()) {
     if (!silenced_) document.SetPending(bytes.substr(takenOfText_));

@@ -97,7 +97,7 @@ class PrintPath {
   size_t takenOfText_ = 0;     // bytes of the document's plain text that were written although its handling failed
   std::atomic<ULONGLONG> sent_ = 0;
   std::atomic<ULONGLONG> confirmedBytes_ = 0;  // those sent when the printer was found to be done
-  WriteOutcome outcome_;  // of the current call
+  WriteOutcome outcome_;                       // of the current call
   std::atomic<bool> endMarkerSeen_ = false;
   std::atomic<bool> completionConfirmed_ = false;
   std::atomic<bool> endConfirmed_ = false;

@@ -42,10 +42,11 @@ class JobMonitor {
   /// Queries were added since the last reset or ClearQueriesAdded.
   virtual bool QueriesAdded() = 0;
   virtual void ClearQueriesAdded() = 0;
-  /// Begins a run of the query queue; false when one is in progress or was already made.
+  /// Begins a run of the query queue; false when one is in progress or was already made, and when there is nobody to
+  /// run it.
   virtual bool BeginQueries() = 0;
   virtual bool IsQuerying() = 0;
-  /// Ends a run that is in progress: nobody waits for it any more.
+  /// Ends a run that is in progress or to be begun: nobody waits for it any more.
   virtual void AbandonQueries() = 0;
 };
 

@@ -135,6 +135,11 @@ void QueryQueue::Abandon() {
   if (querying_) EndRun();
 }
 
+void QueryQueue::AbandonAll() {
+  const OScopedLock locked(lock_);
+  if (!queries_.empty()) EndRun();
+}
+
 void QueryQueue::EndRun() {
   if (!HasEnded()) progress_.runStatus = QueryProgress::kEnded;
   querying_ = false;

@@ -86,6 +86,8 @@ class QueryQueue {
   void Abandon(DWORD run);
   /// The same for whatever run is in progress: nobody runs it.
   void Abandon();
+  /// And for one that was never begun, and now never will be.
+  void AbandonAll();
 
  private:
   bool HasEnded() const { return progress_.runStatus >= 1 && progress_.runStatus <= QueryProgress::kCancelled; }

@@ -46,6 +46,12 @@ void StatusMonitor::WaitForEvents(DWORD milliseconds) {
   if (ended == WAIT_OBJECT_0 + 1) statusRequested_ = true;
 }
 
+/// Those that fall due in the midst of a job are told of when the job is over.
+void StatusMonitor::WaitForRequests(DWORD milliseconds) {
+  if (!host_.IsInJobData()) milliseconds = std::min(requests_.TimeUntilDue().value_or(milliseconds), milliseconds);
+  WaitForEvents(milliseconds);
+}
+
 void StatusMonitor::RunCycle() {
   requests_.Purge();
   if (!FollowSettings()) {
@@ -53,7 +59,7 @@ void StatusMonitor::RunCycle() {
     return;
   }
   const bool pollDue = IsPollDue();
-  if (!IsQuerying() && status_.IsReady() && !pollDue && !requests_.AnyDue()) {
+  if (!IsQuerying() && status_.IsReady() && !pollDue && !RequestsDue()) {
     WaitForDemand();
     return;
   }
@@ -75,6 +81,7 @@ bool StatusMonitor::FollowSettings() {
   mode_ = mode;
   if (switchedOff || left) DropStatus();
   if (!bidirectional) {
+    refusedAt_.reset();
     queue_.Abandon();
     statusRequested_ = false;
     // Whoever asks learns at once that there is nothing to wait for.
@@ -95,7 +102,10 @@ bool StatusMonitor::IsPollDue() {
     case 2:
       return true;
     case 3:
-      if (!IsMonitoringJob() && !status_.IsReady()) DropStatus();
+      if (!status_.IsReady()) {
+        const OScopedLock document(host_.DocumentLock());
+        if (!IsMonitoringJob()) DropStatus();
+      }
       return IsMonitoringJob();
     default:
       return false;
@@ -109,7 +119,7 @@ bool StatusMonitor::IsStatusFollowed() { return mode_ != 0 && (mode_ != 3 || IsM
 void StatusMonitor::WaitForDemand() {
   refused_ = false;
   refusedAt_.reset();
-  WaitForEvents(std::min(requests_.TimeUntilDue().value_or(kIdleWait), kIdleWait));
+  WaitForRequests(kIdleWait);
 }
 
 /// A connection that was refused is not asked for again before an interval has passed.
@@ -121,9 +131,8 @@ void StatusMonitor::WaitForTurn() {
     if (refused || !statusRequested_) WaitAwake(PollingInterval());
   } else if (refused) {
     WaitForEvents(PollingInterval());
-  } else if (!statusRequested_ && !IsQuerying() && !requests_.AnyDue()) {
-    const DWORD interval = PollingInterval();
-    WaitForEvents(std::min(requests_.TimeUntilDue().value_or(interval), interval));
+  } else if (!statusRequested_ && !IsQuerying() && !RequestsDue()) {
+    WaitForRequests(PollingInterval());
   }
 }
 
@@ -135,6 +144,7 @@ bool StatusMonitor::UseConnection(bool pollDue) {
   const ConnectionTurn turn(connection);
   if (!turn.IsTaken()) return false;
   const bool requested = std::exchange(statusRequested_, false);
+  attemptedAt_ = GetTickCount();
   if (!host_.BeginStatusDocument()) {
     if ((connection.IsTcp() || connection.IsUsb()) && IsStatusFollowed()) {
       SetStatusOffline();
@@ -161,7 +171,7 @@ void StatusMonitor::AskPrinter(bool pollDue) {
   bool polled = false;
   // A change of the channel closes the print channel, which a job in its midst can do without.
   const bool polls = pollDue && MayPoll();
-  if (ownChannel && !polls && !IsQuerying() && !requests_.AnyDue()) {
+  if (ownChannel && !polls && !IsQuerying() && !RequestsDue()) {
     refusedAt_.reset();
     return;
   }
@@ -197,20 +207,20 @@ void StatusMonitor::TakeRefusal(bool polls) {
 /// What is to be asked of a printer that takes no connection waits no longer than for one that takes nothing.
 void StatusMonitor::TimeRefusal() {
   refused_ = true;
-  const DWORD now = GetTickCount();
-  if (!IsQuerying() && !requests_.AnyDue()) {
+  if (!IsQuerying() && !RequestsDue()) {
     refusedAt_.reset();
-  } else if (!refusedAt_) {
-    refusedAt_ = now;
-  } else if (now - *refusedAt_ > SendTimeout()) {
-    refusedAt_.reset();
-    engine_.FailDue();
+    return;
   }
+  // The attempt itself may have taken that long.
+  if (!refusedAt_) refusedAt_ = attemptedAt_;
+  if (GetTickCount() - *refusedAt_ <= SendTimeout()) return;
+  refusedAt_.reset();
+  engine_.FailDue();
 }
 
 void StatusMonitor::Exchange(bool pollDue, bool* polled) {
   host_.EnsureProtocolLoaded();
-  engine_.RunRequests();
+  if (!host_.IsInJobData()) engine_.RunRequests();
   if (IsQuerying()) {
     engine_.RunQueryQueue();
   } else if (pollDue) {
@@ -237,12 +247,11 @@ bool StatusMonitor::PollStatus() {
   if (IsMonitoringJob() && !host_.IsFirstWritePending()) PaceDuringJob();
   lastPoll_ = GetTickCount();
   if (!unansweredSince_) unansweredSince_ = lastPoll_;
-  PrinterStatus status = status_;
-  const auto publish = [this](const PrinterStatus& found) {
-    if (found.IsReady()) host_.NoteReady();
-    SetStatus(found);
+  const auto publish = [this](const std::optional<PrinterStatus>& found) {
+    if (found && found->IsReady()) host_.NoteReady();
+    SetStatus(found.value_or(status_));
   };
-  switch (poll_.Ask(statusResponseTimeout_, status, publish)) {
+  switch (poll_.Ask(statusResponseTimeout_, publish)) {
     case StatusPoll::Result::Answered:
       unansweredSince_.reset();
       TellStatusWaiters();

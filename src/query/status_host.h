@@ -61,6 +61,8 @@ class StatusHost {
   virtual bool IsFirstWritePending() = 0;
   /// The job has more to send.
   virtual bool IsJobOpen() = 0;
+  /// Print data of a job is on its way: whatever else the printer got would stand in the midst of a label.
+  virtual bool IsInJobData() = 0;
 };
 
 }  // namespace portwise

@@ -62,6 +62,12 @@ void StatusMonitor::SetStartDocFailed(bool failed) {
   if (failed) Wake();
 }
 
+bool StatusMonitor::BeginQueries() {
+  if (started_ && bidirectional_) return queue_.BeginQueries();
+  queue_.AbandonAll();
+  return false;
+}
+
 PrinterStatus StatusMonitor::CurrentStatus() {
   return bidirectional_ ? status_ : PrinterStatus(kStatusMonitoringDisabled);
 }
@@ -83,11 +89,12 @@ void StatusMonitor::SetStatusReady() {
   TellStatusWaiters();
 }
 
-/// A job that waits for the printer's own word is not answered with this one, and none starts or ends meanwhile.
+/// Who waits for the printer's own word is not answered with this one as long as the printer may still give it.
 void StatusMonitor::DropStatus() {
   const OScopedLock document(host_.DocumentLock());
   SetStatus(PrinterStatus(kStatusReady));
-  if (!IsMonitoringJob()) TellStatusWaiters();
+  const bool awaited = IsMonitoringJob() || statusRequests_ > 0;
+  if (!awaited || mode_ == 0 || !bidirectional_) TellStatusWaiters();
 }
 
 /// Without bidirectional support nobody would find the printer ready again.

@@ -54,9 +54,9 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   bool QueriesAdded() override { return queue_.QueriesAdded(); }
   void ClearQueriesAdded() override { queue_.ClearQueriesAdded(); }
   /// Also false when there is no thread to run them, or it may not ask the printer.
-  bool BeginQueries() override { return started_ && bidirectional_ && queue_.BeginQueries(); }
+  bool BeginQueries() override;
   bool IsQuerying() override { return queue_.IsQuerying(); }
-  void AbandonQueries() override { queue_.Abandon(); }
+  void AbandonQueries() override { queue_.AbandonAll(); }
 
  private:
   void ThreadProc();
@@ -80,6 +80,10 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   /// False when the printer was not asked.
   bool PollStatus();
   bool MayPoll() const { return pollingAllowed_ || statusRequests_ > 0; }
+  /// Some request is due, and no job is in its midst.
+  bool RequestsDue() { return !host_.IsInJobData() && requests_.AnyDue(); }
+  /// Waits for events, at most until the next request falls due.
+  void WaitForRequests(DWORD milliseconds);
   void TakeSilence();
   void ConcludeOffline();
   void PaceDuringJob();
@@ -133,6 +137,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   DWORD statusResponseTimeout_ = 30000;
   bool refused_ = false;                  // a connection was, the last time
   DWORD lastPoll_ = 0;                    // tick count
+  DWORD attemptedAt_ = 0;                 // tick count of the last use of the connection
   std::optional<DWORD> refusedAt_;        // tick count; connections are refused since, with something to ask
   std::optional<DWORD> unansweredSince_;  // tick count of the first poll since the last answer
 };

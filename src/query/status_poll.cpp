@@ -33,12 +33,12 @@ std::optional<PrinterStatus> CodesOf(const PluginStatus& told) {
 
 }  // namespace
 
-StatusPoll::Result StatusPoll::Ask(DWORD timeout, const PrinterStatus& status,
-                                   const std::function<void(const PrinterStatus&)>& publish) {
+StatusPoll::Result StatusPoll::Ask(DWORD timeout,
+                                   const std::function<void(const std::optional<PrinterStatus>&)>& publish) {
   PluginStatus told;
   if (host_.Plugin().StatusWithoutRequest(&told)) {
     host_.TakeRoom(told);
-    publish(CodesOf(told).value_or(status));
+    publish(CodesOf(told));
     return Result::Answered;
   }
   const std::string request = BuildRequest();
@@ -50,7 +50,7 @@ StatusPoll::Result StatusPoll::Ask(DWORD timeout, const PrinterStatus& status,
   };
   if (!send()) return IsDisconnected() ? Result::Offline : Result::Nothing;
   if (host_.PrinterConnection().IsParallel()) Sleep(kParallelPause);
-  PrinterStatus found(status);
+  std::optional<PrinterStatus> found;
   bool whole = false;
   if (Receive(timeout, &found, &whole)) {
     publish(found);
@@ -70,7 +70,7 @@ std::string StatusPoll::BuildRequest() {
 }
 
 /// `*whole` tells that the printer had no more to say.
-bool StatusPoll::Receive(DWORD timeout, PrinterStatus* status, bool* whole) {
+bool StatusPoll::Receive(DWORD timeout, std::optional<PrinterStatus>* status, bool* whole) {
   char buffer[QueryExchange::kReadSize];
   std::string received;
   bool silent = true;
@@ -95,7 +95,7 @@ bool StatusPoll::Receive(DWORD timeout, PrinterStatus* status, bool* whole) {
 }
 
 /// Every answer that is complete; the last one counts.
-bool StatusPoll::TakeAnswers(std::string* received, PrinterStatus* status) {
+bool StatusPoll::TakeAnswers(std::string* received, std::optional<PrinterStatus>* status) {
   bool taken = false;
   for (;;) {
     PluginStatus told;
@@ -103,7 +103,7 @@ bool StatusPoll::TakeAnswers(std::string* received, PrinterStatus* status) {
     if (used <= 0) return taken;
     taken = true;
     if (told.HasStatus()) LearnBidirectional();
-    if (const auto codes = CodesOf(told)) *status = *codes;
+    if (const auto codes = CodesOf(told)) *status = codes;
     host_.TakeRoom(told);
     received->erase(0, static_cast<size_t>(used));
     if (received->empty()) return true;

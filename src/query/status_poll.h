@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "query/printer_status.h"
@@ -24,15 +25,15 @@ class StatusPoll {
   StatusPoll(StatusHost& host, QueryHost& traffic) : host_(host), traffic_(traffic) {}
 
   /// Asks, and waits at most `timeout` milliseconds after the last byte for an answer. `publish` is given the status
-  /// that it holds, or `status` when it holds none, before the plug-in learns that the exchange is over.
-  Result Ask(DWORD timeout, const PrinterStatus& status, const std::function<void(const PrinterStatus&)>& publish);
+  /// that it holds, if any, before the plug-in learns that the exchange is over.
+  Result Ask(DWORD timeout, const std::function<void(const std::optional<PrinterStatus>&)>& publish);
   /// The printer has answered before, so that its silence tells something.
   bool IsKnownBidirectional();
 
  private:
   std::string BuildRequest();
-  bool Receive(DWORD timeout, PrinterStatus* status, bool* whole);
-  bool TakeAnswers(std::string* received, PrinterStatus* status);
+  bool Receive(DWORD timeout, std::optional<PrinterStatus>* status, bool* whole);
+  bool TakeAnswers(std::string* received, std::optional<PrinterStatus>* status);
   bool IsDisconnected();
   void LearnBidirectional();
 

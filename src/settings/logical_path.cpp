@@ -158,7 +158,7 @@ bool SplitPath(const OString& path, OString* key, OString* name) {
   if (end < 0) return false;
   *name = UnescapePath(path.Mid(end + 1));
   *key = path.Left(path[end] == ':' ? end + 1 : end);
-  return true;
+  return name->Find(WCHAR(0)) < 0;
 }
 
 OString ChildPath(const OString& key, const OString& name) {
@@ -189,7 +189,8 @@ bool ParseRoot(const OString& key, HKEY* root, OString* subKey) {
   *root = Roots()[number].key;
   *subKey = UnescapePath(path);
   subKey->TrimRight("\\");
-  return !subKey->IsEmpty();
+  // The system would take what stands before a NUL for the whole path: another key.
+  return !subKey->IsEmpty() && subKey->Find(WCHAR(0)) < 0;
 }
 
 }  // namespace portwise

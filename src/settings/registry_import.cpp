@@ -97,7 +97,7 @@ void Importer::TakeHeader(WideView header) {
 
 /// A key that is not there is deleted; a value of that name is none of a header's.
 void Importer::DeleteKeyOf(const OString& key) {
-  const bool known = HasNumericRoot(key);
+  const bool known = HasNumericRoot(key) && key.Find(WCHAR(0)) < 0;
   if (!known || (registry_.GetKeyInfo(key) && !registry_.Delete(key, true))) ++skipped_;
 }
 

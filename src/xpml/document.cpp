@@ -23,6 +23,7 @@ void XPML_Document::Reset() {
   runBegin_ = runEnd_ = nullptr;
   resumeOffset_ = 0;
   flushOwed_ = false;
+  textLost_ = false;
   continue_ = true;
   FreePending();
   elements_.Clear();
@@ -122,8 +123,8 @@ void XPML_Document::AppendTo(TextBuffer& text, std::string_view bytes) {
 /// Copies the marked run behind the text that is kept already.
 void XPML_Document::KeepRun() {
   const std::string_view run(runBegin_, static_cast<size_t>(runEnd_ - runBegin_));
-  runBegin_ = runEnd_ = nullptr;
   AppendTo(topText_, run);
+  runBegin_ = runEnd_ = nullptr;
 }
 
 /// Hands the plain text to the text handler when it is the current text; false, with the text kept, when refused.

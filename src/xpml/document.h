@@ -135,6 +135,7 @@ class XPML_Document {
   char startMatch_[6];
   size_t startMatchCount_ = 0;
   int resumeOffset_ = 0;
+  bool textLost_ = false;   // for want of memory, so that nothing behind it may be taken any more
   bool flushOwed_ = false;  // the text at a chunk's end was not handed on, because the text handler threw
   bool continue_ = true;
 };

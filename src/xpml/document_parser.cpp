@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "xpml/document.h"
 
@@ -24,6 +25,7 @@ bool MayStart(const char* bracket, const char* end) {
 }  // namespace
 
 bool XPML_Document::Parse(const char* data, int length, int* consumed) {
+  if (textLost_) throw std::bad_alloc();
   length = std::max(length, 0);
   if (flushOwed_) {
     flushOwed_ = false;
@@ -77,12 +79,25 @@ bool XPML_Document::EndStream() {
   return FlushText();
 }
 
-/// Leaves a state in which the chunk, fed again, goes on where a handler threw.
+/// Leaves a state in which the chunk, fed again, goes on where a handler threw. That may have been for want of memory:
+/// plain text right before that place is parsed again rather than copied.
 void XPML_Document::Abandon(const char* data) {
   plainText_ = std::string_view();
   if (mode_ == Mode::Text) tagText_.Clear();
   resumeOffset_ = static_cast<int>(position_ - data);
-  KeepRun();
+  if (runBegin_ == runEnd_) return;
+  if (mode_ == Mode::Text && runEnd_ == position_) {
+    resumeOffset_ = static_cast<int>(runBegin_ - data);
+    runBegin_ = runEnd_ = nullptr;
+    flushOwed_ = false;
+    return;
+  }
+  try {
+    KeepRun();
+  } catch (...) {
+    runBegin_ = runEnd_ = nullptr;
+    textLost_ = true;
+  }
 }
 
 /// False when the parser was interrupted before `end`, or right at it; position_ then says behind which byte.
@@ -162,7 +177,7 @@ const char* XPML_Document::ReadTag(const char* at, const char* runEnd) {
   const char* bracket = FindByte(at, runEnd, '>');
   const std::string_view part(at, static_cast<size_t>(bracket - at));
   const bool whole = bracket < runEnd && tagText_.IsEmpty();
-  if (!whole) tagText_.Append(part.substr(0, tagText_.Room()));
+  if (!whole) AppendTo(tagText_, part);
   if (bracket == runEnd) return runEnd;
   mode_ = Mode::Text;
   position_ = bracket + 1;

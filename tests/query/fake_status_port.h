@@ -186,7 +186,8 @@ class FakeStatusPort final : public StatusHost {
   DriverSettings settings;
   StatusEvents events;
   std::atomic<int> failingLoads = 0;
-  std::atomic<bool> refusesDocuments = false, firstWritePending = false, jobOpen = false, hasDocument = false;
+  std::atomic<bool> refusesDocuments = false, firstWritePending = false, jobOpen = false, inJobData = false,
+                    hasDocument = false;
 
   void SetBidirectional(bool on) {
     const DWORD attributes = on ? PRINTER_ATTRIBUTE_ENABLE_BIDI : 0;
@@ -225,6 +226,7 @@ class FakeStatusPort final : public StatusHost {
   }
   bool IsFirstWritePending() override { return firstWritePending; }
   bool IsJobOpen() override { return jobOpen; }
+  bool IsInJobData() override { return inJobData; }
 
  private:
   FakeSpooler& spooler_;

@@ -396,6 +396,23 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
   ASSERT_TRUE(polled.journal.WaitFor("sent LATER", 1, kMoment));
   EXPECT_EQ(port.journal.Count(kAsked), 0u);
 
+  // In the midst of a job a request waits, also one that repeats, and the thread rests meanwhile.
+  port.inJobData = polled.inJobData = true;
+  AddRequest(port, "ALONE", [](QueryRequest&) {});
+  AddRequest(polled, "ALONE", [](QueryRequest&) {});
+  SetEvent(port.events.Query());
+  Sleep(4000);
+  const size_t again = port.journal.Count("sent AGAIN"), cycles = port.journal.Count("refresh");
+  Sleep(4000);
+  EXPECT_EQ(port.journal.Count("sent ALONE") + polled.journal.Count("sent ALONE"), 0u);
+  EXPECT_EQ(port.journal.Count("sent AGAIN"), again);
+  EXPECT_LE(port.journal.Count("refresh"), cycles + 4);
+  port.inJobData = polled.inJobData = false;
+  SetEvent(port.events.Query());
+  EXPECT_TRUE(port.journal.WaitFor("sent ALONE", 1, kMoment));
+  SetEvent(polled.events.Query());
+  EXPECT_TRUE(polled.journal.WaitFor("sent ALONE", 1, kMoment));
+
   // A run of the queue goes before polling.
   polled.journal.Clear();
   begin = GetTickCount();

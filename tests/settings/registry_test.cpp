@@ -274,6 +274,12 @@ TEST_F(RegistryTest, Deletion) {
   EXPECT_FALSE(registry_.Delete("LOCAL:", true));
   EXPECT_TRUE(registry_.SetDword("LOCAL:D/", 1));
   EXPECT_TRUE(registry_.Delete("LOCAL:D/"));
+  // Nor does a NUL make a name of what stands before it.
+  EXPECT_FALSE(registry_.Delete("LOCAL:D%00x", true));
+  EXPECT_FALSE(registry_.SetDword("LOCAL:D%00x/new", 1) || registry_.SetDword("LOCAL:D/new%00x", 1));
+  OStringArray lines;
+  EXPECT_TRUE(registry_.Export("LOCAL:D%00x", &lines) && lines.Size() <= 2) << "there is no end below such a key";
+  EXPECT_EQ(Values("LOCAL:D"), "Ab2|");
   EXPECT_EQ(Keys("LOCAL:D"), "Abz|");
 }
 

@@ -159,6 +159,13 @@ TEST_F(RegistryTextTest, ReadsWhatItCanAndCountsTheRest) {
     EXPECT_EQ(Import(std::string("[-") + (kHeader + 1) + kHeader + row.lines), row.skipped) << row.lines;
     EXPECT_EQ(Exported("LOCAL:E"), kHeader + std::string(row.result) + "\n") << row.lines;
   }
+  const WideString nul(1, WCHAR());
+  OStringArray lines;
+  lines.Append("[-HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\E" + OString(nul) + "x]");
+  lines.Append("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\E]");
+  lines.Append("\"a" + OString(nul) + "b\"=\"x\"");
+  int skipped = 0;
+  EXPECT_TRUE(registry_.Import(lines, 0, &skipped) && skipped == 2) << "another key, another value";
   // A name that no enumeration gives would hide the names after it.
   for (const size_t length : {260, 261}) {
     const std::string line = "\"" + std::string(length, 'n') + "\"=\"x\"\n";
