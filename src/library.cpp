@@ -10,16 +10,16 @@
 #include "core/module_instance.h"
 #include "core/thread_local_singleton.h"
 #include "logging/event_log_report.h"
-#include "monitor/call_guard.h"
 #include "monitor/entry_points.h"
+#include "monitor/net_mon_exception_handler.h"
 #include "monitor/port_list.h"
-#include "xpml/port/port_commands.h"
+#include "xpml/port/command_table.h"
 
 namespace {
 
 /// The first is for guards that know no port.
 portwise::EventLogReport noLog(nullptr);
-portwise::PortCommands portCommands;
+portwise::CommandTable portCommands;
 
 }  // namespace
 

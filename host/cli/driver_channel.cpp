@@ -8,6 +8,7 @@
 #include "platform/error_text.h"
 #include "platform/text.h"
 #include "settings/registry.h"
+#include "settings/settings_catalogue.h"
 
 namespace portwise {
 
@@ -18,7 +19,7 @@ class StoredRequest {
  public:
   explicit StoredRequest(const std::string& request)
       : name_(std::to_string(GetTickCount()) + "-" + std::to_string(getpid()) + "-1"),
-        path_(OString("LOCAL:XPML/") + OString(name_)) {
+        path_(SettingPath(SettingId::XpmlValues, name_)) {
     const auto size = static_cast<DWORD>(request.size());
     if (registry_.SetBinary(path_, request.data(), size) != static_cast<int>(size))
       FailAtRegistry("the request cannot be put into the registry");

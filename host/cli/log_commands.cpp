@@ -129,7 +129,7 @@ Json ToJson(const Log& log) {
           {"name", ToText(log.name)},
           {"enabled", log.enabled},
           {"type", NameOf(kLogTypes, log.logType)},
-          {"format", log.format == 3 ? "text" : NameOf(kLogFormats, log.format)},
+          {"format", log.format == kLogLinearToo ? "text" : NameOf(kLogFormats, log.format)},
           {"directory", ToText(log.directory)},
           {"organization", NameOf(kLogOrganizations, log.organization)},
           {"column", log.dataOffset},
@@ -197,8 +197,7 @@ void Remove(const LogArguments& arguments) {
   if (!RemoveLog(ToOString(printer), name)) throw CommandError("the log " + ToText(name) + " cannot be removed");
 }
 
-template <std::size_t Count>
-std::string NamesOf(const LogChoice (&choices)[Count]) {
+std::string NamesOf(std::span<const LogChoice> choices) {
   std::string names;
   for (const LogChoice& choice : choices) names += std::string(names.empty() ? "" : "|") + choice.name;
   return names;
@@ -206,7 +205,7 @@ std::string NamesOf(const LogChoice (&choices)[Count]) {
 
 void AddLogOptions(CLI::App* add, const std::shared_ptr<LogArguments>& arguments) {
   std::string keys;
-  for (const LogFieldRow& row : kLogFields) keys += std::string(keys.empty() ? "" : ", ") + row.key;
+  for (const LogFieldRow& row : LogFields()) keys += std::string(keys.empty() ? "" : ", ") + row.key;
   add->add_option("--type", arguments->type, "What a record is of: " + NamesOf(kLogTypes) + " (jobs)");
   add->add_option("--format", arguments->format, "Where records go: " + NamesOf(kLogFormats) + " (csv)");
   add->add_option("--dir", arguments->directory, "The folder of the files; made when it is missing");

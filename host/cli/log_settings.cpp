@@ -7,9 +7,11 @@
 
 #include "host/cli/client.h"
 #include "host/cli/registry_path.h"
+#include "logging/log_value_names.h"
 #include "platform/text.h"
 #include "settings/logical_path.h"
 #include "settings/printer_registry.h"
+#include "settings/settings_catalogue.h"
 
 namespace portwise {
 
@@ -24,7 +26,7 @@ constexpr const char* kDefaultFields[] = {
     "Time PrinterName JobName UserName Type EventID Description",
 };
 
-OString KeyOf(const OString& name) { return OString("Settings:Logging/") + EscapeName(name); }
+OString KeyOf(const OString& name) { return OString(FindSetting(SettingId::LoggingKey).path) + "/" + EscapeName(name); }
 
 std::string ToText(const OString& text) { return platform::ToUtf8(text.View()); }
 
@@ -47,7 +49,7 @@ std::string CaptionOf(const std::string& key) {
 
 const LogFieldRow& RowOf(const std::string& key) {
   std::string known;
-  for (const LogFieldRow& row : kLogFields) {
+  for (const LogFieldRow& row : LogFields()) {
     if (SameName(row.key, key)) return row;
     known += std::string(known.empty() ? "" : ", ") + row.key;
   }
@@ -56,12 +58,29 @@ const LogFieldRow& RowOf(const std::string& key) {
 
 bool SaveField(const PrinterRegistry& registry, const OString& fields, const logField& field) {
   const OString key = fields + "/" + EscapeName(field.key) + "/";
-  return registry.SetString(key + "Name", field.name) && registry.SetDword(key + "Format", field.format) &&
-         registry.SetDword(key + "Order", static_cast<DWORD>(field.order)) &&
-         (field.parameters.IsEmpty() || registry.SetString(key + "Parameters", field.parameters));
+  return registry.SetString(key + log_value::kFieldName, field.name) &&
+         registry.SetDword(key + log_value::kFormat, field.format) &&
+         registry.SetDword(key + log_value::kFieldOrder, static_cast<DWORD>(field.order)) &&
+         (field.parameters.IsEmpty() || registry.SetString(key + log_value::kFieldParameters, field.parameters));
 }
 
 }  // namespace
+
+DWORD ValueOf(std::span<const LogChoice> choices, const std::string& what, const std::string& name) {
+  std::string known;
+  for (const LogChoice& choice : choices) {
+    if (name == choice.name) return choice.value;
+    known += std::string(known.empty() ? "" : ", ") + choice.name;
+  }
+  throw CommandError("there is no " + what + " " + name + "; there are " + known);
+}
+
+std::string NameOf(std::span<const LogChoice> choices, DWORD value) {
+  for (const LogChoice& choice : choices) {
+    if (value == choice.value) return choice.name;
+  }
+  return std::to_string(value);
+}
 
 std::vector<logField> ParseLogFields(const std::vector<std::string>& fields, LogType type, const OString& timeFormat) {
   std::vector<std::string> chosen = fields;
@@ -102,15 +121,17 @@ void SaveLog(const Log& log) {
   PrinterRegistry registry(log.printer);
   const OString key = KeyOf(log.name);
   registry.SetBasePath(key);
-  bool saved = registry.SetDword("LogType", log.logType) && registry.SetDword("Format", log.format) &&
-               registry.SetString("LoggingDirectory", log.directory) &&
-               registry.SetDword("LogOrganization", log.organization) &&
-               registry.SetDword("DataOffset", log.dataOffset) && registry.SetDword("EventsFilter", log.eventsFilter) &&
-               registry.SetBool("DisplayEmptyFields", log.displayEmptyFields) &&
-               registry.SetBool("IncludeHeaderRecord", log.includeHeaderRecord);
-  for (const logField& field : log.fields) saved = saved && SaveField(registry, key + "/Fields", field);
+  bool saved = registry.SetDword(log_value::kLogType, log.logType) &&
+               registry.SetDword(log_value::kFormat, log.format) &&
+               registry.SetString(log_value::kDirectory, log.directory) &&
+               registry.SetDword(log_value::kOrganization, log.organization) &&
+               registry.SetDword(log_value::kDataOffset, log.dataOffset) &&
+               registry.SetDword(log_value::kEventsFilter, log.eventsFilter) &&
+               registry.SetBool(log_value::kDisplayEmptyFields, log.displayEmptyFields) &&
+               registry.SetBool(log_value::kIncludeHeaderRecord, log.includeHeaderRecord);
+  for (const logField& field : log.fields) saved = saved && SaveField(registry, key + "/" + log_value::kFields, field);
   // Last, so that a job that starts meanwhile does not write half a log.
-  if (saved && registry.SetBool("Enabled", log.enabled)) return;
+  if (saved && registry.SetBool(log_value::kEnabled, log.enabled)) return;
   RemoveLog(log.printer, log.name);
   FailAtRegistry("the log " + ToText(log.name) + " cannot be saved");
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <array>
+#include <iterator>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "core/ostring.h"
 #include "host/cli/client.h"
 #include "logging/log.h"
+#include "logging/log_events.h"
 
 /// The job logs of printers as the command line names them, and their place in the registry.
 namespace portwise {
@@ -16,34 +20,23 @@ struct LogChoice {
   DWORD value;
 };
 
-inline constexpr LogChoice kLogTypes[] = {{"jobs", 0}, {"pages", 1}, {"events", 2}};
-inline constexpr LogChoice kLogFormats[] = {{"csv", 0}, {"text", 1}, {"eventlog", 2}};
-/// What a log's files are named by.
-inline constexpr LogChoice kLogOrganizations[] = {{"log", 0}, {"document", 1}, {"date", 2}, {"number", 3}};
+inline constexpr LogChoice kLogTypes[] = {{"jobs", static_cast<DWORD>(LogType::Jobs)},
+                                          {"pages", static_cast<DWORD>(LogType::Pages)},
+                                          {"events", static_cast<DWORD>(LogType::Events)}};
+inline constexpr LogChoice kLogFormats[] = {{"csv", kLogCsv}, {"text", kLogLinear}, {"eventlog", kLogSystemEvent}};
+inline constexpr LogChoice kLogOrganizations[] = {
+    {"log", kLogByLog}, {"document", kLogByDocument}, {"date", kLogByDate}, {"number", kLogByNumber}};
 /// The events that a log of events may leave out.
-inline constexpr LogChoice kLogEvents[] = {{"ready", 0x01},     {"warnings", 0x02}, {"errors", 0x04},
-                                           {"job-start", 0x10}, {"job-end", 0x20},  {"page-start", 0x40},
-                                           {"page-end", 0x80}};
+inline constexpr auto kLogEvents = [] {
+  std::array<LogChoice, std::size(kLogEventKinds)> choices{};
+  for (std::size_t i = 0; i < choices.size(); ++i) choices[i] = {kLogEventKinds[i].name, kLogEventKinds[i].filter};
+  return choices;
+}();
 
 /// The value that `name` stands for; CommandError, which says what there is, when it stands for none.
-template <std::size_t Count>
-DWORD ValueOf(const LogChoice (&choices)[Count], const std::string& what, const std::string& name) {
-  std::string known;
-  for (const LogChoice& choice : choices) {
-    if (name == choice.name) return choice.value;
-    known += std::string(known.empty() ? "" : ", ") + choice.name;
-  }
-  throw CommandError("there is no " + what + " " + name + "; there are " + known);
-}
-
+DWORD ValueOf(std::span<const LogChoice> choices, const std::string& what, const std::string& name);
 /// The name of a value; the number when it has none.
-template <std::size_t Count>
-std::string NameOf(const LogChoice (&choices)[Count], DWORD value) {
-  for (const LogChoice& choice : choices) {
-    if (value == choice.value) return choice.name;
-  }
-  return std::to_string(value);
-}
+std::string NameOf(std::span<const LogChoice> choices, DWORD value);
 
 /// Fields as the command line has them: KEY or KEY=CAPTION, in the order of the output. Without any, those that suit
 /// the log's type. CommandError for a key that there is not, or that comes twice.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 
 #include "host/cli/client.h"
@@ -60,7 +61,11 @@ SettingChanges ParseSettings(const PrinterArguments& arguments) {
 void Apply(const SettingChanges& changes, const std::string& printer) {
   if (changes.saved.empty() && changes.removed.empty()) return;
   const PrinterRegistry registry(OString(printer, CP_UTF8));
-  for (const PrinterSetting& setting : changes.saved) SaveSetting(registry, setting);
+  for (const PrinterSetting& setting : changes.saved) {
+    SaveSetting(registry, setting);
+    if (setting.setting->use == SettingUse::NotReadYet)
+      std::fprintf(stderr, "portwise: nothing reads the setting \"%s\" yet\n", PathOf(*setting.setting).c_str());
+  }
   for (const Setting* setting : changes.removed) {
     if (!RemoveSetting(registry, *setting))
       throw CommandError("the setting \"" + PathOf(*setting) + "\" of printer " + printer + " has its default already");
@@ -160,8 +165,11 @@ void Show(const PrinterArguments& arguments) {
   rows.push_back({"attributes:", AttributeNames(printer.value("attributes", DWORD{0}))});
   rows.push_back({"status:", PrinterCondition(printer)});
   rows.push_back({"jobs:", std::to_string(printer.value("jobs", 0u))});
-  for (const auto& [path, value] : printer["settings"].items())
-    rows.push_back({"setting:", path + " = " + (value.is_string() ? value.get<std::string>() : value.dump())});
+  for (const auto& [path, value] : printer["settings"].items()) {
+    const bool read = ParseSettingPath(path).use == SettingUse::Read;
+    rows.push_back({"setting:", path + " = " + (value.is_string() ? value.get<std::string>() : value.dump()) +
+                                    (read ? "" : " (not read yet)")});
+  }
   for (const Json& entry : printer["data"]) {
     const std::string name = entry.value("key", "") + "/" + entry.value("value", "");
     const bool told =

@@ -5,13 +5,15 @@
 #include <limits>
 
 #include "core/printer_handle.h"
+#include "logging/log_events.h"
 #include "settings/spooler_buffer.h"
 
 namespace portwise {
 namespace {
 
-constexpr DWORD kFirstWarning = 300;
-constexpr DWORD kFirstError = 900;
+DWORD CategoryOf(DWORD event) {
+  return event < kWarningCategory ? kInformationCategory : event < kErrorCategory ? kWarningCategory : kErrorCategory;
+}
 
 LONG Saturated(LONGLONG value) {
   constexpr LONG kLimit = std::numeric_limits<LONG>::max();
@@ -55,9 +57,7 @@ LogValue GetPageIndex(const JobLogValues& values, LogType type) {
   }
 }
 
-}  // namespace
-
-const LogFieldRow kLogFields[kLogFieldCount] = {
+constexpr LogFieldRow kLogFields[] = {
     {"StartTime", Get<&JobLogValues::startTime>},
     {"EndTime", Get<&JobLogValues::endTime>},
     {"SubmittedTime", Get<&JobLogValues::submittedTime>},
@@ -80,6 +80,10 @@ const LogFieldRow kLogFields[kLogFieldCount] = {
     {"Errors", Get<&JobLogValues::errors>},
     {"Status", Get<&JobLogValues::status>},
 };
+
+}  // namespace
+
+std::span<const LogFieldRow> LogFields() { return kLogFields; }
 
 void JobLogValues::BeginJob(const OString& printer, const OString& port, const OString& recordFile) {
   printerName = printer;
@@ -118,12 +122,13 @@ void JobLogValues::AddBytes(DWORD count) {
 void JobLogValues::SetEvent(DWORD id, const OString& description) {
   eventTime = Now();
   eventId = static_cast<LONG>(id);
-  eventType = id < kFirstWarning ? "Information" : id < kFirstError ? "Warning" : "Error";
-  eventCategory = static_cast<LONG>(id < kFirstWarning ? 0 : id < kFirstError ? kFirstWarning : kFirstError);
+  const DWORD category = CategoryOf(id);
+  eventType = category == kErrorCategory ? "Error" : category == kWarningCategory ? "Warning" : "Information";
+  eventCategory = static_cast<LONG>(category);
   eventDescription = description;
-  // The first of either range names the range, and is not one of its events.
-  if (id > kFirstWarning && id < kFirstError) warnings = Saturated(LONGLONG{warnings} + 1);
-  if (id > kFirstError) errors = Saturated(LONGLONG{errors} + 1);
+  // The id that names a category is not one of its events.
+  if (category == kWarningCategory && id != category) warnings = Saturated(LONGLONG{warnings} + 1);
+  if (category == kErrorCategory && id != category) errors = Saturated(LONGLONG{errors} + 1);
 }
 
 }  // namespace portwise

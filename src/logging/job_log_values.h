@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <span>
 #include <variant>
 
 #include "core/ostring.h"
@@ -49,12 +50,12 @@ struct JobLogValues {
 /// What a log records, one record for each.
 enum class LogType : DWORD { Jobs = 0, Pages = 1, Events = 2 };
 
-/// The fields that logs may have, in the order in which records are filled.
+/// A field that logs may have.
 struct LogFieldRow {
   const char* key;
   LogValue (*value)(const JobLogValues& values, LogType type);
 };
-inline constexpr int kLogFieldCount = 21;
-extern const LogFieldRow kLogFields[kLogFieldCount];
+/// All of them, in the order in which records are filled.
+std::span<const LogFieldRow> LogFields();
 
 }  // namespace portwise

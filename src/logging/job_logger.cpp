@@ -84,7 +84,7 @@ void JobLogger::Event(DWORD id, const OString& description) {
 
 void JobLogger::Write(Entry& entry) {
   const auto type = static_cast<LogType>(entry.log.logType);
-  for (const LogFieldRow& row : kLogFields) {
+  for (const LogFieldRow& row : LogFields()) {
     for (const logField& field : entry.log.fields) {
       OString text;
       if (field.key == row.key && FormatLogValue(row.value(values_, type), field, &text)) {

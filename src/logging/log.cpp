@@ -6,37 +6,25 @@
 
 #include "core/file.h"
 #include "core/folders.h"
+#include "logging/log_events.h"
 #include "logging/log_formatter_csv.h"
 #include "logging/log_formatter_linear.h"
 #include "logging/log_formatter_system_event.h"
+#include "logging/log_value_names.h"
 #include "settings/printer_registry.h"
 #include "settings/settings_catalogue.h"
 
 namespace portwise {
 namespace {
 
-enum Format : DWORD { kCsv = 0, kLinear = 1, kSystemEvent = 2, kLinearToo = 3 };
-enum Organization : DWORD { kByLog = 0, kByDocument = 1, kByDate = 2, kByNumber = 3 };
-
-struct EventRow {
-  DWORD first;
-  DWORD last;
-  DWORD filter;
-};
-
-/// Events of no row are always wanted.
-constexpr EventRow kEvents[] = {
-    {1, 2, 0x01},     {200, 200, 0x01}, {301, 304, 0x02}, {901, 908, 0x04},
-    {100, 100, 0x10}, {101, 101, 0x20}, {102, 102, 0x40}, {103, 103, 0x80},
-};
-
 OString LoggingKey() { return FindSetting(SettingId::LoggingKey).path; }
 
 logField LoadField(const OString& printer, const OString& fields, const OString& key) {
   PrinterRegistry registry(printer);
   registry.SetBasePath(fields + "/" + EscapeName(key));
-  return {key, registry.GetString("Name"), registry.GetDword("Format"), static_cast<LONG>(registry.GetDword("Order")),
-          registry.GetString("Parameters")};
+  return {key, registry.GetString(log_value::kFieldName), registry.GetDword(log_value::kFormat),
+          static_cast<LONG>(registry.GetDword(log_value::kFieldOrder)),
+          registry.GetString(log_value::kFieldParameters)};
 }
 
 /// A name that people gave must not lead to another folder, nor to a device.
@@ -54,7 +42,7 @@ OString DateName() {
   return text;
 }
 
-const char* Extension(DWORD format) { return format == kCsv ? ".csv" : format == kSystemEvent ? "" : ".txt"; }
+const char* Extension(DWORD format) { return format == kLogCsv ? ".csv" : format == kLogSystemEvent ? "" : ".txt"; }
 
 }  // namespace
 
@@ -71,20 +59,21 @@ Log Log::Load(const OString& printer, const OString& name, const OString& docume
   Log log;
   log.printer = printer;
   log.name = name;
-  log.enabled = registry.GetBool("Enabled", false);
-  log.logType = registry.GetDword("LogType");
-  log.format = registry.GetDword("Format");
+  log.enabled = registry.GetBool(log_value::kEnabled, false);
+  log.logType = registry.GetDword(log_value::kLogType);
+  log.format = registry.GetDword(log_value::kFormat);
   log.documentName = documentName;
-  log.directory = registry.GetString("LoggingDirectory");
-  log.organization = registry.GetDword("LogOrganization");
-  log.dataOffset = registry.GetDword("DataOffset");
-  log.eventsFilter = registry.GetDword("EventsFilter");
-  log.displayEmptyFields = registry.GetBool("DisplayEmptyFields", false);
-  log.includeHeaderRecord = registry.GetBool("IncludeHeaderRecord", false);
+  log.directory = registry.GetString(log_value::kDirectory);
+  log.organization = registry.GetDword(log_value::kOrganization);
+  log.dataOffset = registry.GetDword(log_value::kDataOffset);
+  log.eventsFilter = registry.GetDword(log_value::kEventsFilter);
+  log.displayEmptyFields = registry.GetBool(log_value::kDisplayEmptyFields, false);
+  log.includeHeaderRecord = registry.GetBool(log_value::kIncludeHeaderRecord, false);
+  const OString fields = key + "/" + log_value::kFields;
   OStringArray keys;
-  registry.EnumKeys(key + "/Fields", &keys);
+  registry.EnumKeys(fields, &keys);
   for (const OString& fieldKey : keys) {
-    logField field = LoadField(printer, key + "/Fields", fieldKey);
+    logField field = LoadField(printer, fields, fieldKey);
     const auto place = std::find_if(log.fields.begin(), log.fields.end(),
                                     [&field](const logField& other) { return other.order >= field.order; });
     log.fields.insert(place, std::move(field));
@@ -93,22 +82,22 @@ Log Log::Load(const OString& printer, const OString& name, const OString& docume
 }
 
 bool Log::Admits(DWORD eventId) const {
-  const auto row = std::find_if(std::begin(kEvents), std::end(kEvents), [eventId](const EventRow& event) {
-    return eventId >= event.first && eventId <= event.last;
-  });
-  return row == std::end(kEvents) || (eventsFilter & row->filter);
+  const auto* kind = std::find_if(std::begin(kLogEventKinds), std::end(kLogEventKinds),
+                                  [eventId](const LogEventKind& each) { return each.Has(eventId); });
+  // What is of no kind is always wanted.
+  return kind == std::end(kLogEventKinds) || (eventsFilter & kind->filter);
 }
 
 OString Log::FileName() const {
   const char* const extension = Extension(format);
   switch (organization) {
-    case kByLog:
+    case kLogByLog:
       return AsFileName(name) + extension;
-    case kByDocument:
+    case kLogByDocument:
       return documentName.IsEmpty() ? OString() : AsFileName(documentName) + extension;
-    case kByDate:
+    case kLogByDate:
       return DateName() + extension;
-    case kByNumber:
+    case kLogByNumber:
       for (ULONGLONG number = 1;; ++number) {
         const OString candidate = AsFileName(name) + "_" + OString::FromUnsigned(number) + extension;
         OFile existing;
@@ -123,21 +112,21 @@ OString Log::FilePath() const { return directory + "\\" + FileName(); }
 
 std::unique_ptr<LogFormatter> Log::MakeFormatter() const {
   switch (format) {
-    case kCsv: {
+    case kLogCsv: {
       auto formatter = std::make_unique<LogFormatterCSV>();
       formatter->SetPath(FilePath());
       formatter->SetIncludeHeaderRecord(includeHeaderRecord);
       return formatter;
     }
-    case kLinear:
-    case kLinearToo: {
+    case kLogLinear:
+    case kLogLinearToo: {
       auto formatter = std::make_unique<LogFormatterLinear>();
       formatter->SetPath(FilePath());
       formatter->SetDataOffset(static_cast<LONG>(dataOffset));
       formatter->SetDisplayEmptyFields(displayEmptyFields);
       return formatter;
     }
-    case kSystemEvent:
+    case kLogSystemEvent:
       return std::make_unique<LogFormatterSystemEvent>();
     default:
       return nullptr;

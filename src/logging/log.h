@@ -10,16 +10,21 @@
 
 namespace portwise {
 
+/// Where a log's records go, and how a record looks there.
+enum LogFormat : DWORD { kLogCsv = 0, kLogLinear = 1, kLogSystemEvent = 2, kLogLinearToo = 3 };
+/// What a log's files are named by.
+enum LogOrganization : DWORD { kLogByLog = 0, kLogByDocument = 1, kLogByDate = 2, kLogByNumber = 3 };
+
 /// One log as it is configured under a printer's "Settings:Logging".
 struct Log {
   OString printer;
   OString name;
   bool enabled = false;
-  DWORD logType = 0;
-  DWORD format = 0;
+  DWORD logType = static_cast<DWORD>(LogType::Jobs);
+  DWORD format = kLogCsv;
   OString documentName;  ///< of the current job, without its extension
   OString directory;
-  DWORD organization = 0;
+  DWORD organization = kLogByLog;
   DWORD dataOffset = 0;
   DWORD eventsFilter = 0;
   bool displayEmptyFields = false;

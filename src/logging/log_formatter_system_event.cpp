@@ -1,5 +1,7 @@
 #include "logging/log_formatter_system_event.h"
 
+#include "logging/log_events.h"
+
 namespace portwise {
 
 void LogFormatterSystemEvent::Write(const std::vector<logField>& fields, const LogData& record) {
@@ -7,8 +9,9 @@ void LogFormatterSystemEvent::Write(const std::vector<logField>& fields, const L
     LONG category;
     WORD type;
   };
-  constexpr CategoryRow kCategories[] = {
-      {0, EVENTLOG_INFORMATION_TYPE}, {300, EVENTLOG_WARNING_TYPE}, {900, EVENTLOG_ERROR_TYPE}};
+  constexpr CategoryRow kCategories[] = {{kInformationCategory, EVENTLOG_INFORMATION_TYPE},
+                                         {kWarningCategory, EVENTLOG_WARNING_TYPE},
+                                         {kErrorCategory, EVENTLOG_ERROR_TYPE}};
 
   OString text;
   for (const logField& field : fields) {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "monitor/call_guard.h"
+#include "monitor/net_mon_exception_handler.h"
 #include "monitor/port_context.h"
 #include "monitor/port_list.h"
 #include "monitor/request_channel.h"

@@ -36,7 +36,7 @@ bool FlowControl::Admits(size_t length, WriteOutcome* outcome) {
     return false;
   }
   if (!Applies()) return true;
-  if (port_.Monitor().CurrentStatus().IsError()) {
+  if (port_.StatusWatch().CurrentStatus().IsError()) {
     outcome->printerError = true;
     return false;
   }

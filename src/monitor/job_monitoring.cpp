@@ -5,9 +5,6 @@
 namespace portwise {
 namespace {
 
-constexpr DWORD kReady = 1;
-constexpr DWORD kMonitoringDisabled = 0x10000000;
-
 /// A wait for a status, for a scope. A job that starts meanwhile does not take the answer away.
 class StatusWait {
  public:
@@ -24,7 +21,9 @@ class StatusWait {
 
 bool JobMonitoring::IsOn() const { return port_.Settings().Values().IsStatusMonitoringEnabled(); }
 
-bool JobMonitoring::IsDisabled() const { return port_.Monitor().CurrentStatus().Primary() == kMonitoringDisabled; }
+bool JobMonitoring::IsDisabled() const {
+  return port_.StatusWatch().CurrentStatus().Primary() == kStatusMonitoringDisabled;
+}
 
 void JobMonitoring::SwitchOff() const { port_.Settings().OverrideForJob().ApplyBidirectional(false); }
 
@@ -40,8 +39,8 @@ bool JobMonitoring::VerifiesJob() const {
 
 bool JobMonitoring::RequestStatus(bool keepPolling) const {
   const OScopedLock lock(requestLock_);
-  const StatusWait wait(port_.Monitor());
-  port_.Monitor().AllowPolling(true);
+  const StatusWait wait(port_.StatusWatch());
+  port_.StatusWatch().AllowPolling(true);
   bool answered = !IsOn() || port_.Events().RequestStatus(port_.ResponseTimeout());
   // A printer that still takes what it was sent cannot be asked, and has not failed.
   while (!answered && IsOn() && port_.PrinterConnection().IsEnding()) {
@@ -59,20 +58,20 @@ bool JobMonitoring::RequestStatus(bool keepPolling) const {
 /// Between jobs the printer may always be asked.
 void JobMonitoring::ForbidPolling() const {
   const OScopedLock lock(pollingLock_);
-  if (port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(false);
+  if (port_.StatusWatch().IsMonitoringJob()) port_.StatusWatch().AllowPolling(false);
 }
 
 void JobMonitoring::EndJob(bool active) {
   const OScopedLock lock(pollingLock_);
-  if (active) port_.Monitor().EndJob();
-  port_.Monitor().AllowPolling(true);
+  if (active) port_.StatusWatch().EndJob();
+  port_.StatusWatch().AllowPolling(true);
 }
 
 PrinterStatus JobMonitoring::PublishCurrent() const {
-  PrinterStatus status = port_.Monitor().CurrentStatus();
-  if (status.Primary() == kMonitoringDisabled) {
+  PrinterStatus status = port_.StatusWatch().CurrentStatus();
+  if (status.Primary() == kStatusMonitoringDisabled) {
     SwitchOff();
-    status = PrinterStatus(kReady);
+    status = PrinterStatus(kStatusReady);
   }
   port_.Publish(status);
   return status;
@@ -88,7 +87,7 @@ bool JobMonitoring::IsPageComplete(bool* failed) const {
 }
 
 void JobMonitoring::ReportWriteFailure() const {
-  port_.Monitor().SetStatusOffline();
+  port_.StatusWatch().SetStatusOffline();
   SetLastError(ERROR_IO_DEVICE);
 }
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "connection/connection_use.h"
-#include "monitor/job_events.h"
+#include "logging/log_events.h"
 #include "monitor/port_context.h"
 #include "monitor/spooler_queries.h"
 #include "settings/printer_info.h"
@@ -35,7 +35,7 @@ bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* inf
   port_.NameJob(printer, job);
   const JobStart start(port_.Documents());
   const bool begun = port_.Documents().Begin(job, level, info);
-  port_.Monitor().SetStartDocFailed(!begun);
+  port_.StatusWatch().SetStartDocFailed(!begun);
   if (!begun || !info) return begun;
   // The spooler does not end a job whose start failed.
   try {
@@ -59,7 +59,7 @@ void JobSession::Begin(const OString& document) {
   BeginRecords(document);
   port_.Path().BeginJob();
   port_.Monitoring().BeginJob();
-  port_.Monitor().ResetQueries();
+  port_.StatusWatch().ResetQueries();
   BeginMonitoring();
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
 }
@@ -68,7 +68,7 @@ void JobSession::Begin(const OString& document) {
 /// monitored.
 void JobSession::ChooseMonitoring() {
   if (!port_.Monitoring().IsOn()) return;
-  if (PrinterInfo::IsBidirectional(port_.JobPrinter()) && port_.Monitor().WaitStarted() &&
+  if (PrinterInfo::IsBidirectional(port_.JobPrinter()) && port_.StatusWatch().WaitStarted() &&
       port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind())) {
     return;
   }
@@ -102,8 +102,8 @@ void JobSession::BeginMonitoring() {
     port_.Settings().OverrideForJob().DisableStatusMonitoring();
     return;
   }
-  port_.Monitor().BeginJob();
-  port_.Monitor().AllowPolling(false);
+  port_.StatusWatch().BeginJob();
+  port_.StatusWatch().AllowPolling(false);
   monitoringActive_ = true;
 }
 
@@ -120,7 +120,7 @@ void JobSession::End() {
   };
   bool delivered = false;
   ULONGLONG unconfirmed = 0;
-  port_.Monitor().AbandonQueries();
+  port_.StatusWatch().AbandonQueries();
   // The last bytes may wait for a status, and that for the documents' lock.
   attempt([&] { delivered = port_.Path().EndJob(); });
   const OScopedLock lock(port_.Documents().Lock());
@@ -156,7 +156,7 @@ void JobSession::End() {
 
 void JobSession::TellPluginsOfEnd() {
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobEnd);
-  if (!port_.Monitoring().IsOn() || !port_.Monitor().IsMonitoringJob()) return;
+  if (!port_.Monitoring().IsOn() || !port_.StatusWatch().IsMonitoringJob()) return;
   port_.Plugin().Notify(PluginEvent::JobEnd);
   if (JobsQueued(port_.JobPrinter()) < 2) port_.Plugin().Notify(PluginEvent::LastJobEnd);
 }

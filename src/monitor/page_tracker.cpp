@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "monitor/job_events.h"
+#include "logging/log_events.h"
 #include "monitor/port_context.h"
 #include "monitor/spooler_queries.h"
 

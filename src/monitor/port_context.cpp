@@ -5,7 +5,7 @@
 
 #include "connection/connection_use.h"
 #include "connection/create_connection.h"
-#include "monitor/call_guard.h"
+#include "monitor/net_mon_exception_handler.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 

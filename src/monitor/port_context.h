@@ -104,7 +104,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   MonitorInterface& Plugin() override { return *plugin_; }
   ProtocolInterface& Protocol() override { return plugins_.Protocol(); }
   JobMonitoring& Monitoring() { return monitoring_; }
-  JobMonitor& Monitor() { return *monitor_; }
+  JobMonitor& StatusWatch() { return *monitor_; }
   StatusEvents& Events() override { return events_; }
   /// Puts others in the place of the port's own status monitor and plug-in, before the first job. They must outlive the
   /// port.

@@ -125,7 +125,7 @@ PrintPath::Verdict PrintPath::WaitForFirstWrite() {
 PrintPath::Verdict PrintPath::WaitForHealth() {
   if (!port_.Monitoring().IsOn()) return Verdict::GoOn;
   const bool error = port_.Monitoring().PublishCurrent().IsError();
-  if (error || port_.Monitor().IsMonitoringJob()) port_.Monitor().AllowPolling(error);
+  if (error || port_.StatusWatch().IsMonitoringJob()) port_.StatusWatch().AllowPolling(error);
   return error ? Verdict::ReturnFalse : Verdict::GoOn;
 }
 
@@ -190,7 +190,7 @@ PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DW
 BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
   bufferParsed_ = true;
   *written = skipped;
-  if (port_.Monitor().QueriesAdded()) {
+  if (port_.StatusWatch().QueriesAdded()) {
     if (!WaitForQueries()) return TRUE;
   } else {
     const Verdict verdict = WaitForJob();
@@ -205,20 +205,20 @@ BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
 }
 
 bool PrintPath::WaitForQueries() {
-  if (port_.Monitor().BeginQueries()) SetEvent(port_.Events().Query());
-  if (port_.Monitor().IsQuerying()) {
+  if (port_.StatusWatch().BeginQueries()) SetEvent(port_.Events().Query());
+  if (port_.StatusWatch().IsQuerying()) {
     Sleep(kQueryPause);
     return false;
   }
   Sleep(kAfterQueries);
-  port_.Monitor().ClearQueriesAdded();
+  port_.StatusWatch().ClearQueriesAdded();
   return true;
 }
 
 PrintPath::Verdict PrintPath::WaitForJob() {
   JobMonitoring& monitoring = port_.Monitoring();
   if (!monitoring.IsOn()) return Verdict::GoOn;
-  port_.Monitor().AllowPolling(true);
+  port_.StatusWatch().AllowPolling(true);
   if (JobStatus(port_.JobPrinter(), port_.JobId()) == JOB_STATUS_DELETING) return Verdict::GoOn;
   if (!monitoring.VerifiesJob() && !monitoring.VerifiesPages() && JobsQueued(port_.JobPrinter()) != 1) {
     return Verdict::GoOn;
@@ -257,7 +257,7 @@ void PrintPath::AccountForPages(XPML_Document& document) {
     document.SetContinue(true);
     return;
   }
-  port_.Monitor().Touch();
+  port_.StatusWatch().Touch();
   if (!port_.Monitoring().VerifiesPages()) return;
   bool failed = false;
   const bool complete = port_.Monitoring().IsPageComplete(&failed);
@@ -297,7 +297,7 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
   if (ownDocument) port_.PrinterConnection().BeginCount();
   const size_t done = writer_.WriteAdmitted(bytes, &outcome);
   try {
-    if (done > 0) port_.Monitor().Touch();
+    if (done > 0) port_.StatusWatch().Touch();
     // Within a job the block is the job's, and has no data of its own yet.
     if (done == bytes.size() && ownDocument) port_.Pages().CloseBlock();
   } catch (...) {

@@ -6,6 +6,7 @@
 #include "core/buffer.h"
 #include "monitor/port_context.h"
 #include "settings/registry.h"
+#include "settings/settings_catalogue.h"
 #include "xpml/request.h"
 
 namespace portwise {
@@ -53,7 +54,7 @@ bool AnswerStored(PortContext& port, std::string_view valueName, const Answer& a
   if (printer.empty()) return false;
   if (!answer.HasRoomFor(sizeof(DWORD))) return false;
   port.SetPrinterName(OString(printer));
-  const OString path = OString("LOCAL:XPML/") + OString(valueName.substr(comma + 1));
+  const OString path = OString(SettingPath(SettingId::XpmlValues, valueName.substr(comma + 1)));
   const ORegistry registry;
   DWORD size = 0;
   if (!registry.GetValueInfo(path, nullptr, &size) || !answer.CanTell()) return false;

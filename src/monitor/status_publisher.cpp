@@ -1,20 +1,20 @@
 #include "monitor/status_publisher.h"
 
+#include "logging/log_events.h"
 #include "monitor/spooler_queries.h"
 #include "monitor/status_updates.h"
 
 namespace portwise {
 namespace {
 
-/// Events of the job logs.
-enum Event : DWORD { kNone = 0, kReadyAgain = 200, kWarning = 301, kWaiting = 303, kError = 901 };
+constexpr DWORD kNone = 0;
 
-/// The event that a status is, coming after another.
-Event EventOf(const PrinterStatus& status, const PrinterStatus& before) {
-  if (status.IsReady() && !before.IsReady() && !before.IsBusy()) return kReadyAgain;
-  if (status.IsWaiting()) return kWaiting;
+/// The event of the job logs that a status is, coming after another.
+DWORD EventOf(const PrinterStatus& status, const PrinterStatus& before) {
+  if (status.IsReady() && !before.IsReady() && !before.IsBusy()) return kReadyAgainEvent;
+  if (status.IsWaiting()) return kWaitingEvent;
   const Severity severity = status.Severity();
-  return severity == Severity::Warning ? kWarning : severity == Severity::Error ? kError : kNone;
+  return severity == Severity::Warning ? kWarningEvent : severity == Severity::Error ? kErrorEvent : kNone;
 }
 
 }  // namespace
@@ -51,13 +51,13 @@ void StatusPublisher::Announce(const StatusSubject& subject, const PrinterStatus
 }
 
 void StatusPublisher::Record(DWORD job, const PrinterStatus& status) {
-  const Event event = EventOf(status, current_);
+  const DWORD event = EventOf(status, current_);
   if (event == kNone) return;
   port_.JobLog().Event(event, texts_.Of(status, PrinterStatus::kCommas));
-  if ((event != kWarning && event != kError) || !port_.SettingValues().IsStatusMonitoringEnabled()) return;
+  if ((event != kWarningEvent && event != kErrorEvent) || !port_.SettingValues().IsStatusMonitoringEnabled()) return;
   const JobRecords::Hold record(port_.Jobs(), job);
   if (!record) return;
-  if (event == kWarning) {
+  if (event == kWarningEvent) {
     ++record->warningCount;
   } else {
     ++record->errorCount;

@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <functional>
 
+#include "core/hex.h"
 #include "locale/ulocale.h"
 
 namespace portwise {
 namespace {
-
-constexpr DWORD kReady = 1;
 
 /// Holds the locks of two records, in the order that every thread takes.
 class BothLocked {
@@ -27,9 +26,7 @@ class BothLocked {
 /// The number that a printer gave a code of its own: decimal, or four hexadecimal digits.
 OString OwnNumber(DWORD code) {
   if (code >> 28 == 0xA) return OString::FromUnsigned(code & 0xFFFFFF);
-  OString digits;
-  for (int shift = 12; shift >= 0; shift -= 4) digits += static_cast<WCHAR>("0123456789ABCDEF"[code >> shift & 0xF]);
-  return digits;
+  return OString(EncodeHexNumber(static_cast<WORD>(code)));
 }
 
 OString TextOf(ULocale& locale, const StatusCodeRow& row) {
@@ -70,7 +67,7 @@ bool operator==(const PrinterStatus& left, const PrinterStatus& right) {
 
 DWORD PrinterStatus::Primary() const {
   const OScopedLock locked(lock_);
-  return codes_.IsEmpty() ? kReady : codes_[0];
+  return codes_.IsEmpty() ? kStatusReady : codes_[0];
 }
 
 Severity PrinterStatus::Severity() const {
@@ -86,12 +83,13 @@ Severity PrinterStatus::Severity() const {
 
 bool PrinterStatus::IsBusy() const {
   const DWORD primary = Primary();
-  return primary == 2 || primary == 3 || primary == 12 || primary == 13;
+  return primary == kStatusProcessing || primary == kStatusPrinting || primary == kStatusBusy ||
+         primary == kStatusFeeding;
 }
 
 bool PrinterStatus::IsWaiting() const {
   const DWORD primary = Primary();
-  return primary == 4 || primary == 8;
+  return primary == kStatusPaused || primary == kStatusLabelPresent;
 }
 
 OString PrinterStatus::Text(ULocale& locale, DWORD options) const {

@@ -38,8 +38,8 @@ class PrinterStatus {
   /// An error outweighs warnings, and these outweigh all else.
   portwise::Severity Severity() const;
 
-  bool IsReady() const { return Primary() == 1; }
-  bool IsOffline() const { return Primary() == 5; }
+  bool IsReady() const { return Primary() == kStatusReady; }
+  bool IsOffline() const { return Primary() == kStatusOffline; }
   bool IsBusy() const;
   bool IsWaiting() const;
   bool IsError() const { return Severity() == Severity::Error; }

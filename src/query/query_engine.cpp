@@ -37,7 +37,7 @@ class RequestJudge final : public AnswerJudge {
       // After a full read there is more to come.
       return count < QueryExchange::kReadSize ? PluginVerdict::Complete : PluginVerdict::Incomplete;
     }
-    return host_.Monitor().PassData(answer.data(), static_cast<DWORD>(answer.size()));
+    return host_.Plugin().PassData(answer.data(), static_cast<DWORD>(answer.size()));
   }
 
  private:
@@ -54,7 +54,7 @@ class QueueJudge final : public AnswerJudge {
   bool IsStopped() override { return queue_.IsOver(run_); }
   PluginVerdict Judge(std::string_view answer, DWORD count) override {
     queue_.CountRead(run_, count);
-    return host_.Monitor().PassData(answer.data(), static_cast<DWORD>(answer.size()));
+    return host_.Plugin().PassData(answer.data(), static_cast<DWORD>(answer.size()));
   }
 
  private:
@@ -147,7 +147,7 @@ void QueryEngine::Notify(ProtocolEvent protocolEvent, PluginEvent pluginEvent) {
   if (host_.Protocol().IsActive()) {
     host_.Protocol().Notify(protocolEvent);
   } else {
-    host_.Monitor().Notify(pluginEvent);
+    host_.Plugin().Notify(pluginEvent);
   }
 }
 
@@ -190,7 +190,7 @@ bool QueryEngine::RunQuery(const QueryQueue::Step& step) {
             '\0');
   queue_.SetDisplayStatus(step.run, "Querying");
   QueryExchange exchange(host_, command, nullptr);
-  host_.Monitor().Notify(PluginEvent::QueryStart);
+  host_.Plugin().Notify(PluginEvent::QueryStart);
   if (!exchange.Send(kSendQueueQuery)) return false;
   queue_.CountWritten(step.run, command.size());
 
@@ -198,7 +198,7 @@ bool QueryEngine::RunQuery(const QueryQueue::Step& step) {
   QueueJudge judge(host_, queue_, step.run);
   std::string answer;
   if (exchange.Receive(judge, &answer)) {
-    host_.Monitor().Notify(PluginEvent::QueryAnswered);
+    host_.Plugin().Notify(PluginEvent::QueryAnswered);
     queue_.Complete(step.run, std::move(answer));
   } else {
     queue_.CompleteAndEnd(step.run, std::move(answer));

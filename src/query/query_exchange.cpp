@@ -21,10 +21,10 @@ QueryExchange::QueryExchange(QueryHost& host, std::string_view command, const ch
       command_(command),
       sendTimeout_(sendTimeout != 0 ? sendTimeout : host.SendTimeout()),
       responseTimeout_(responseTimeout != 0 ? responseTimeout : host.ResponseTimeout()) {
-  host_.Monitor().RememberRequest(command, parameters);
+  host_.Plugin().RememberRequest(command, parameters);
 }
 
-QueryExchange::~QueryExchange() { host_.Monitor().ForgetRequest(); }
+QueryExchange::~QueryExchange() { host_.Plugin().ForgetRequest(); }
 
 bool QueryExchange::Send(const SendManner& manner) {
   size_t done = 0;
@@ -94,7 +94,7 @@ bool QueryExchange::Receive(AnswerJudge& judge, std::string* answer) {
       answer->append(buffer, count);
       verdict = answer->size() <= kLongestAnswer ? judge.Judge(*answer, count) : PluginVerdict::Failed;
     } else if (answer->empty()) {
-      host_.Monitor().Notify(PluginEvent::NothingRead);
+      host_.Plugin().Notify(PluginEvent::NothingRead);
     } else if (verdict != PluginVerdict::Incomplete) {
       verdict = PluginVerdict::Complete;
     }

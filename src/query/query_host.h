@@ -16,7 +16,7 @@ class QueryHost {
 
   /// The connection, whose use lock the thread holds, and the two sides of the printer's plug-in.
   virtual Connection& PrinterConnection() = 0;
-  virtual MonitorInterface& Monitor() = 0;
+  virtual MonitorInterface& Plugin() = 0;
   virtual ProtocolInterface& Protocol() = 0;
 
   /// Milliseconds that the printer may take nothing, and that an answer may take.

@@ -15,7 +15,7 @@ constexpr bool IsIn(DWORD code, DWORD first, DWORD last) { return first <= code 
 
 /// The severity that the ranges of codes stand for. Bits 24 to 27 tell it of the codes that a printer makes up.
 constexpr Severity SeverityByRange(DWORD code) {
-  if (code == 5) return Severity::Error;
+  if (code == kStatusOffline) return Severity::Error;
   if (code == 10 || code == 11) return Severity::Warning;
   if (IsIn(code, 0, 0xFFFF)) return Severity::Normal;
   if (IsIn(code, 0x10000, 0x1FFFF)) return Severity::Error;
@@ -169,6 +169,8 @@ WORD TextByRange(DWORD code) {
 }
 
 }  // namespace
+
+std::span<const StatusCodeRow> StatusCodes() { return kRows; }
 
 StatusCodeRow DescribeStatusCode(DWORD code) {
   const auto* row = std::lower_bound(std::begin(kRows), std::end(kRows), code,

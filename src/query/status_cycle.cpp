@@ -12,7 +12,6 @@ namespace {
 constexpr DWORD kWhileUnidirectional = 200;  // ms, as are all below
 constexpr DWORD kIdleWait = 2000;            // the age that settings may have; the price of an idle port
 constexpr DWORD kBusyPause = 20;             // while print data has the connection
-constexpr DWORD kDemand = 10000;             // for which a client's look at the status lasts
 constexpr DWORD kOfflineResponseTimeout = 2000;
 
 /// The connection's use lock, if nobody has it, for a scope in which nothing is print data.
@@ -35,6 +34,20 @@ class ConnectionTurn {
   Connection& connection_;
   const bool taken_;
 };
+
+/// Whether nobody may follow any more, after a change of the mode, a status that was followed before it.
+bool LeavesUnfollowed(LONG before, LONG now) {
+  switch (before) {
+    case kMonitoringOnDemand:
+      return now == kMonitoringOff || now == kMonitoringDuringJobs;
+    case kMonitoringAlways:
+      return now != kMonitoringAlways;
+    case kMonitoringDuringJobs:
+      return now == kMonitoringOff;
+    default:
+      return false;
+  }
+}
 
 }  // namespace
 
@@ -66,7 +79,7 @@ void StatusMonitor::RunCycle() {
   if (pollDue && status_.IsReady() && startDocFailed_.exchange(false)) SetStatusOffline();
   WaitForTurn();
   // A status may have been requested during the wait.
-  if (running_ && !UseConnection(pollDue || (mode_ != 0 && statusRequested_))) WaitAwake(kBusyPause);
+  if (running_ && !UseConnection(pollDue || (mode_ != kMonitoringOff && statusRequested_))) WaitAwake(kBusyPause);
 }
 
 /// What the settings say now; false when the printer is not to be asked anything. A status that nobody follows any more
@@ -77,7 +90,7 @@ bool StatusMonitor::FollowSettings() {
   const bool bidirectional = PrinterInfo::IsBidirectional(host_.JobPrinter());
   const bool switchedOff = bidirectional_ && !bidirectional;
   bidirectional_ = bidirectional;
-  const bool left = (mode_ == 1 && (mode == 0 || mode == 3)) || (mode_ == 2 && mode != 2) || (mode_ == 3 && mode == 0);
+  const bool left = LeavesUnfollowed(mode_, mode);
   mode_ = mode;
   if (switchedOff || left) DropStatus();
   if (!bidirectional) {
@@ -92,16 +105,16 @@ bool StatusMonitor::FollowSettings() {
 
 /// Print data that waits for a status, also that of a request between jobs, gets one in every mode that asks at all.
 bool StatusMonitor::IsPollDue() {
-  if (mode_ != 0 && statusRequested_) return true;
+  if (mode_ != kMonitoringOff && statusRequested_) return true;
   switch (mode_) {
-    case 1: {
+    case kMonitoringOnDemand: {
       const DWORD read = lastStatusRead_;
       return !status_.IsReady() || IsMonitoringJob() || startDocFailed_ ||
              (read != 0 && GetTickCount() - read <= kDemand);
     }
-    case 2:
+    case kMonitoringAlways:
       return true;
-    case 3:
+    case kMonitoringDuringJobs:
       if (!status_.IsReady()) {
         const OScopedLock document(host_.DocumentLock());
         if (!IsMonitoringJob()) DropStatus();
@@ -113,7 +126,9 @@ bool StatusMonitor::IsPollDue() {
 }
 
 /// Somebody follows the status at present, and it is looked for again.
-bool StatusMonitor::IsStatusFollowed() { return mode_ != 0 && (mode_ != 3 || IsMonitoringJob()); }
+bool StatusMonitor::IsStatusFollowed() {
+  return mode_ != kMonitoringOff && (mode_ != kMonitoringDuringJobs || IsMonitoringJob());
+}
 
 /// Until somebody wants something, a request falls due, or the settings may have changed.
 void StatusMonitor::WaitForDemand() {

@@ -6,15 +6,11 @@
 namespace portwise {
 namespace {
 
-constexpr DWORD kStatusMonitoringDisabled = 0x10000000;
-constexpr DWORD kStatusReady = 1;
-constexpr DWORD kStatusOffline = 5;
 constexpr DWORD kStartWait = 60000;  // ms, as are all below
 constexpr DWORD kLoadPause = 100;
 constexpr DWORD kLoadPatience = 30000;  // while the printer cannot be opened
 constexpr DWORD kFailurePause = 1000;
 constexpr DWORD kShortestInterval = 100;  // whatever the settings say
-constexpr DWORD kDemand = 10000;          // for which a client's look at the status lasts
 
 }  // namespace
 
@@ -22,7 +18,7 @@ StatusMonitor::StatusMonitor(StatusHost& host)
     : host_(host),
       engine_(*this, requests_, queue_),
       poll_(host, *this),
-      status_(1),
+      status_(kStatusReady),
       startEvent_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       wake_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
@@ -94,7 +90,7 @@ void StatusMonitor::DropStatus() {
   const OScopedLock document(host_.DocumentLock());
   SetStatus(PrinterStatus(kStatusReady));
   const bool awaited = IsMonitoringJob() || statusRequests_ > 0;
-  if (!awaited || mode_ == 0 || !bidirectional_) TellStatusWaiters();
+  if (!awaited || mode_ == kMonitoringOff || !bidirectional_) TellStatusWaiters();
 }
 
 /// Without bidirectional support nobody would find the printer ready again.

@@ -59,6 +59,8 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void AbandonQueries() override { queue_.AbandonAll(); }
 
  private:
+  static constexpr DWORD kDemand = 10000;  ///< ms for which a client's look at the status lasts
+
   void ThreadProc();
   void LoadPlugin(OExceptionHandler& guard);
   void EndThread(OExceptionHandler& guard);
@@ -101,12 +103,12 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   void DropStatus();
 
   Connection& PrinterConnection() override { return host_.PrinterConnection(); }
-  MonitorInterface& Monitor() override { return host_.Plugin(); }
+  MonitorInterface& Plugin() override { return host_.Plugin(); }
   ProtocolInterface& Protocol() override { return host_.Protocol(); }
   DWORD SendTimeout() override { return host_.SettingValues().GetSendTimeout(); }
   DWORD ResponseTimeout() override { return host_.SettingValues().GetResponseTimeout(); }
   bool IsStopping() override { return !running_; }
-  bool FollowsStatus() override { return mode_ != 0; }
+  bool FollowsStatus() override { return mode_ != kMonitoringOff; }
   void Warn(const OString& text) override { host_.Warn(text); }
 
   StatusHost& host_;
@@ -132,7 +134,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   std::atomic<DWORD> lastData_{0};        // tick count
   std::atomic<DWORD> lastStatusRead_{0};  // tick count; 0 for never
 
-  LONG mode_ = 0;                 // of the cycle before
+  LONG mode_ = kMonitoringOff;    // of the cycle before
   bool statusRequested_ = false;  // and not looked for since
   DWORD statusResponseTimeout_ = 30000;
   bool refused_ = false;                  // a connection was, the last time

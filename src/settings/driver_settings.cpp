@@ -1,5 +1,7 @@
 #include "settings/driver_settings.h"
 
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "settings/settings_catalogue.h"
@@ -7,21 +9,21 @@
 namespace portwise {
 namespace {
 
-/// The settings that have an accessor stand first in the catalogue.
-constexpr SettingId kLastOfDriver = SettingId::IdlePollingInterval;
+constexpr std::string_view kRoot = "Settings:";
 
-/// Their keys in the cache.
+/// The key in the cache; std::bad_optional_access for a setting of another root.
 const SettingKey& KeyOf(SettingId id) {
+  using Keys = std::vector<std::optional<SettingKey>>;
   // Never destroyed: ports may be closed after the library's static objects are gone.
-  static const std::vector<SettingKey>& keys = *new std::vector<SettingKey>([] {
-    const OString root("Settings:");
-    std::vector<SettingKey> made;
-    for (int index = 0; index <= static_cast<int>(kLastOfDriver); ++index) {
-      made.emplace_back(OString(FindSetting(static_cast<SettingId>(index)).path).Mid(root.Length()));
+  static const Keys& keys = *new Keys([] {
+    Keys made(static_cast<size_t>(SettingId::Count));
+    for (size_t index = 0; index < made.size(); ++index) {
+      const std::string_view path = FindSetting(static_cast<SettingId>(index)).path;
+      if (path.starts_with(kRoot)) made[index].emplace(OString(path.substr(kRoot.size())));
     }
     return made;
   }());
-  return keys[static_cast<size_t>(id)];
+  return keys[static_cast<size_t>(id)].value();
 }
 
 bool GetBool(DriverSettingsCore& core, SettingId id) { return core.GetBool(KeyOf(id), FindSetting(id).number != 0); }

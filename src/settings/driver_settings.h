@@ -6,6 +6,14 @@
 
 namespace portwise {
 
+/// When the printer is asked for its status: the values of the monitoring mode.
+enum MonitoringMode : LONG {
+  kMonitoringOff = 0,
+  kMonitoringOnDemand = 1,    ///< while a job runs, while the printer is not ready, and for a client's look
+  kMonitoringAlways = 2,      ///< also while nobody looks
+  kMonitoringDuringJobs = 3,  ///< and between jobs the printer counts as ready
+};
+
 /// What the driver has set for one printer, with the system's defaults (settings/settings_catalogue.h). Each value is
 /// read once between two calls of Init; setters change it in memory, for the rest of a job. Any thread.
 class DriverSettings {
@@ -17,11 +25,11 @@ class DriverSettings {
   bool GetPrintCodeRecording();
   OString GetRecordingDirectory();
 
-  /// 0 to 3, or the default; 0 is off.
+  /// A MonitoringMode, or the default.
   LONG GetStatusMonitoringMode();
   void SetStatusMonitoringMode(LONG mode);
-  void DisableStatusMonitoring() { SetStatusMonitoringMode(0); }
-  bool IsStatusMonitoringEnabled() { return GetStatusMonitoringMode() != 0; }
+  void DisableStatusMonitoring() { SetStatusMonitoringMode(kMonitoringOff); }
+  bool IsStatusMonitoringEnabled() { return GetStatusMonitoringMode() != kMonitoringOff; }
   /// Takes effect on what has not been read yet.
   void SetDefaultMonitoringMode(LONG mode) { defaultMonitoringMode_ = mode; }
 
@@ -49,7 +57,7 @@ class DriverSettings {
 
  private:
   DriverSettingsCore core_;
-  std::atomic<LONG> defaultMonitoringMode_{0};
+  std::atomic<LONG> defaultMonitoringMode_{kMonitoringOff};
 };
 
 }  // namespace portwise

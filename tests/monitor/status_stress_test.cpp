@@ -17,7 +17,7 @@
 #include "tests/support/holdings.h"
 #include "tests/support/printer_program.h"
 #include "tests/support/temporary_home.h"
-#include "xpml/port/port_commands.h"
+#include "xpml/port/command_table.h"
 
 namespace portwise {
 namespace {
@@ -124,15 +124,15 @@ class StatusStressTest : public ::testing::Test {
                                 reinterpret_cast<LPWSTR>(reply), sizeof reply, &length);
       answers_ += std::string_view(reply, std::min<size_t>(length, sizeof reply)).find("Complete") != std::string::npos;
       auto& port = *static_cast<PortContext*>(lane.port);
-      port.Monitor().NoteStatusRead();
+      port.StatusWatch().NoteStatusRead();
       statuses_ += port.Publisher().Current() == PrinterStatus(1);
-      if (random() % 500 == 0) port.Monitor().SetStatusOffline();
+      if (random() % 500 == 0) port.StatusWatch().SetStatusOffline();
     }
   }
 
   TemporaryHome home_;
   FakeSpooler spooler_;
-  PortCommands commands_;
+  CommandTable commands_;
   Lane lanes_[3] = {Lane(1), Lane(2), Lane(3)};
   std::atomic<bool> over_ = false;
   std::atomic<int> answers_ = 0, statuses_ = 0;

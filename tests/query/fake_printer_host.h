@@ -55,7 +55,7 @@ struct ScriptedConnection final : Connection {
 /// plug-in shall remember, "-" when it forgets.
 struct FakePrinterHost final : QueryHost, MonitorInterface, ProtocolInterface {
   Connection& PrinterConnection() override { return connection; }
-  MonitorInterface& Monitor() override { return *this; }
+  MonitorInterface& Plugin() override { return *this; }
   ProtocolInterface& Protocol() override { return *this; }
   DWORD SendTimeout() override { return sendTimeout; }
   DWORD ResponseTimeout() override { return responseTimeout; }

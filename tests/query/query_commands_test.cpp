@@ -23,6 +23,11 @@ class QueryCommandsTest : public testing::Test, protected QueryCommandPort {
   RequestList& Requests() override { return list; }
   HANDLE QueryEvent() override { return events.Query(); }
 
+  template <bool (*Command)(XPML_Document&, QueryCommandPort&)>
+  static bool Call(XPML_Document& document, void* port) {
+    return Command(document, *static_cast<QueryCommandPort*>(port));
+  }
+
   void Run(const Row& row) {
     XPML_Document document;
     std::string reply;
@@ -31,7 +36,9 @@ class QueryCommandsTest : public testing::Test, protected QueryCommandPort {
       return true;
     };
     document.SetTextHandler(append, &reply);
-    RegisterQueryCommands(document, *this);
+    QueryCommandPort* const port = this;
+    document.RegisterHandler("/query", Call<RunQuery>, port);
+    document.RegisterHandler("/request", Call<RunRequest>, port);
     const std::string section = "<xpml>" + row.request + "</xpml>";
     document.Parse(section.data(), static_cast<int>(section.size()));
     EXPECT_EQ(reply, row.reply) << row.request;

@@ -12,7 +12,7 @@
 #include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"
-#include "xpml/port/port_commands.h"
+#include "xpml/port/command_table.h"
 
 namespace portwise {
 
@@ -70,7 +70,7 @@ class MonitorFixture : public ::testing::Test {
   TemporaryHome home_;
   FakeSpooler spooler_;
   FakePortMonitor below_;
-  PortCommands commands_;
+  CommandTable commands_;
 };
 
 }  // namespace portwise

@@ -231,7 +231,7 @@ TEST(XpmlParser, HandlesAttributesByTheirRules) {
   } seen;
   XPML_Document document;
   document.RegisterHandler(
-      "set",
+      "gauge",
       [](XPML_Document& open, void* context) {
         auto* result = static_cast<Seen*>(context);
         result->name = open.GetAttribute("name", "-");
@@ -248,28 +248,28 @@ TEST(XpmlParser, HandlesAttributesByTheirRules) {
     document.Parse(text.data(), static_cast<int>(text.size()));
     return seen.name + "|" + seen.value + "|" + seen.flag + "|" + std::to_string(seen.number);
   };
-  EXPECT_EQ(parse("<set name=\"v\" value='a b'>"), "v|a b|true|0");
-  EXPECT_EQ(parse("<set name=v value=a b>"), "v|a|true|0");
-  EXPECT_EQ(parse("<set name = 'v' value=''>"), "v||true|-7");
-  EXPECT_EQ(parse("<set value=FALSE>"), "-|FALSE|false|0");
-  EXPECT_EQ(parse("<set value=' -12x'>"), "-| -12x|true|-12");
-  EXPECT_EQ(parse("<set value=99999999999>"), "-|99999999999|true|2147483647");
-  EXPECT_EQ(parse("<set name=1 name=2 value=0>"), "1|0|false|0");
-  EXPECT_EQ(parse("<set value='a>b'>"), "-|-|true|-7") << "a > ends the tag inside quotes too";
-  EXPECT_EQ(parse("<set\tvalue=1>"),
+  EXPECT_EQ(parse("<gauge name=\"v\" value='a b'>"), "v|a b|true|0");
+  EXPECT_EQ(parse("<gauge name=v value=a b>"), "v|a|true|0");
+  EXPECT_EQ(parse("<gauge name = 'v' value=''>"), "v||true|-7");
+  EXPECT_EQ(parse("<gauge value=FALSE>"), "-|FALSE|false|0");
+  EXPECT_EQ(parse("<gauge value=' -12x'>"), "-| -12x|true|-12");
+  EXPECT_EQ(parse("<gauge value=99999999999>"), "-|99999999999|true|2147483647");
+  EXPECT_EQ(parse("<gauge name=1 name=2 value=0>"), "1|0|false|0");
+  EXPECT_EQ(parse("<gauge value='a>b'>"), "-|-|true|-7") << "a > ends the tag inside quotes too";
+  EXPECT_EQ(parse("<gauge\tvalue=1>"),
             "||"
             "|0")
       << "a tab belongs to the name";
-  EXPECT_EQ(parse("<set value=outer><set value=inner name=n>"), "n|outer|true|0");
+  EXPECT_EQ(parse("<gauge value=outer><gauge value=inner name=n>"), "n|outer|true|0");
 }
 
 bool LookUp(XPML_Document& document, void*) {
-  return document.GetAttribute("missing") == document.FindAttribute("get", "a", "none");
+  return document.GetAttribute("missing") == document.FindAttribute("mark", "a", "none");
 }
 
 double SecondsFor(const std::string& markup) {
   XPML_Document document;
-  for (const char* path : {"deep", "/deep", "/get"}) document.RegisterHandler(path, LookUp, nullptr);
+  for (const char* path : {"deep", "/deep", "/mark"}) document.RegisterHandler(path, LookUp, nullptr);
   const auto begin = std::chrono::steady_clock::now();
   document.Parse("<xpml>", 6);
   document.Parse(markup.data(), static_cast<int>(markup.size()));
@@ -286,10 +286,10 @@ TEST(XpmlParser, TakesTimeInProportionToTheMarkup) {
   const auto nested = [](int n) { return Times(n, "x<deep y='1'>") + Times(n, "</deep>"); };
   const auto manyNames = [](int n) {
     std::string markup = Times(n, "<x>");
-    for (int i = 0; i < n; ++i) markup += "<n" + std::to_string(i) + "></get>";
+    for (int i = 0; i < n; ++i) markup += "<n" + std::to_string(i) + "></mark>";
     return markup;
   };
-  const auto manyAttributes = [](int n) { return "<get " + Times(n, "b=1 ") + ">" + Times(n, "<get/>"); };
+  const auto manyAttributes = [](int n) { return "<mark " + Times(n, "b=1 ") + ">" + Times(n, "<mark/>"); };
   for (const auto& make : {std::function<std::string(int)>(nested), std::function<std::string(int)>(manyNames),
                            std::function<std::string(int)>(manyAttributes)}) {
     // Eight times the markup; quadratic work would take 64 times as long.

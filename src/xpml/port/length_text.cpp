@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "xpml/tag.h"
+
 namespace portwise {
 namespace {
 
@@ -23,11 +25,6 @@ constexpr LengthUnit kUnits[] = {
 };
 
 bool IsNumeric(char c) { return (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.'; }
-
-bool EqualsNoCase(std::string_view text, std::string_view lower) {
-  return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                    [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + ('a' - 'A') : a) == b; });
-}
 
 const LengthUnit* FindUnit(std::string_view text) {
   for (const LengthUnit& unit : kUnits) {

@@ -17,28 +17,26 @@ constexpr LONGLONG kPitchUnit = 1000;  // tenths of a millimetre, of 0.0001 mm
 
 DWORD AsCount(LONGLONG value) { return static_cast<DWORD>(std::clamp<LONGLONG>(value, 0, INT_MAX)); }
 
-PortContext& PortOf(void* context) { return *static_cast<PortContext*>(context); }
-
 }  // namespace
 
-bool RunPacket(XPML_Document& document, void* port) {
+bool RunPacket(XPML_Document& document, PortContext& port) {
   // What is printed must not come again, even when the printing fails.
   struct Emptying {
     ~Emptying() { content.Clear(); }
     TextBuffer& content;
   } packet{document.CurrentText()};
-  PortOf(port).Path().WritePacket(document, packet.content.View());
+  port.Path().WritePacket(document, packet.content.View());
   return true;
 }
 
-bool RunPage(XPML_Document& document, void* port) {
-  PortOf(port).Pages().Announce(AsCount(ReadDecimal(document.GetAttribute("quantity"))),
-                                AsCount(ReadLength(document.GetAttribute("pitch")) / kPitchUnit));
+bool RunPage(XPML_Document& document, PortContext& port) {
+  port.Pages().Announce(AsCount(ReadDecimal(document.GetAttribute("quantity"))),
+                        AsCount(ReadLength(document.GetAttribute("pitch")) / kPitchUnit));
   return true;
 }
 
-bool RunEnd(XPML_Document&, void* port) {
-  PortOf(port).Path().MarkEnd();
+bool RunEnd(XPML_Document&, PortContext& port) {
+  port.Path().MarkEnd();
   return true;
 }
 

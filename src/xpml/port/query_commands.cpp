@@ -11,6 +11,7 @@
 #include "query/response_pattern.h"
 #include "query/ticks.h"
 #include "xpml/document.h"
+#include "xpml/port/reply.h"
 #include "xpml/tag.h"
 
 namespace portwise {
@@ -54,12 +55,6 @@ constexpr struct {
     {"receiveIntervalTimeout", &QueryRequest::receiveIntervalTimeout},
 };
 
-/// Leaves the reply in place of the element's content; what is too long to be told gives none.
-void Reply(XPML_Document& document, std::string_view reply) {
-  document.CurrentText().Clear();
-  document.CurrentText().Append(reply);
-}
-
 DWORD PositiveAttribute(const XPML_Document& document, const char* name) {
   const LONG value = document.GetAttributeInt(name, 0);
   return value > 0 ? static_cast<DWORD>(value) : 0;
@@ -93,7 +88,7 @@ void ActOnQueue(XPML_Document& document, QueryQueue& queue) {
   } else if (EqualsNoCase(action, "get")) {
     reply = ReadQueue(document, queue);
   }
-  Reply(document, reply);
+  ReplaceContent(document, reply);
 }
 
 void ActOnRequests(XPML_Document& document, std::string_view queryId, QueryCommandPort& port) {
@@ -108,18 +103,7 @@ void ActOnRequests(XPML_Document& document, std::string_view queryId, QueryComma
     requests.Retry(queryId);
     SetEvent(port.QueryEvent());
   }
-  Reply(document, reply);
-}
-
-bool Query(XPML_Document& document, void* context) {
-  auto& port = *static_cast<QueryCommandPort*>(context);
-  const std::string_view queryId = document.GetAttribute("id");
-  if (queryId.empty()) {
-    ActOnQueue(document, port.Queries());
-  } else {
-    ActOnRequests(document, queryId, port);
-  }
-  return true;
+  ReplaceContent(document, reply);
 }
 
 std::unique_ptr<QueryRequest> NewRequest(XPML_Document& document) {
@@ -138,15 +122,26 @@ std::unique_ptr<QueryRequest> NewRequest(XPML_Document& document) {
   return request;
 }
 
-bool Request(XPML_Document& document, void* context) {
-  auto& port = *static_cast<QueryCommandPort*>(context);
+}  // namespace
+
+bool RunQuery(XPML_Document& document, QueryCommandPort& port) {
+  const std::string_view queryId = document.GetAttribute("id");
+  if (queryId.empty()) {
+    ActOnQueue(document, port.Queries());
+  } else {
+    ActOnRequests(document, queryId, port);
+  }
+  return true;
+}
+
+bool RunRequest(XPML_Document& document, QueryCommandPort& port) {
   const std::string_view id = document.GetAttribute("id");
   const std::string_view queryId = document.GetAttribute("query");
   const std::string_view get = document.GetAttribute("get");
   if (!id.empty() && !document.GetAttribute("name").empty() && get.empty()) {
     port.Requests().Add(NewRequest(document));
     SetEvent(port.QueryEvent());
-    Reply(document, "");
+    ReplaceContent(document, "");
     return true;
   }
   std::string reply;
@@ -157,15 +152,8 @@ bool Request(XPML_Document& document, void* context) {
       }
     }
   }
-  Reply(document, reply);
+  ReplaceContent(document, reply);
   return !id.empty() && !queryId.empty();
-}
-
-}  // namespace
-
-void RegisterQueryCommands(XPML_Document& document, QueryCommandPort& port) {
-  document.RegisterHandler("/query", Query, &port);
-  document.RegisterHandler("/request", Request, &port);
 }
 
 }  // namespace portwise

@@ -3,39 +3,32 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "core/exception.h"
 #include "core/file_version_info.h"
+#include "core/hex.h"
 #include "core/operating_system_info.h"
 #include "monitor/port_context.h"
 #include "settings/printer_registry.h"
 #include "settings/settings_catalogue.h"
 #include "xpml/document.h"
+#include "xpml/port/reply.h"
 
 namespace portwise {
 namespace {
 
-constexpr DWORD kMonitoringNotSupported = 0x10000001;
-
 bool IsMonitoringSupported(PortContext& port) {
-  return port.Monitor().WaitStarted() && port.Plugin().SupportsStatus(port.PrinterConnection().GetKind());
+  return port.StatusWatch().WaitStarted() && port.Plugin().SupportsStatus(port.PrinterConnection().GetKind());
 }
 
 /// The status as clients are told it, who count as its readers.
 PrinterStatus StatusForClient(PortContext& port) {
-  if (!IsMonitoringSupported(port)) return PrinterStatus(kMonitoringNotSupported);
-  port.Monitor().NoteStatusRead();
-  return port.Monitor().CurrentStatus();
+  if (!IsMonitoringSupported(port)) return PrinterStatus(kStatusMonitoringNotSupported);
+  port.StatusWatch().NoteStatusRead();
+  return port.StatusWatch().CurrentStatus();
 }
 
 OString Flag(bool value) { return value ? "1" : "0"; }
-
-OString EightDigits(DWORD value) {
-  char text[9];
-  std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(value));
-  return text;
-}
 
 OString ConfigurationSharing(PortContext& port, std::string_view) {
   const Setting& setting = FindSetting(SettingId::ConfigurationSharing);
@@ -56,13 +49,17 @@ OString StatusWords(PortContext& port, std::string_view language) {
   return port.Texts().In(OString(language), StatusForClient(port), PrinterStatus::kCommas);
 }
 
-OString StatusCode(PortContext& port, std::string_view) { return EightDigits(StatusForClient(port).Primary()); }
+OString StatusCode(PortContext& port, std::string_view) {
+  return OString(EncodeHexNumber(StatusForClient(port).Primary()));
+}
 
 OString StatusSeverity(PortContext& port, std::string_view) {
   return OString::FromUnsigned(static_cast<unsigned>(StatusForClient(port).Severity()));
 }
 
-OString StatusFlags2(PortContext& port, std::string_view) { return EightDigits(StatusForClient(port).Flags2()); }
+OString StatusFlags2(PortContext& port, std::string_view) {
+  return OString(EncodeHexNumber(StatusForClient(port).Flags2()));
+}
 
 OString MonitoringSupported(PortContext& port, std::string_view) { return Flag(IsMonitoringSupported(port)); }
 
@@ -84,14 +81,14 @@ constexpr StateItem kItems[] = {
 
 }  // namespace
 
-bool RunState(XPML_Document& document, void* port) {
+bool RunState(XPML_Document& document, PortContext& port) {
   if (!OString(document.GetAttribute("action")).EqualsNoCase("get")) return true;
   const OString name(document.GetAttribute("name"));
   const auto* item = std::find_if(std::begin(kItems), std::end(kItems),
                                   [&](const StateItem& each) { return name.EqualsNoCase(each.name); });
   if (item == std::end(kItems)) return true;
-  const OString reply = item->read(*static_cast<PortContext*>(port), document.GetAttribute("language"));
-  return document.CurrentText().Append(reply.NarrowView());
+  const OString reply = item->read(port, document.GetAttribute("language"));
+  return AppendToContent(document, reply.NarrowView());
 }
 
 }  // namespace portwise

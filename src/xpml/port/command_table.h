@@ -4,8 +4,8 @@
 
 namespace portwise {
 
-/// The commands that act on a port.
-class PortCommands final : public CommandSet {
+/// The table of the commands that act on a port.
+class CommandTable final : public CommandSet {
  public:
   void RegisterOn(XPML_Document& document, PortContext* port) override;
 };

@@ -1,4 +1,4 @@
-#include "monitor/call_guard.h"
+#include "monitor/net_mon_exception_handler.h"
 
 #include "monitor/port_context.h"
 

@@ -1,11 +1,8 @@
-// Writes docs/settings.md from the catalogue of settings; with --check, fails when the file says something else.
+// Writes docs/settings.md from the catalogue of settings.
 
-#include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "docs/generators/page.h"
 #include "settings/settings_catalogue.h"
 
 namespace portwise {
@@ -14,14 +11,15 @@ namespace {
 constexpr char kHead[] =
     "# Settings\n"
     "\n"
-    "Made by `portwise-settings-doc` from `src/settings/settings_catalogue.cpp`; change the table there.\n"
+    "Made by `portwise-settings-page` from `src/settings/settings_catalogue.cpp`; change the table there.\n"
     "\n"
     "What stands under `Settings:` is read when a job starts, unless it was within the last second, and between jobs\n"
     "after some seconds; while a job runs it stays as it is. The delayed close period is read at most every five\n"
     "seconds, `GLOBAL:Development` when a port opens and a job starts, Known Bidirectional once for a printer's name,\n"
     "everything else whenever it is needed. A value that is missing, or of another length than its type's, counts as\n"
     "its default. A bool is one byte, a number is four bytes, whatever the registry calls their type.\n"
-    "`portwise registry set PATH VALUE --type bool|dword|int|string` writes one.\n"
+    "`portwise registry set PATH VALUE --type bool|dword|int|string` writes one. What is not read yet can be set\n"
+    "and has no effect.\n"
     "\n"
     "| root | where it is |\n"
     "|---|---|\n"
@@ -79,7 +77,8 @@ std::string Document() {
   for (int id = 0; id < static_cast<int>(SettingId::Count); ++id) {
     const Setting& setting = FindSetting(static_cast<SettingId>(id));
     text += std::string("| `") + setting.path + "` | " + KindName(setting.kind) + " | " + Default(setting) + " | " +
-            (setting.unit ? setting.unit : "") + " | " + setting.meaning + " |\n";
+            (setting.unit ? setting.unit : "") + " | " + setting.meaning +
+            (setting.use == SettingUse::NotReadYet ? " **Not read yet.**" : "") + " |\n";
   }
   return text;
 }
@@ -87,23 +86,4 @@ std::string Document() {
 }  // namespace
 }  // namespace portwise
 
-int main(int argc, char** argv) {
-  const bool check = argc == 3 && std::strcmp(argv[1], "--check") == 0;
-  if (argc < 2 || argv[argc - 1][0] == '-' || (argc > 2 && !check)) {
-    std::fputs("usage: portwise-settings-doc [--check] FILE\n", stderr);
-    return 2;
-  }
-  const char* path = argv[argc - 1];
-  const std::string document = portwise::Document();
-  if (check) {
-    std::ostringstream found;
-    found << std::ifstream(path, std::ios::binary).rdbuf();
-    if (found.str() == document) return 0;
-    std::fprintf(stderr, "%s is not what the catalogue of settings says; run portwise-settings-doc %s\n", path, path);
-    return 1;
-  }
-  std::ofstream file(path, std::ios::binary);
-  file << document;
-  file.close();
-  return file ? 0 : 1;
-}
+int main(int argc, char** argv) { return portwise::RunGenerator(argc, argv, portwise::Document()); }

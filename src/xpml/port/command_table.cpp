@@ -1,0 +1,47 @@
+#include "xpml/port/command_table.h"
+
+#include <cstddef>
+#include <iterator>
+#include <utility>
+
+#include "monitor/port_context.h"
+#include "xpml/document.h"
+#include "xpml/port/print_commands.h"
+#include "xpml/port/query_commands.h"
+#include "xpml/port/state_command.h"
+
+namespace portwise {
+namespace {
+
+struct PortCommand {
+  const char* path;
+  bool (*run)(XPML_Document& document, PortContext& port);
+};
+
+constexpr PortCommand kCommands[] = {
+    {"/packet", RunPacket},
+    {"/page", RunPage},
+    {"/query", [](XPML_Document& document, PortContext& port) { return RunQuery(document, port); }},
+    {"/request", [](XPML_Document& document, PortContext& port) { return RunRequest(document, port); }},
+    {"/state", RunState},
+    {"end", RunEnd},
+};
+
+/// The only place that knows what the context of a port command is.
+template <std::size_t Row>
+bool RunRow(XPML_Document& document, void* port) {
+  return kCommands[Row].run(document, *static_cast<PortContext*>(port));
+}
+
+template <std::size_t... Row>
+void RegisterRows(XPML_Document& document, PortContext* port, std::index_sequence<Row...>) {
+  (document.RegisterHandler(kCommands[Row].path, RunRow<Row>, port), ...);
+}
+
+}  // namespace
+
+void CommandTable::RegisterOn(XPML_Document& document, PortContext* port) {
+  RegisterRows(document, port, std::make_index_sequence<std::size(kCommands)>());
+}
+
+}  // namespace portwise
