@@ -42,8 +42,10 @@ bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* inf
     Begin(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName);
   } catch (...) {
     StopMonitoring();
-    StopRecording();
-    port_.Settings().ReleaseJob();
+    if (port_.Documents().Depth() <= 1) {
+      StopRecording();
+      port_.Settings().ReleaseJob();
+    }
     port_.Documents().End(true);
     throw;
   }
@@ -147,8 +149,6 @@ void JobSession::End() {
   if (last) {
     port_.Pages().EndJob();
     port_.Documents().SetJobRunning(false);
-    // Requests have waited for this.
-    SetEvent(port_.Events().Query());
   }
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();

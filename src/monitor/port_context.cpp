@@ -74,8 +74,14 @@ void PortContext::ClosePort() {
 bool PortContext::StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   SetPrinterName(printer);
   diagnostics_.LogCall("lmStartDocPortW");
-  const bool started = session_.Start(printer, job, level, info);
-  NameLogs();
+  bool started = false;
+  try {
+    started = session_.Start(printer, job, level, info);
+  } catch (...) {
+    FollowJob();
+    throw;
+  }
+  FollowJob();
   return started;
 }
 
@@ -83,10 +89,10 @@ void PortContext::EndDocument() {
   try {
     session_.End();
   } catch (...) {
-    NameLogs();
+    FollowJob();
     throw;
   }
-  NameLogs();
+  FollowJob();
 }
 
 BOOL PortContext::Write(const BYTE* buffer, DWORD size, DWORD* written) {
@@ -144,6 +150,12 @@ void PortContext::SetPrinterName(const OString& printer) {
   printerName_ = printer;
   NameLogs();
   plugins_.PrinterRenamed(printer);
+}
+
+void PortContext::FollowJob() {
+  NameLogs();
+  // Those that fell due during a job have waited for its end.
+  if (!documents_.IsJobRunning() && Requests().AnyDue()) SetEvent(events_.Query());
 }
 
 void PortContext::NameLogs() {

@@ -136,7 +136,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
   bool IsFirstWritePending() override { return path_.IsFirstWritePending(); }
   bool IsJobOpen() override { return path_.IsJobOpen(); }
-  bool IsInJobData() override { return documents_.IsJobRunning() && path_.IsJobOpen(); }
+  bool IsInJobData() override { return documents_.IsJobRunning() && path_.IsInData(); }
 
   /// Runs a plug-in's special operation with the printer. A status code, 0 for success; any other silences the port
   /// until the next job, and is published in a monitored job.
@@ -158,6 +158,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   OString PrinterInUse() const { return documents_.IsJobRunning() ? jobPrinter_ : printerName_; }
   /// Gives the logs the printer that what they are told is about.
   void NameLogs();
+  /// A job has begun or ended, or failed to.
+  void FollowJob();
 
   HANDLE portHandle_ = nullptr;
   const OString portName_;

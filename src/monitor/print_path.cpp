@@ -28,6 +28,7 @@ void PrintPath::BeginJob() {
   skipCount_ = 0;
   bufferParsed_ = false;
   takenOfText_ = 0;
+  inData_ = false;
   sent_ = 0;
   confirmedBytes_ = 0;
   outcome_ = WriteOutcome();
@@ -56,6 +57,7 @@ bool PrintPath::EndJob() {
   } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
   if (delivered && sent) port_.Pages().CloseBlock();
+  inData_ = false;
   // Of what came behind the end that was announced the printer has said nothing yet: it is asked again.
   if (endConfirmed_ && sent_ > confirmedBytes_) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
   return delivered;
@@ -189,6 +191,7 @@ PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DW
 /// the printer is done. Until then only the skipped bytes count as taken, so that the buffer comes again.
 BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
   bufferParsed_ = true;
+  inData_ = false;
   *written = skipped;
   if (port_.StatusWatch().QueriesAdded()) {
     if (!WaitForQueries()) return TRUE;
@@ -240,14 +243,14 @@ bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
 
 /// What is not written becomes pending output, which stops the parser.
 void PrintPath::Deliver(XPML_Document& document, std::string_view bytes) {
-  takenOfText_ = std::min(takenOfText_, bytes.size());
-  takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
+  if (takenOfText_ < bytes.size()) takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
   if (takenOfText_ < bytes.size()) {
     if (!silenced_) document.SetPending(bytes.substr(takenOfText_));
   } else {
     AccountForPages(document);
   }
-  takenOfText_ = 0;
+  // Of a longer text that came before, the rest comes with the next.
+  takenOfText_ -= std::min(takenOfText_, bytes.size());
 }
 
 void PrintPath::AccountForPages(XPML_Document& document) {
@@ -353,8 +356,10 @@ bool PrintPath::DeliverPending(bool* sent) {
 
 /// Returns the bytes written, also when the connection threw.
 size_t PrintPath::WriteBytes(std::string_view bytes) {
+  inData_ = true;
   const size_t done = writer_.Write(bytes, &outcome_);
   sent_ += done;
+  if (sent_ == 0) inData_ = false;
   if (outcome_.unreachable) port_.Monitoring().NoteSilence();
   return done;
 }

@@ -49,6 +49,8 @@ class PrintPath {
   void MarkEnd();
   /// The data's end was not reached yet, or the printer is not done with it. Any thread.
   bool IsJobOpen() const { return !endMarkerSeen_; }
+  /// The printer has a part of the job, and the rest is not all that is waited for. Sure under the connection's lock.
+  bool IsInData() const { return inData_; }
   /// The job's data had an end, and the printer was done with it when that was asked for.
   bool IsConfirmed() const { return endConfirmed_; }
   /// The job has not written yet since it waits for the printer. Any thread.
@@ -95,6 +97,7 @@ class PrintPath {
   DWORD skipCount_ = 0;
   bool bufferParsed_ = false;  // all of the buffer that is passed again has been parsed
   size_t takenOfText_ = 0;     // bytes of the document's plain text that were written although its handling failed
+  std::atomic<bool> inData_ = false;
   std::atomic<ULONGLONG> sent_ = 0;
   std::atomic<ULONGLONG> confirmedBytes_ = 0;  // those sent when the printer was found to be done
   WriteOutcome outcome_;                       // of the current call

@@ -78,8 +78,8 @@ void StatusMonitor::RunCycle() {
   }
   if (pollDue && status_.IsReady() && startDocFailed_.exchange(false)) SetStatusOffline();
   WaitForTurn();
-  // A status may have been requested during the wait.
-  if (running_ && !UseConnection(pollDue || (mode_ != kMonitoringOff && statusRequested_))) WaitAwake(kBusyPause);
+  // During the wait a status may have been requested, or the job ended that it was for.
+  if (running_ && !UseConnection(IsPollDue())) WaitAwake(kBusyPause);
 }
 
 /// What the settings say now; false when the printer is not to be asked anything. A status that nobody follows any more

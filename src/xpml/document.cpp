@@ -5,6 +5,11 @@
 #include "xpml/general_commands.h"
 
 namespace portwise {
+namespace {
+
+constexpr std::string_view kSection = "xpml";
+
+}  // namespace
 
 XPML_Document::XPML_Document() {
   RegisterGeneralCommands(*this);
@@ -144,24 +149,21 @@ bool XPML_Document::FlushText() {
   return taken;
 }
 
-void XPML_Document::ProcessTag(std::string_view text) {
-  const Tag tag = SplitTag(text);
+bool XPML_Document::OpensElement(const Tag& tag) { return tag.opens && !tag.name.empty() && tag.name != kSection; }
+
+/// The element that the tag opens is open already.
+void XPML_Document::ProcessTag(const Tag& tag) {
   if (tag.name.empty()) return;
-  if (tag.opens) OpenElement(tag);
+  if (OpensElement(tag)) {
+    if (const XPML_Handler* handler = FindHandler(false, tag.name)) handler->function(*this, handler->context);
+  } else if (tag.opens) {
+    inSection_ = true;
+  }
   if (tag.closes) CloseElement(tag.name);
 }
 
-void XPML_Document::OpenElement(const Tag& tag) {
-  if (tag.name == "xpml") {
-    inSection_ = true;
-    return;
-  }
-  elements_.Open(tag.name, tag.attributes);
-  if (const XPML_Handler* handler = FindHandler(false, tag.name)) handler->function(*this, handler->context);
-}
-
 void XPML_Document::CloseElement(std::string_view name) {
-  if (name == "xpml") {
+  if (name == kSection) {
     inSection_ = false;
     return;
   }
@@ -176,10 +178,19 @@ void XPML_Document::CloseElement(std::string_view name) {
   PopElement();
 }
 
-/// Closes the innermost element; the outermost one's content becomes plain text.
+/// Closes the innermost element; the outermost one's content becomes plain text. The handlers have run, so for want of
+/// memory nothing can be made good any more.
 void XPML_Document::PopElement() {
-  elements_.Close();
-  if (!elements_.IsEmpty()) return;
+  try {
+    elements_.Close();
+    if (elements_.IsEmpty()) KeepContent();
+  } catch (...) {
+    textLost_ = true;
+    throw;
+  }
+}
+
+void XPML_Document::KeepContent() {
   TextBuffer& content = elements_.Content();
   KeepRun();
   if (!topText_.IsEmpty()) {

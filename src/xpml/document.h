@@ -99,10 +99,11 @@ class XPML_Document {
   bool ParseFrom(const char* at, const char* end);
   void Abandon(const char* data);
   bool Interrupted() const { return pending_.data || !continue_; }
-  void ProcessTag(std::string_view text);
-  void OpenElement(const Tag& tag);
+  static bool OpensElement(const Tag& tag);
+  void ProcessTag(const Tag& tag);
   void CloseElement(std::string_view name);
   void PopElement();
+  void KeepContent();
   const XPML_Handler* FindHandler(bool closing, std::string_view name) const;
 
   void AppendRun(const char* from, const char* to);

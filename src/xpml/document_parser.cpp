@@ -70,6 +70,7 @@ bool XPML_Document::Parse(const char* data, int length, int* consumed) {
 }
 
 bool XPML_Document::EndStream() {
+  if (textLost_) throw std::bad_alloc();
   if (mode_ == Mode::MatchingStart) {
     AppendBytes(std::string_view(startMatch_, startMatchCount_));
     mode_ = Mode::Text;
@@ -127,10 +128,13 @@ const char* XPML_Document::Step(const char* at, const char* runEnd, const char* 
 }
 
 const char* XPML_Document::MatchStart(const char* at) {
-  startMatch_[startMatchCount_++] = *at;
-  const std::string_view matched(startMatch_, startMatchCount_);
+  startMatch_[startMatchCount_] = *at;
+  const std::string_view matched(startMatch_, startMatchCount_ + 1);
   const bool matches = kStart.substr(0, matched.size()) == matched;
-  if (matches && matched.size() < kStart.size()) return at + 1;
+  if (matches && matched.size() < kStart.size()) {
+    ++startMatchCount_;
+    return at + 1;
+  }
   if (matches) {
     inSection_ = true;
   } else {
@@ -177,11 +181,17 @@ const char* XPML_Document::ReadTag(const char* at, const char* runEnd) {
   const char* bracket = FindByte(at, runEnd, '>');
   const std::string_view part(at, static_cast<size_t>(bracket - at));
   const bool whole = bracket < runEnd && tagText_.IsEmpty();
-  if (!whole) AppendTo(tagText_, part);
+  if (!whole) {
+    AppendTo(tagText_, part);
+    position_ = bracket;
+  }
   if (bracket == runEnd) return runEnd;
+  const Tag tag = SplitTag(whole ? part : tagText_.View());
+  // Until the element is open the tag can be read again.
+  if (OpensElement(tag)) elements_.Open(tag.name, tag.attributes);
   mode_ = Mode::Text;
   position_ = bracket + 1;
-  ProcessTag(whole ? part : tagText_.View());
+  ProcessTag(tag);
   tagText_.Clear();
   return bracket + 1;
 }
@@ -191,10 +201,11 @@ const char* XPML_Document::ReadEntity(const char* at, const char* runEnd) {
   const size_t counted = std::min(static_cast<size_t>(stop - at), sizeof entity_ - entityLength_);
   std::memcpy(entity_ + entityLength_, at, counted);
   entityLength_ += counted;
+  position_ = stop;
   if (stop == runEnd) return runEnd;
-  mode_ = Mode::Text;
   const char byte = DecodeEntity(std::string_view(entity_, entityLength_));
   AppendBytes(std::string_view(&byte, 1));
+  mode_ = Mode::Text;
   return stop + 1;
 }
 

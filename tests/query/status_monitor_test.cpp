@@ -129,6 +129,15 @@ TEST_F(StatusMonitorTest, AsksAsTheModeHasIt) {
     EXPECT_GE(polls.size(), rows[i].atMost != 0 ? 1 : kWindow / rows[i].interval / 2);
     EXPECT_LE(polls.size(), rows[i].atMost != 0 ? rows[i].atMost : kWindow / rows[i].interval);
   }
+  // In the wait between two polls the job may end that they were for.
+  FakeStatusPort& ended = AddPort(1, "1\n");
+  ASSERT_TRUE(ended.monitor.Start() && ended.monitor.WaitStarted());
+  ended.monitor.BeginJob();
+  ASSERT_TRUE(ended.journal.WaitFor(kAsked));
+  ended.monitor.EndJob();
+  SetEvent(ended.events.Query());
+  Sleep(3000);
+  EXPECT_EQ(ended.journal.Count(kAsked), 1u);
   // A job that ends is not followed any more; each that began counts.
   StatusMonitor& monitor = ports_[4]->monitor;
   monitor.BeginJob();
