@@ -1,12 +1,10 @@
 #include "core/exception_report.h"
 
-#include "core/handles.h"
+#include "core/message_box.h"
 #include "core/ostring.h"
 
 namespace portwise {
 namespace {
-
-using MessageBoxFunction = int(WINAPI*)(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
 
 constexpr const char* kLineEnd = "\r\n";
 // Styles and the answer, from the SDK's <winuser.h>.
@@ -56,19 +54,15 @@ void ExceptionReport::WriteToStandardError() const {
 }
 
 void ExceptionReport::ShowMessageBox() const {
-  const unique_module user(LoadLibraryW(TEXT("User32.dll")));
-  const FARPROC function = user ? GetProcAddress(user.Get(), "MessageBoxA") : nullptr;
-  const auto messageBox = reinterpret_cast<MessageBoxFunction>(reinterpret_cast<void (*)()>(function));
-  if (!messageBox) return;
   const std::string caption = module_ + " Error";
   std::string text = std::string("An unrecoverable error occurred, and execution cannot continue.") + kLineEnd +
                      kLineEnd + EventText();
   if (!exception_.Detail().empty()) {
     const std::string question = text + kLineEnd + "Trace call stack?";
-    if (messageBox(nullptr, question.c_str(), caption.c_str(), kYesNoWithErrorIcon) != kYes) return;
+    if (portwise::ShowMessageBox(question.c_str(), caption.c_str(), kYesNoWithErrorIcon) != kYes) return;
     text += kLineEnd + exception_.Detail();
   }
-  messageBox(nullptr, text.c_str(), caption.c_str(), kOkWithErrorIcon);
+  portwise::ShowMessageBox(text.c_str(), caption.c_str(), kOkWithErrorIcon);
 }
 
 }  // namespace portwise

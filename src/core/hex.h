@@ -25,6 +25,11 @@ constexpr int HexValue(Char digit) {
   return -1;
 }
 
+/// Writes two upper-case digits a byte; returns the place behind them. `digits` has room for them.
+char* WriteHex(std::string_view bytes, char* digits);
+/// The same with a space behind each pair.
+char* WriteSpacedHex(std::string_view bytes, char space, char* digits);
+
 std::string EncodeHex(std::string_view bytes, HexLetters letters = HexLetters::Upper);
 /// False, with `bytes` as they were, when the digits are not pairs or one is none.
 bool DecodeHex(std::string_view digits, std::string* bytes);

@@ -3,6 +3,7 @@
 #include <windows.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -15,8 +16,9 @@ constexpr size_t kHeaderSize = 12;
 constexpr std::uint64_t kMaxSize = std::numeric_limits<DWORD>::max();
 /// No byte of a deflate stream gives more: a match of 258 bytes takes two bits at least.
 constexpr std::uint64_t kMaxRatio = 1032;
-/// What one step of decompression gives at most, in bytes.
-constexpr size_t kStep = 16384;
+/// Room for what most blocks give is made at once: that many times the data, and no less than a few pages.
+constexpr size_t kUsualRatio = 8;
+constexpr size_t kLeastRoom = 65536;
 
 DWORD ReadSize(std::string_view block, size_t offset) {
   DWORD size = 0;
@@ -42,22 +44,20 @@ class Inflater {
   Inflater(const Inflater&) = delete;
   Inflater& operator=(const Inflater&) = delete;
 
-  /// Whether there may be more: neither at the end of the stream, nor of the data, nor after an error.
-  bool GoesOn() const { return status_ == Z_OK; }
-  bool IsComplete() const { return status_ == Z_STREAM_END; }
-  /// The next bytes, in a buffer that the next call reuses.
-  std::string_view Next() {
-    stream_.next_out = reinterpret_cast<Bytef*>(step_);
-    stream_.avail_out = kStep;
-    status_ = inflate(&stream_, Z_NO_FLUSH);
-    return std::string_view(step_, kStep - stream_.avail_out);
+  /// Fills the buffer, as far as the stream gives bytes; returns how many. The stream goes on only behind a full
+  /// buffer; one of no bytes lets it find its end.
+  size_t Fill(char* out, size_t size) {
+    stream_.next_out = reinterpret_cast<Bytef*>(out);
+    stream_.avail_out = static_cast<uInt>(size);
+    if (status_ == Z_OK) status_ = inflate(&stream_, Z_NO_FLUSH);
+    return size - stream_.avail_out;
   }
+  bool IsComplete() const { return status_ == Z_STREAM_END; }
 
  private:
   z_stream stream_{};
   int status_ = Z_OK;
   bool open_ = false;
-  char step_[kStep];
 };
 
 }  // namespace
@@ -79,20 +79,34 @@ bool EncodeZlibBlock(std::string_view bytes, std::string* block) {
   return true;
 }
 
-bool DecodeZlibBlock(std::string_view block, size_t capacity, std::string* bytes) {
+bool DecodeZlibBlock(std::string_view block, size_t capacity, const BufferGrower& grow) {
   if (block.size() < kHeaderSize || block.substr(0, kMagic.size()) != kMagic) return false;
   const size_t expected = ReadSize(block, 4);
   const std::string_view data = block.substr(kHeaderSize);
   if (data.size() != ReadSize(block, 8)) return false;
   if (expected > capacity || expected > kMaxRatio * data.size()) return false;
   Inflater inflater(data);
-  std::string inflated;
-  while (inflater.GoesOn()) {
-    const std::string_view step = inflater.Next();
-    if (step.size() > expected - inflated.size()) return false;
-    inflated.append(step);
+  size_t room = std::min(expected, std::max(kLeastRoom, kUsualRatio * data.size()));
+  size_t made = 0;
+  while (made < expected) {
+    char* out = grow(room);
+    if (!out) return false;
+    made += inflater.Fill(out + made, room - made);
+    if (made < room) break;
+    room = room > expected / 2 ? expected : 2 * room;
   }
-  if (!inflater.IsComplete() || inflated.size() != expected) return false;
+  char none = 0;
+  if (made == expected) inflater.Fill(&none, 0);
+  return inflater.IsComplete() && made == expected;
+}
+
+bool DecodeZlibBlock(std::string_view block, size_t capacity, std::string* bytes) {
+  std::string inflated;
+  const auto grow = [&](size_t size) {
+    inflated.resize(size);
+    return inflated.data();
+  };
+  if (!DecodeZlibBlock(block, capacity, grow)) return false;
   *bytes = std::move(inflated);
   return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,14 @@ namespace portwise {
 /// False, with `block` as it was, when the bytes are 4 GiB or more, or when zlib has no memory.
 bool EncodeZlibBlock(std::string_view bytes, std::string* block);
 
-/// The bytes of exactly one block, at most `capacity` of them. False, with `bytes` as they were, when the sizes
-/// contradict the data. Memory is taken as the stream proves to need it, never on the word of the header.
+/// Makes a buffer that many bytes long and keeps what is in it; null when it cannot.
+using BufferGrower = std::function<char*(size_t size)>;
+
+/// The bytes of exactly one block, at most `capacity` of them, into the buffer that `grow` makes. False when the sizes
+/// contradict the data; what is in the buffer then means nothing. Its memory is asked for in proportion to the block,
+/// and beyond that as the stream proves to need it, never on the word of the header.
+bool DecodeZlibBlock(std::string_view block, size_t capacity, const BufferGrower& grow);
+/// The same into a string, which stays as it was when the result is false.
 bool DecodeZlibBlock(std::string_view block, size_t capacity, std::string* bytes);
 
 }  // namespace portwise

@@ -3,7 +3,7 @@
 namespace portwise {
 
 PrinterPortEventLog::PrinterPortEventLog(const OString& portName)
-    : OEventLog("Corvane Print Monitor", kSystemLog), portName_(portName) {}
+    : OEventLog(kPrintMonitorSource, kSystemLog), portName_(portName) {}
 
 void PrinterPortEventLog::SetPrinterName(const OString& name) {
   OScopedLock lock(Lock());

@@ -4,7 +4,10 @@
 
 namespace portwise {
 
-/// Messages about a port, in the System log under "Corvane Print Monitor". Each begins with the port's name and, as
+/// The event source of the monitor, in the System log.
+inline constexpr const char* kPrintMonitorSource = "Corvane Print Monitor";
+
+/// Messages about a port, under the monitor's source. Each begins with the port's name and, as
 /// far as it is known, the printer's.
 class PrinterPortEventLog final : public OEventLog {
  public:

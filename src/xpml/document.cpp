@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "xpml/general_commands.h"
+#include "xpml/general/general_commands.h"
 
 namespace portwise {
 namespace {
@@ -12,7 +12,7 @@ constexpr std::string_view kSection = "xpml";
 }  // namespace
 
 XPML_Document::XPML_Document() {
-  RegisterGeneralCommands(*this);
+  RegisterCommands(GeneralCommands(), nullptr);
   Reset();
 }
 
@@ -35,37 +35,21 @@ void XPML_Document::Reset() {
 }
 
 int XPML_Document::RegisterHandler(const OString& path, HandlerFunction function, void* context) {
-  auto handler = std::make_unique<XPML_Handler>();
-  handler->path = path;
-  handler->pathBytes = path.InCodePage(kCodePageOneByte);
-  handler->function = function;
-  handler->context = context;
-  const int index = handlers_.Append(handler.get());
-  if (index >= 0) handler.release();
-  return index;
+  return handlers_.Add(path.InCodePage(kCodePageOneByte), function, context);
+}
+
+void XPML_Document::RegisterCommands(std::span<const XPML_Command> commands, void* context) {
+  handlers_.Add(commands, context);
 }
 
 void XPML_Document::SetTextHandler(HandlerFunction function, void* context) {
-  textHandler_ = std::make_unique<XPML_Handler>();
-  textHandler_->function = function;
-  textHandler_->context = context;
+  textHandler_ = {std::string_view(), function, context};
 }
 
 bool XPML_Document::RunHandler(std::string_view path) {
-  const bool closing = !path.empty() && path.front() == '/';
-  const XPML_Handler* handler = FindHandler(closing, closing ? path.substr(1) : path);
+  const bool closing = path.starts_with('/');
+  const XPML_Handler* handler = handlers_.Find(closing, closing ? path.substr(1) : path);
   return handler ? handler->function(*this, handler->context) : true;
-}
-
-const XPML_Handler* XPML_Document::FindHandler(bool closing, std::string_view name) const {
-  const size_t slash = closing ? 1 : 0;
-  for (const XPML_Handler* handler : handlers_) {
-    const std::string_view path = handler->pathBytes;
-    if (path.size() == name.size() + slash && (!closing || path.front() == '/') && path.substr(slash) == name) {
-      return handler;
-    }
-  }
-  return nullptr;
 }
 
 TextBuffer& XPML_Document::CurrentText() {
@@ -134,13 +118,13 @@ void XPML_Document::KeepRun() {
 
 /// Hands the plain text to the text handler when it is the current text; false, with the text kept, when refused.
 bool XPML_Document::FlushText() {
-  if (!elements_.IsEmpty() || !textHandler_) return true;
+  if (!elements_.IsEmpty() || !textHandler_.function) return true;
   if (!topText_.IsEmpty()) KeepRun();
   const char* data = topText_.IsEmpty() ? runBegin_ : topText_.Data();
   const size_t length = topText_.IsEmpty() ? static_cast<size_t>(runEnd_ - runBegin_) : topText_.Length();
   if (length == 0) return true;
   plainText_ = std::string_view(data, length);
-  const bool taken = textHandler_->function(*this, textHandler_->context);
+  const bool taken = textHandler_.function(*this, textHandler_.context);
   plainText_ = std::string_view();
   if (taken) {
     topText_.Clear();
@@ -155,7 +139,7 @@ bool XPML_Document::OpensElement(const Tag& tag) { return tag.opens && !tag.name
 void XPML_Document::ProcessTag(const Tag& tag) {
   if (tag.name.empty()) return;
   if (OpensElement(tag)) {
-    if (const XPML_Handler* handler = FindHandler(false, tag.name)) handler->function(*this, handler->context);
+    if (const XPML_Handler* handler = handlers_.Find(false, tag.name)) handler->function(*this, handler->context);
   } else if (tag.opens) {
     inSection_ = true;
   }
@@ -168,7 +152,7 @@ void XPML_Document::CloseElement(std::string_view name) {
     return;
   }
   if (elements_.IsEmpty()) return;
-  const XPML_Handler* handler = FindHandler(true, name);
+  const XPML_Handler* handler = handlers_.Find(true, name);
   try {
     if (handler) handler->function(*this, handler->context);
   } catch (...) {

@@ -3,11 +3,12 @@
 #include <windows.h>
 
 #include <memory>
+#include <span>
 #include <string_view>
 
-#include "core/pointer_array.h"
+#include "core/ostring.h"
 #include "xpml/element_stack.h"
-#include "xpml/handler.h"
+#include "xpml/handler_table.h"
 #include "xpml/tag.h"
 #include "xpml/text_buffer.h"
 
@@ -53,11 +54,15 @@ class XPML_Document {
 
   /// Appends a handler; returns its index. Of several with one path the first runs.
   int RegisterHandler(const OString& path, HandlerFunction function, void* context);
+  /// Appends the rows of a table that outlives the document, all with one context.
+  void RegisterCommands(std::span<const XPML_Command> commands, void* context);
   /// Replaces the handler of plain text. It reads the text with PlainText; false leaves the text for the next call.
   void SetTextHandler(HandlerFunction function, void* context);
   /// Runs the handler of a path; true when there is none.
   bool RunHandler(std::string_view path);
 
+  /// How many elements are open.
+  size_t Depth() const { return elements_.Depth(); }
   /// The innermost open element, or null.
   const XPML_Element* CurrentElement() const { return elements_.Top(); }
   /// The content of the innermost open element, or the plain text collected so far. Valid until the document is fed.
@@ -104,7 +109,6 @@ class XPML_Document {
   void CloseElement(std::string_view name);
   void PopElement();
   void KeepContent();
-  const XPML_Handler* FindHandler(bool closing, std::string_view name) const;
 
   void AppendRun(const char* from, const char* to);
   void AppendBytes(std::string_view bytes);
@@ -114,8 +118,8 @@ class XPML_Document {
 
   PendingOutput pending_;
   ElementStack elements_;
-  OPointerArray<XPML_Handler> handlers_;
-  std::unique_ptr<XPML_Handler> textHandler_;
+  HandlerTable handlers_;
+  XPML_Handler textHandler_;  // without a function when there is none
 
   // The plain text not yet handed on: first topText_, then the bytes of the chunk between runBegin_ and runEnd_. The
   // run exists only while Parse runs.

@@ -15,6 +15,7 @@ namespace portwise {
 class ElementStack {
  public:
   bool IsEmpty() const { return depth_ == 0; }
+  size_t Depth() const { return depth_; }
   /// The innermost element; null when none is open.
   const XPML_Element* Top() const { return depth_ > 0 ? elements_[depth_ - 1].get() : nullptr; }
   /// The innermost element's content.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ostring.h"
+#include <string_view>
 
 namespace portwise {
 
@@ -12,13 +12,18 @@ class XPML_Document;
 /// The handler of plain text runs without an element and reads `PlainText`; its false keeps the text for later.
 using HandlerFunction = bool (*)(XPML_Document& document, void* context);
 
-/// A handler and when it runs. The path is an element's name (when the element opens), "/" and the name of an end tag
-/// (when that closes an element), or empty for the handler of plain text.
+/// A row of a table of commands. The path says when it runs: an element's name (when the element opens), or "/" and the
+/// name of an end tag (when that closes an element).
+struct XPML_Command {
+  std::string_view path;
+  HandlerFunction run;
+};
+
+/// A registered handler.
 struct XPML_Handler {
-  OString path;
-  std::string pathBytes;  ///< the path as it is compared with tags: byte for byte
-  HandlerFunction function;
-  void* context;
+  std::string_view name;  ///< the path without its slash, as it is compared with tags: byte for byte
+  HandlerFunction function = nullptr;
+  void* context = nullptr;
 };
 
 }  // namespace portwise

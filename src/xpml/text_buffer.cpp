@@ -20,6 +20,22 @@ bool TextBuffer::Grow(size_t count) {
   return true;
 }
 
+char* TextBuffer::Resize(size_t length) {
+  if (length > Length()) {
+    const size_t more = length - Length();
+    if (more > Room() || !Reserve(more)) return nullptr;
+  }
+  length_ = base_ + length;
+  return Data();
+}
+
+bool TextBuffer::Replace(std::string_view text) {
+  char* content = Resize(text.size());
+  if (!content && !text.empty()) return false;
+  if (!text.empty()) std::memcpy(content, text.data(), text.size());
+  return true;
+}
+
 bool TextBuffer::Terminate() {
   if (!Reserve(1)) return false;
   data_[length_] = '\0';
@@ -32,15 +48,14 @@ void TextBuffer::Free() {
 }
 
 bool TextBuffer::Take(TextBuffer& from) {
-  Clear();
   // The memory can change hands only where nothing but the content lies in it.
   if (base_ == 0 && from.base_ == 0 && from.Length() <= limit_) {
     std::swap(length_, from.length_);
     std::swap(data_, from.data_);
     std::swap(capacity_, from.capacity_);
-    return true;
+  } else if (!Replace(from.View())) {
+    return false;
   }
-  if (!Append(from.View())) return false;
   from.Clear();
   return true;
 }

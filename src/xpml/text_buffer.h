@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
@@ -13,14 +14,17 @@ class TextBuffer {
   static constexpr size_t kMaxLength = size_t{256} << 20;
   static constexpr size_t kNoLimit = static_cast<size_t>(-1) / 4;
 
-  explicit TextBuffer(size_t limit = kMaxLength) : limit_(limit) {}
+  /// `limit` is that of the content, `total` that of all that lies in the memory.
+  explicit TextBuffer(size_t limit = kMaxLength, size_t total = kNoLimit) : limit_(limit), total_(total) {}
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
   ~TextBuffer();
 
   size_t Length() const { return length_ - base_; }
   bool IsEmpty() const { return length_ == base_; }
-  size_t Room() const { return limit_ - Length(); }
+  size_t Room() const { return std::min(limit_ - Length(), total_ - length_); }
+  /// The most bytes that may stand in place of the content.
+  size_t MostLength() const { return Length() + Room(); }
   /// Valid until the buffer grows; null when nothing was ever stored.
   char* Data() { return data_ + base_; }
   const char* Data() const { return data_ + base_; }
@@ -37,6 +41,13 @@ class TextBuffer {
   bool Append(std::string_view text) { return Append(text.data(), text.size()); }
   bool Append(char byte) { return Append(&byte, 1); }
 
+  /// Puts the bytes, which may not be the buffer's own, in place of the content.
+  bool Replace(std::string_view text);
+
+  /// Makes the content that many bytes long and returns it; bytes that are new have any value. Null, with the content
+  /// as it was, when there is no room.
+  char* Resize(size_t length);
+
   /// Puts a NUL behind the content without counting it, so that the data can be read as a C string.
   bool Terminate();
 
@@ -51,8 +62,7 @@ class TextBuffer {
   }
   /// Empties the content and gives the memory back.
   void Free();
-  /// Replaces the content by that of another buffer, which is empty then. When it returns false only that other one
-  /// is as it was.
+  /// Replaces the content by that of another buffer, which is empty then. When it returns false both are as they were.
   bool Take(TextBuffer& from);
 
  protected:
@@ -66,6 +76,7 @@ class TextBuffer {
   static constexpr size_t kKeptCapacity = size_t{1} << 20;
 
   const size_t limit_;
+  const size_t total_;
   char* data_ = nullptr;
   size_t capacity_ = 0;
 };
@@ -74,6 +85,11 @@ class TextBuffer {
 /// element; closing an element appends its content to its parent's by letting the boundary go.
 class TextStack : public TextBuffer {
  public:
+  /// All open elements together, so that a short request cannot ask for the limit of one in each of very many.
+  static constexpr size_t kMaxOpen = 2 * kMaxLength;
+
+  TextStack() : TextBuffer(kMaxLength, kMaxOpen) {}
+
   /// Begins an empty content on top; returns what `Pop` needs to end it.
   size_t Push() {
     const size_t parentBase = base_;

@@ -1,4 +1,4 @@
-#include "xpml/general_commands.h"
+#include "xpml/general/text_commands.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,7 +15,9 @@ char* ContentEnd(TextBuffer& content) {
   return end ? static_cast<char*>(end) : content.Data() + content.Length();
 }
 
-bool Lowercase(XPML_Document& document, void*) {
+}  // namespace
+
+bool RunLowercase(XPML_Document& document, void*) {
   TextBuffer& content = document.CurrentText();
   for (char *at = content.Data(), *end = ContentEnd(content); at != end; ++at) {
     if (*at >= 'A' && *at <= 'Z') *at = static_cast<char>(*at + ('a' - 'A'));
@@ -23,7 +25,7 @@ bool Lowercase(XPML_Document& document, void*) {
   return true;
 }
 
-bool Uppercase(XPML_Document& document, void*) {
+bool RunUppercase(XPML_Document& document, void*) {
   TextBuffer& content = document.CurrentText();
   for (char *at = content.Data(), *end = ContentEnd(content); at != end; ++at) {
     if (*at >= 'a' && *at <= 'z') *at = static_cast<char>(*at - ('a' - 'A'));
@@ -31,37 +33,22 @@ bool Uppercase(XPML_Document& document, void*) {
   return true;
 }
 
-bool Reverse(XPML_Document& document, void*) {
+bool RunReverse(XPML_Document& document, void*) {
   TextBuffer& content = document.CurrentText();
   std::reverse(content.Data(), ContentEnd(content));
   return true;
 }
 
-bool Push(XPML_Document& document, void*) {
+bool RunPush(XPML_Document& document, void*) {
   TextBuffer& content = document.CurrentText();
   if (document.HoldText().Append(content.View())) content.Clear();
   return true;
 }
 
-bool Pop(XPML_Document& document, void*) {
+bool RunPop(XPML_Document& document, void*) {
   TextBuffer& hold = document.HoldText();
   if (document.CurrentText().Append(hold.View())) hold.Clear();
   return true;
-}
-
-struct Command {
-  const char* path;
-  HandlerFunction function;
-};
-
-constexpr Command kCommands[] = {
-    {"/lowercase", Lowercase}, {"/pop", Pop}, {"/push", Push}, {"/reverse", Reverse}, {"/uppercase", Uppercase},
-};
-
-}  // namespace
-
-void RegisterGeneralCommands(XPML_Document& document) {
-  for (const Command& command : kCommands) document.RegisterHandler(command.path, command.function, nullptr);
 }
 
 }  // namespace portwise
