@@ -154,8 +154,8 @@ void PortContext::SetPrinterName(const OString& printer) {
 
 void PortContext::FollowJob() {
   NameLogs();
-  // Those that fell due during a job have waited for its end.
-  if (!documents_.IsJobRunning() && Requests().AnyDue()) SetEvent(events_.Query());
+  // Those that fell due during a job have waited for its end, and others may be about to.
+  if (!documents_.IsJobRunning() && Requests().AnyPending()) SetEvent(events_.Query());
 }
 
 void PortContext::NameLogs() {

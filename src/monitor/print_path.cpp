@@ -28,7 +28,8 @@ void PrintPath::BeginJob() {
   skipCount_ = 0;
   bufferParsed_ = false;
   takenOfText_ = 0;
-  inData_ = false;
+  // A job within a job may come in the midst of a label.
+  if (port_.Documents().Depth() <= 1) inData_ = false;
   sent_ = 0;
   confirmedBytes_ = 0;
   outcome_ = WriteOutcome();
@@ -57,9 +58,8 @@ bool PrintPath::EndJob() {
   } while (!delivered && !outcome_.Failed() && GetTickCount() - start <= port_.SendTimeout());
   RethrowFailure();
   if (delivered && sent) port_.Pages().CloseBlock();
-  inData_ = false;
   // Of what came behind the end that was announced the printer has said nothing yet: it is asked again.
-  if (endConfirmed_ && sent_ > confirmedBytes_) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
+  if (delivered && endConfirmed_ && sent_ > confirmedBytes_) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
   return delivered;
 }
 
@@ -356,10 +356,10 @@ bool PrintPath::DeliverPending(bool* sent) {
 
 /// Returns the bytes written, also when the connection threw.
 size_t PrintPath::WriteBytes(std::string_view bytes) {
-  inData_ = true;
+  const bool before = inData_.exchange(true);
   const size_t done = writer_.Write(bytes, &outcome_);
   sent_ += done;
-  if (sent_ == 0) inData_ = false;
+  if (done == 0 && !before) inData_ = false;
   if (outcome_.unreachable) port_.Monitoring().NoteSilence();
   return done;
 }

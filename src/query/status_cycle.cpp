@@ -72,14 +72,14 @@ void StatusMonitor::RunCycle() {
     return;
   }
   const bool pollDue = IsPollDue();
+  const bool forJob = IsMonitoringJob();
   if (!IsQuerying() && status_.IsReady() && !pollDue && !RequestsDue()) {
     WaitForDemand();
     return;
   }
   if (pollDue && status_.IsReady() && startDocFailed_.exchange(false)) SetStatusOffline();
   WaitForTurn();
-  // During the wait a status may have been requested, or the job ended that it was for.
-  if (running_ && !UseConnection(IsPollDue())) WaitAwake(kBusyPause);
+  if (running_ && !UseConnection(pollDue, forJob)) WaitAwake(kBusyPause);
 }
 
 /// What the settings say now; false when the printer is not to be asked anything. A status that nobody follows any more
@@ -152,13 +152,17 @@ void StatusMonitor::WaitForTurn() {
 }
 
 /// Holds the connection, and keeps jobs from starting and ending, for as long as the printer is asked. False when print
-/// data has the connection.
-bool StatusMonitor::UseConnection(bool pollDue) {
+/// data has the connection. `forJob` tells that there was a job when the poll fell due.
+bool StatusMonitor::UseConnection(bool pollDue, bool forJob) {
   const OScopedLock document(host_.DocumentLock());
   Connection& connection = host_.PrinterConnection();
   const ConnectionTurn turn(connection);
   if (!turn.IsTaken()) return false;
-  const bool requested = std::exchange(statusRequested_, false);
+  // During the wait a status may have been requested, or the job ended that the poll was for.
+  pollDue = forJob && !IsMonitoringJob() ? IsPollDue() : pollDue || (mode_ != kMonitoringOff && statusRequested_);
+  // A run of queries goes first.
+  const bool requested = std::exchange(statusRequested_, statusRequested_ && IsQuerying() && statusRequests_ > 0);
+  if (!pollDue && !IsQuerying() && !RequestsDue()) return true;
   attemptedAt_ = GetTickCount();
   if (!host_.BeginStatusDocument()) {
     if ((connection.IsTcp() || connection.IsUsb()) && IsStatusFollowed()) {

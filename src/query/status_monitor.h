@@ -73,7 +73,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   bool IsStatusFollowed();
   void WaitForDemand();
   void WaitForTurn();
-  bool UseConnection(bool pollDue);
+  bool UseConnection(bool pollDue, bool forJob);
   void AskPrinter(bool pollDue);
   void TakeRefusal(bool polls);
   void TimeRefusal();
