@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -18,6 +17,7 @@
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
 #include "tests/support/faults.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/minidump_reader.h"
 #include "tests/support/temporary_home.h"
 
@@ -434,13 +434,8 @@ TEST_F(Fault, IsReportedWhenNoDumpCanBeWritten) {
   expectNone("a file where the folder should be");
   std::filesystem::remove(folder);
   {
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{100000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
+    const FileSizeLimit full(100000);
     expectNone("a disk that is full");
-    setrlimit(RLIMIT_FSIZE, &before);
   }
   for (int i = 0; i < 10000; ++i) std::ofstream{Dump(i)};
   expectNone("all names taken");

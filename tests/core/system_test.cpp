@@ -10,6 +10,7 @@
 #include "core/folders.h"
 #include "core/synchronizer.h"
 #include "core/thread_local_singleton.h"
+#include "core/worker_thread.h"
 #include "platform/home.h"
 #include "tests/support/files.h"
 #include "tests/support/last_error.h"
@@ -34,7 +35,8 @@ TEST(OFile, WritesLinesInItsCodePageAndHonoursItsFlags) {
   file.SetCodePage(1252);
   EXPECT_TRUE(file.WriteLine(TEXT("caf\u00E9")));
   const std::string big(3000, 'x');
-  EXPECT_TRUE(file.Write(big.data(), big.size()));
+  // All that the buffer has room for, one more, and more than it ever has.
+  for (const size_t size : {1018u, 1u, 1981u}) EXPECT_TRUE(file.Write(big.data(), size));
   EXPECT_TRUE(file.WriteLine());
   EXPECT_EQ(file.Size(), 3008);
   EXPECT_TRUE(file.Close());
@@ -107,7 +109,10 @@ TEST(ThreadLocalSingleton, OfThreadsThatGoOnEndsWithTheLibrary) {
   static std::atomic<int> alive = 0;
   struct Last : ThreadLocalObject {
     Last() { ++alive; }
-    ~Last() override { --alive; }
+    ~Last() override {
+      Sleep(10);
+      --alive;
+    }
   };
   struct Counted : Last {
     ~Counted() override { ThreadLocalSingleton<Last>::Instance(); }
@@ -129,6 +134,10 @@ TEST(ThreadLocalSingleton, OfThreadsThatGoOnEndsWithTheLibrary) {
   EXPECT_EQ(alive, 0);
   destroyed.count_down();
   for (auto& thread : threads) thread.join();
+  WorkerThread worker;
+  ASSERT_TRUE(worker.Start([](void*) { ThreadLocalSingleton<Counted>::Instance(); }, nullptr));
+  worker.Join();
+  EXPECT_EQ(alive, 0) << "whoever waits for a worker may unload the library";
 }
 
 TEST(RunGuarded, TurnsEveryFailureIntoALastError) {

@@ -7,6 +7,7 @@
 #include "locale/resource_archive.h"
 #include "tests/locale/locale_fixture.h"
 #include "tests/locale/zip_bytes.h"
+#include "tests/support/file_size_limit.h"
 
 namespace portwise {
 namespace {
@@ -114,6 +115,8 @@ TEST_F(ArchiveTest, RefusesWhatIsNotPlainOrLies) {
       {"data without its end", with(18, 3, 4), "-"},
   };
   for (const auto& row : rows) EXPECT_EQ(Extracted(row.bytes, "m"), row.result) << row.what;
+  const FileSizeLimit full(3000);
+  EXPECT_EQ(Extracted(good.bytes, "m"), "-") << "a part of it would pass for the whole";
 }
 
 TEST_F(ArchiveTest, ReadsWhatOtherProgramsPack) {

@@ -58,11 +58,12 @@ TEST_F(LocaleTest, TakesFromTheLibraryWhatALanguageLacks) {
 }
 
 TEST_F(LocaleTest, HasDialogsAndMenusInEachLanguage) {
+  pmLocale locale;
   for (const auto& [language, title, item] :
        {std::tuple{"enu", TEXT("Query Status"), TEXT("Hide Icon")},
         {"deu", TEXT("Abfragestatus"), TEXT("Symbol ausblenden")},
         {"jpn", TEXT("\u73FE\u5728\u306E\u30B9\u30C6\u30FC\u30BF\u30B9"), TEXT("\u5370\u5237\u8A2D\u5B9A...")}}) {
-    pmLocale locale(language);
+    locale.Load(language);
     const auto holds = [](const void* bytes, DWORD size, WideView text) {
       const std::string_view all(static_cast<const char*>(bytes), size);
       return all.find(std::string_view(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WCHAR)));

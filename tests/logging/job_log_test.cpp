@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "settings/logical_path.h"
 #include "settings/printer_registry.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/files.h"
 #include "tests/support/print_ostring.h"
 #include "tests/support/temporary_home.h"
@@ -270,17 +272,19 @@ TEST_F(JobLogs, PortsThatShareAFileLoseNothing) {
   Configure("shared", LogType::Events, {{"EventID", 1}, {"Description", 0, 2}}, {{"IncludeHeaderRecord", 1}});
   Configure("sharing", LogType::Events, {{"EventID", 1}, {"Description", 0, 2}}, {{"Format", 1}});
   std::vector<std::thread> ports;
+  std::latch started(4);
   for (DWORD port = 0; port < 4; ++port) {
-    ports.emplace_back([this, port] {
+    ports.emplace_back([&, port] {
       JobLogger logger;
       Start(&logger);
-      for (int i = 0; i < 50; ++i) logger.Event(400 + port, OString(std::string(100 * port, 'x')));
+      started.arrive_and_wait();
+      for (int i = 0; i < 200; ++i) logger.Event(400 + port, OString(std::string(100 * port, 'x')));
       ThreadLocalSlot::DestroyObjects();
     });
   }
   for (std::thread& port : ports) port.join();
   const Rows rows = Read("shared.csv");
-  ASSERT_EQ(rows.size(), 201u);
+  ASSERT_EQ(rows.size(), 801u);
   for (size_t i = 1; i < rows.size(); ++i) EXPECT_EQ(rows[i][1].size(), 100 * std::stoul(rows[i][0]) - 40000);
   std::string text = Text("sharing.txt");
   for (size_t port = 0; port < 4; ++port) {
@@ -288,7 +292,7 @@ TEST_F(JobLogs, PortsThatShareAFileLoseNothing) {
     if (port > 0) block += "The Description: " + std::string(100 * port, 'x') + "\r\n";
     int blocks = 0;
     for (size_t at; (at = text.find(block)) != text.npos; ++blocks) text.erase(at, block.size());
-    EXPECT_EQ(blocks, 50);
+    EXPECT_EQ(blocks, 200);
   }
   EXPECT_EQ(text, "");
 }
@@ -298,6 +302,7 @@ TEST_F(JobLogs, WhatCannotBeWrittenIsLost) {
   WriteBytes(Folder(), "a file");
   Configure("jobs", LogType::Events, {{"EventID", 1}});
   Configure("fieldless", LogType::Events, {}, {{"IncludeHeaderRecord", 1}});
+  Configure("texts", LogType::Events, {{"Description"}});
   JobLogger logger;
   Start(&logger);
   logger.Event(1000, "lost");
@@ -306,6 +311,9 @@ TEST_F(JobLogs, WhatCannotBeWrittenIsLost) {
   logger.Event(1000, "written");
   EXPECT_EQ(Text("jobs.csv"), "1000\r\n");
   EXPECT_EQ(Text("fieldless.csv"), "");
+  const FileSizeLimit full(3000);
+  logger.Event(1000, OString(std::string(5000, 'x')));
+  EXPECT_EQ(Text("texts.csv"), "written\r\n") << "nor does a part of it stay";
 }
 
 }  // namespace

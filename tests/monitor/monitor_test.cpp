@@ -231,6 +231,11 @@ TEST_F(Monitor, ReportsOneFailureAJob) {
   EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
   below_.onWrite = nullptr;
   EXPECT_TRUE(Write(port, "y", &written)) << "the port goes on";
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    platform::SetTickCount(GetTickCount() + 40000);  // longer than the send timeout
+    return *taken = 0;
+  };
+  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_IO_DEVICE));
 }
 
 TEST_F(Monitor, LeavesNothingHeldOrOpenBehindAFailure) {

@@ -87,6 +87,7 @@ TEST_F(StateCommand, AppendsWhatIsAsked) {
       {"action='get'", "c"},
   };
   for (const Case& each : cases) EXPECT_EQ(Ask(each.attributes), each.reply) << each.attributes;
+  EXPECT_EQ(monitor_->TakeJournal().back(), "status read") << "or nobody would ask the printer";
   EXPECT_GT(Ask("name='OS' action='get'").size(), 1u);
   plugin_.statusKinds = 0;
   EXPECT_EQ(Ask("name='Monitoring Supported' action='get'"), "c0");

@@ -228,12 +228,12 @@ TEST_F(PrintPathTest, IsNotMonitoredWithoutAMonitorOrAPlugInThatCan) {
 TEST_F(PrintPathTest, SendsWhatThePrinterHasRoomFor) {
   ASSERT_TRUE(Start(handle_, 1));
   plugin_.bufferSpace = true;
-  port_->Flow().Set(10, 0);
+  port_->Flow().Set(12, 0);
   EXPECT_EQ(Drive("free of pages"), 0u) << "no page was announced: nothing is counted";
   EXPECT_EQ(Drive(Page(1) + "sixsix"), 0u);
   monitor_->TakeJournal();
   DWORD written = 0;
-  EXPECT_TRUE(Write(handle_, "eleven byte", &written)) << "four bytes of room";
+  EXPECT_TRUE(Write(handle_, "eleven byte", &written)) << "six bytes of room";
   EXPECT_FALSE(Write(handle_, "", &written));
   EXPECT_THAT(monitor_->TakeJournal(), ElementsAre("request", "request"));
   port_->Flow().Set(11, 0);

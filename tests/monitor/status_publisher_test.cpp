@@ -229,7 +229,7 @@ TEST_F(StatusPublisherTest, SpeaksThePortsLanguageAndOthers) {
 
 TEST_F(StatusPublisherTest, PublishesOneAfterTheOther) {
   const auto publish = [this](const Codes& first, const Codes& second, DWORD error) {
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 100; ++i) {
       Publish(i % 2 ? first : second);
       EXPECT_EQ(GetLastError(), error);
       EXPECT_EQ(publisher_.Current().Codes().Size(), 2);

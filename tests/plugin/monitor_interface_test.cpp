@@ -220,7 +220,7 @@ TEST_F(MonitorInterfaceTest, KeepsNamesAndRequestsReadable) {
     EXPECT_EQ(std::string(static_cast<const char*>(old), 5), "first");
   };
   Load();
-  std::string bytes("first");
+  std::string bytes("first, and too long to lie in a string itself");
   {
     const std::string parameters("read=false;");
     monitor_.RememberRequest(bytes, parameters.c_str());
@@ -229,7 +229,7 @@ TEST_F(MonitorInterfaceTest, KeepsNamesAndRequestsReadable) {
   const void* request = nullptr;
   DWORD length = 0;
   EXPECT_TRUE(PortwiseLastRequest(block, &request, &length));
-  EXPECT_EQ(std::string(static_cast<const char*>(request), length), "first");
+  EXPECT_EQ(std::string(static_cast<const char*>(request), length), "first" + bytes.substr(5));
   EXPECT_STREQ(block->requestParameters, "read=false;");
   monitor_.Notify(PluginEvent::PageOpened);
   EXPECT_NE(old, nullptr);

@@ -79,6 +79,11 @@ TEST_F(PortPluginsTest, LoadsOnceForEachName) {
   Ensure("Bare");
   EXPECT_FALSE(plugins_.Protocol().IsLoaded());
   EXPECT_EQ(plugin_->TakeLog(), "");
+  spooler_.printers["Bare"] = spooler_.printers["Labels"];  // gets a driver
+  ThreadLocalSlot::DestroyObjects();
+  plugins_.PrinterRenamed("Bare");
+  Ensure("Bare");
+  EXPECT_EQ(plugin_->TakeLog(), "protocol-1 1 capabilities ");
   // A name that comes while the plug-in is loaded has not been tried.
   plugin_->onCall = [&](const std::string& function, PortwiseBlock*) {
     if (function == "protocol-1") plugins_.PrinterRenamed("Labels");

@@ -310,6 +310,7 @@ TEST_F(QueryEngineTest, ARunEndsWithABadAnswerACancelOrAReset) {
     EXPECT_EQ(progress.runStatus, how == "bad" ? 2 : how == "cancel" ? 3 : -1) << how;
     EXPECT_EQ(progress.complete, how == "bad" ? 1 : 0) << how;
     EXPECT_EQ(*queue.ResponseAt(0), how == "bad" ? "A!" : "") << how;
+    EXPECT_EQ(host.connection.pieces.empty(), how == "bad") << "nothing is read after the end";
     if (how != "reset") engine.RunQueryQueue();
     EXPECT_EQ(queue.IsQuerying(), how == "reset");
     EXPECT_EQ(Count("W:two"), 0);

@@ -70,9 +70,10 @@ class FakeJobMonitor final : public JobMonitor {
   PrinterStatus CurrentStatus() override { return PrinterStatus(status_); }
   void SetStatusOffline() override {
     status_ = 5;
+    SetLastError(ERROR_NOT_READY);  // as publishing does
     Say("offline");
   }
-  void NoteStatusRead() override {}
+  void NoteStatusRead() override { Say("status read"); }
   void ResetQueries() override { queriesAdded = false; }
   bool QueriesAdded() override { return queriesAdded; }
   void ClearQueriesAdded() override { queriesAdded = false; }

@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -43,6 +44,7 @@ class FakeSpooler final : public platform::SpoolerService {
   }
 
   platform::Message Call(const platform::Message& request) override {
+    std::this_thread::yield();  // or threads would come one after the other even without a lock of theirs
     std::lock_guard lock(mutex_);
     const std::string operation = request.head.value("op", "");
     ++orders[operation];

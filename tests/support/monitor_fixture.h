@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "core/thread_local_singleton.h"
 #include "monitor/entry_points.h"
 #include "monitor/port_context.h"
 #include "monitor/port_list.h"
@@ -22,11 +23,9 @@ class MonitorFixture : public ::testing::Test {
   MonitorFixture() {
     SetPortCommands(&commands_);
     CreatePortList();
-    // The tick count wraps while a test runs. In the next one it must not look as if no time had passed, or this thread
-    // would still take the printers of the last one for its own.
-    static DWORD start = 0xFFFFF000;
-    platform::SetTickCount(start);
-    start -= 2000;
+    platform::SetTickCount(0xFFFFF000);  // the count wraps while a test runs
+    // This thread must not take the printers of the last test for those of this one.
+    ThreadLocalSlot::DestroyObjects();
   }
   ~MonitorFixture() override {
     DestroyPortList();

@@ -11,6 +11,8 @@
 #include <random>
 #include <thread>
 
+#include "host/job_store.h"
+#include "host/names.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/last_error.h"
 #include "tests/support/spooler_home.h"
@@ -114,6 +116,18 @@ TEST(Host, OrdersReachJobsInEveryState) {
   EXPECT_EQ(Ask({{"op", "printer-remove"}, {"name", "printer"}}).head["error"], 0u);
   EXPECT_EQ(Ask({{"op", "port-remove"}, {"name", "port"}}).head["error"], 0u);
   EXPECT_TRUE(Eventually([&] { return ReadFile(home.File("fake.log")).find("close port") != std::string::npos; }));
+}
+
+TEST(Host, WhatWasSaidOfAnAttemptDoesNotCountForTheNext) {
+  SpoolerHome home;
+  std::string why;
+  const auto store = JobStore::Open(home.Path(), &why);
+  Job job;
+  job.printer = "printer";
+  ASSERT_TRUE(store->Begin(job, &why)->Commit(0, &why)) << why;
+  const std::set<std::u16string> printers{NameKey(job.printer)};
+  store->Release(store->Claim(printers)->id, [](Job& tried) { tried.left = true; });
+  EXPECT_FALSE(store->Claim(printers)->left) << "it would count as printed if it were cut off now";
 }
 
 TEST(Host, StoppingHoldsWhatHadBegun) {

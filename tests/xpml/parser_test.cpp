@@ -303,15 +303,17 @@ TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
     std::string output;
     int throws;
   };
-  const std::string stream = "ab<xpml><boom><uppercase>c</uppercase></boom>d</xpml>e<xpml></xpml>f";
-  for (int texts = 0; texts < 6; ++texts) {
-    Thrower thrower{"", texts};
+  for (int run = 0; run < 16; ++run) {
+    const std::string end = run % 2 ? "<xpml>g<a>h</a>" : "";
+    const std::string stream = "ab<xpml><boom><uppercase>c</uppercase></boom>d</xpml>e<xpml></xpml>f" + end;
+    Thrower thrower{"", run / 2};
     XPML_Document document;
     bool boom = true;
     document.SetTextHandler(
         [](XPML_Document& open, void* context) {
           auto* sink = static_cast<Thrower*>(context);
-          if (sink->throws-- == 0) throw std::runtime_error("text");
+          const int left = sink->throws--;
+          if (left == 0 || left == -1) throw std::runtime_error("text");
           sink->output += open.PlainText();
           return true;
         },
@@ -323,7 +325,7 @@ TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
           return true;
         },
         &boom);
-    for (int thrown = 0; thrown < 3; ++thrown) {
+    for (int thrown = 0; thrown < 4; ++thrown) {
       const auto chunk = std::make_unique<std::string>(stream);  // gone before the parser is fed again
       try {
         document.Parse(chunk->data(), static_cast<int>(chunk->size()));
@@ -331,7 +333,7 @@ TEST(XpmlParser, GoesOnWhereAHandlerThrew) {
       } catch (const std::runtime_error&) {
       }
     }
-    EXPECT_EQ(thrower.output, "abCdef") << texts;
+    EXPECT_EQ(thrower.output, run % 2 ? "abCdefgh" : "abCdef") << run;
   }
 }
 
@@ -360,6 +362,13 @@ TEST(TextBuffer, StopsAtItsLimitAndKeepsItsContent) {
   EXPECT_EQ(buffer.Length(), TextBuffer::kMaxLength);
   EXPECT_TRUE(buffer.Terminate());
   EXPECT_EQ(buffer.Data()[buffer.Length()], '\0');
+  TextStack stack;
+  stack.Append("outer");
+  const size_t outer = stack.Push();
+  stack.Append(chunk);
+  stack.Clear();
+  stack.Pop(outer);
+  EXPECT_EQ(stack.View(), "outer") << "memory is given back only where nobody else's content lies in it";
 }
 
 }  // namespace
