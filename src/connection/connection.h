@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include <atomic>
+#include <optional>
 
+#include "connection/port_discovery.h"
 #include "connection/port_link.h"
 #include "core/synchronizer.h"
 
@@ -90,6 +92,8 @@ class Connection {
   virtual void GetTimeouts(COMMTIMEOUTS* timeouts) const;
 
   virtual bool IsNetwork() const { return false; }
+  /// Where the printer is on the network, as read last; nothing of another connection. Any thread.
+  virtual std::optional<PortAddress> NetworkAddress() const { return std::nullopt; }
 
   /// A document with print data begins: what was taken before is none of its bytes.
   virtual void BeginCount() {}

@@ -1,12 +1,9 @@
 #include "connection/connection_parallel.h"
 
+#include "connection/parallel_requests.h"
+
 namespace portwise {
 namespace {
-
-// Requests of the parallel port's driver.
-constexpr DWORD IOCTL_PAR_QUERY_INFORMATION = 0x160004;
-constexpr DWORD IOCTL_PAR_QUERY_DEVICE_ID = 0x16000C;
-constexpr DWORD kQueryModes = 0x160024;
 
 // Bits of the status byte.
 constexpr BYTE kPaperEmpty = 0x04;
@@ -32,13 +29,13 @@ constexpr StatusRow kStatusRows[] = {
 LONG Connection_Parallel::Control(DWORD code, const char* text, void* buffer, DWORD size) {
   if (code != CONTROL_DEVICE_ID) return Connection::Control(code, text, buffer, size);
   bool done;
-  return static_cast<LONG>(RequestDevice(IOCTL_PAR_QUERY_DEVICE_ID, nullptr, 0, buffer, size, &done));
+  return static_cast<LONG>(RequestDevice(kParallelQueryDeviceId, nullptr, 0, buffer, size, &done));
 }
 
 DWORD Connection_Parallel::GetStatus(DWORD mask) {
   BYTE status = 0;
   bool done;
-  RequestDevice(IOCTL_PAR_QUERY_INFORMATION, nullptr, 0, &status, sizeof status, &done);
+  RequestDevice(kParallelQueryStatus, nullptr, 0, &status, sizeof status, &done);
   if (done && (status & kPoweredOff)) return mask & STATUS_DISCONNECTED;
   DWORD result = 0;
   if ((mask & STATUS_UNIDIRECTIONAL) && LacksReverseChannel()) result |= STATUS_UNIDIRECTIONAL;
@@ -52,7 +49,7 @@ bool Connection_Parallel::LacksReverseChannel() const {
   const WORD wanted = kAllModes;
   WORD modes = 0;
   bool done;
-  RequestDevice(kQueryModes, &wanted, sizeof wanted, &modes, sizeof modes, &done);
+  RequestDevice(kParallelQueryModes, &wanted, sizeof wanted, &modes, sizeof modes, &done);
   return done && !(modes & kReverseMode);
 }
 

@@ -252,12 +252,7 @@ IN_ADDR Connection_TCP::FindHost() {
   return lookUp_.Host();
 }
 
-OString Connection_TCP::HostName() const { return Registered().hostName; }
-OString Connection_TCP::IpAddress() const { return Registered().ipAddress; }
-DWORD Connection_TCP::PortNumber() const { return Registered().portNumber; }
-DWORD Connection_TCP::Protocol() const { return Registered().protocol; }
-
-PortAddress Connection_TCP::Registered() const {
+std::optional<PortAddress> Connection_TCP::NetworkAddress() const {
   const OScopedLock lock(addressLock_);
   return registered_;
 }

@@ -66,16 +66,13 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
 
   bool RefreshAddress(bool statusChannel) override;
   bool IsNetwork() const override { return true; }
+  /// The port number is that of the channel that was opened last.
+  std::optional<PortAddress> NetworkAddress() const override;
   void BeginCount() override;
   ULONGLONG TakeUnconfirmedBytes() override;
   bool CloseChannel() override;
   bool IsEnding() const override { return endings_ > 0; }
 
-  /// As read by the last RefreshAddress. Any thread.
-  OString HostName() const;
-  OString IpAddress() const;
-  DWORD PortNumber() const;
-  DWORD Protocol() const;
   bool IsConnected() const { return connected_; }
 
  private:
@@ -124,7 +121,6 @@ class Connection_TCP : public Connection, private DelayedClose::Target {
   Transfer ReceiveOnce(char* buffer, int size, int flags, int* received);
   /// WSAPoll of the socket: above 0 when it is ready or failed, 0 when neither came within the time.
   int AwaitSocket(SHORT events, INT milliseconds);
-  PortAddress Registered() const;
 
   const SocketLibrary library_;
 

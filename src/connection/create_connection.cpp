@@ -46,7 +46,7 @@ bool IsRawTcpPort(PortLink* port) {
   Connection_TCP connection;
   connection.SetPortContext(port);
   connection.RefreshAddress(false);
-  return connection.Protocol() == kProtocolRaw;
+  return connection.NetworkAddress()->protocol == kProtocolRaw;
 }
 
 std::unique_ptr<Connection> CreateConnection(PortLink* port) {

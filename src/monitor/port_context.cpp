@@ -6,6 +6,7 @@
 #include "connection/connection_use.h"
 #include "connection/create_connection.h"
 #include "monitor/net_mon_exception_handler.h"
+#include "monitor/request_document.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
@@ -158,6 +159,19 @@ void PortContext::FollowJob() {
   if (!documents_.IsJobRunning() && Requests().AnyPending()) SetEvent(events_.Query());
 }
 
+OString PortContext::PrinterOf(const XPML_Document& document) {
+  return &document == &path_.Document() ? JobPrinter() : PrinterName();
+}
+
+bool PortContext::Rebind(const OString& printer) {
+  // A status document that is open just now ends first.
+  const OScopedLock lock(documents_.Lock());
+  if (documents_.Depth() > 0) return false;
+  SetPrinterName(printer);
+  RefreshPrinter();
+  return true;
+}
+
 void PortContext::NameLogs() {
   const OScopedLock lock(nameLock_);
   eventLog_.SetPrinterName(JobPrinter());
@@ -199,11 +213,23 @@ void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
   plugin_ = &plugin;
 }
 
+/// The plug-in may write, which takes a document and the connection.
+DWORD PortContext::AskPlugin(const OString& reader, const OString& type, DWORD copies, std::string_view data) {
+  const auto size = static_cast<DWORD>(data.size());
+  RequestDocument document(*this);
+  DWORD code = 0;
+  {
+    const ConnectionUse use(*connection_);
+    code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
+                                 : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
+  }
+  document.End();
+  return code;
+}
+
 DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& type, DWORD copies,
                                        std::string_view data) {
-  const auto size = static_cast<DWORD>(data.size());
-  const DWORD code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
-                                           : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
+  const DWORD code = AskPlugin(reader, type, copies, data);
   if (code == 0) return 0;
   path_.Silence();
   if (monitoring_.IsOn()) Publish(PrinterStatus(code));

@@ -67,6 +67,12 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   /// The printer that was named last, by a job or a request.
   OString PrinterName() const;
   void SetPrinterName(const OString& printer);
+  /// The same for a program that has the port print for another printer from now on, with its settings; false, and
+  /// nothing is done, while a document is open.
+  bool Rebind(const OString& printer);
+  /// The printer that the commands of a document are about: a job's data are about the job's, a request about the one
+  /// that was named last.
+  OString PrinterOf(const XPML_Document& document);
   /// A job is about to begin, for this printer. Under the documents' lock, so that no status is told of a job before
   /// its record is there.
   void NameJob(const OString& printer, DWORD job);
@@ -154,6 +160,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
  private:
   void ConnectTo();
   void ClosePort();
+  DWORD AskPlugin(const OString& reader, const OString& type, DWORD copies, std::string_view data);
   /// As JobPrinter, under nameLock_.
   OString PrinterInUse() const { return documents_.IsJobRunning() ? jobPrinter_ : printerName_; }
   /// Gives the logs the printer that what they are told is about.

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "monitor/port_context.h"
+#include "monitor/request_document.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
@@ -289,34 +290,20 @@ void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
     WarnOfLostPacket(bytes.size());
     return;
   }
-  const OScopedLock lock(port_.Documents().Lock());
-  WCHAR name[] = TEXT("Request");
-  DOC_INFO_1W info = {name, nullptr, nullptr};
-  if (!port_.Documents().Begin(0, 1, reinterpret_cast<LPBYTE>(&info))) {
+  RequestDocument own(port_);
+  if (!own.HasBegun()) {
     WarnOfLostPacket(bytes.size());
     return;
   }
-  const bool ownDocument = port_.Documents().Depth() == 1;
-  if (ownDocument) port_.PrinterConnection().BeginCount();
   const size_t done = writer_.WriteAdmitted(bytes, &outcome);
   try {
     if (done > 0) port_.StatusWatch().Touch();
     // Within a job the block is the job's, and has no data of its own yet.
-    if (done == bytes.size() && ownDocument) port_.Pages().CloseBlock();
+    if (done == bytes.size() && own.IsOwn()) port_.Pages().CloseBlock();
   } catch (...) {
     outcome.failure = std::current_exception();
   }
-  const bool ended = port_.Documents().End(false);
-  // Within a job the job's end tells of it.
-  const ULONGLONG unconfirmed = ownDocument ? port_.PrinterConnection().TakeUnconfirmedBytes() : 0;
-  if (unconfirmed > 0) {
-    port_.Warn(
-        "The connection to the printer was lost, or left without an answer. It is not known whether the printer "
-        "has " +
-        OString::FromUnsigned(unconfirmed) + " of the bytes that a request had to print.");
-  } else if (!ended) {
-    port_.Warn("The end of what a request had to print could not be delivered to the printer.");
-  }
+  own.End();
   if (done < bytes.size()) WarnOfLostPacket(bytes.size() - done);
   if (outcome.failure) std::rethrow_exception(outcome.failure);
 }

@@ -12,6 +12,15 @@ unique_printer OpenByName(const OString& name, PRINTER_DEFAULTSW* defaults = nul
   return printer;
 }
 
+/// `*count` structures in `buffer`; none when the spooler fails.
+const PRINTER_INFO_2W* ListPrinters(DWORD flags, OBuffer& buffer, DWORD* count) {
+  const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
+    return EnumPrintersW(flags, nullptr, 2, data, size, needed, count);
+  });
+  if (!info) *count = 0;
+  return info;
+}
+
 }  // namespace
 
 unique_printer OpenForChanges(const OString& printer) {
@@ -43,13 +52,20 @@ DWORD JobsQueued(const OString& printer) {
 OString PrinterOfShare(const OString& share) {
   OBuffer buffer;
   DWORD count = 0;
-  const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
-    return EnumPrintersW(PRINTER_ENUM_LOCAL | PRINTER_ENUM_SHARED, nullptr, 2, data, size, needed, &count);
-  });
-  for (DWORD i = 0; info && i < count; ++i) {
+  const auto* info = ListPrinters(PRINTER_ENUM_LOCAL | PRINTER_ENUM_SHARED, buffer, &count);
+  for (DWORD i = 0; i < count; ++i) {
     if (OString(info[i].pShareName).EqualsNoCase(share)) return OString(info[i].pPrinterName);
   }
   return OString();
+}
+
+OStringArray LocalPrinters() {
+  OBuffer buffer;
+  DWORD count = 0;
+  const auto* info = ListPrinters(PRINTER_ENUM_LOCAL, buffer, &count);
+  OStringArray names;
+  for (DWORD i = 0; i < count; ++i) names.Append(info[i].pPrinterName);
+  return names;
 }
 
 DWORD JobStatus(const OString& printer, DWORD job) {

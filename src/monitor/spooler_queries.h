@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "core/ostring.h"
+#include "core/ostring_array.h"
 #include "core/printer_handle.h"
 
 namespace portwise {
@@ -22,6 +23,9 @@ DWORD JobsQueued(const OString& printer);
 
 /// The first printer of this computer that is shared under the name, without regard to ASCII case; empty when none is.
 OString PrinterOfShare(const OString& share);
+
+/// The names of this computer's printers, shared or not.
+OStringArray LocalPrinters();
 
 /// The job's JOB_STATUS_ bits; 0 when the spooler does not know the job. The thread's last error stays as it is.
 DWORD JobStatus(const OString& printer, DWORD job);

@@ -1,9 +1,10 @@
+#include "settings/registry_importer.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
 
 #include "core/hex.h"
-#include "settings/registry.h"
 #include "settings/registry_text.h"
 
 namespace portwise {
@@ -24,35 +25,9 @@ WideView WithoutBrackets(WideView header) {
   return header;
 }
 
-/// Applies lines one after another.
-class Importer {
- public:
-  Importer(ORegistry& registry, bool replaceKeys) : registry_(registry), replaceKeys_(replaceKeys) {}
+}  // namespace
 
-  void Take(WideView line);
-  /// To be called after the last line; the lines that could not be applied.
-  int Finish();
-
- private:
-  /// What value lines belong to; those of a key that cannot be had are skipped.
-  enum class Place { kOutside, kInKey, kInUnusableKey };
-
-  void TakeHeader(WideView header);
-  void DeleteKeyOf(const OString& key);
-  void TakeValueText(WideView text, bool backslash);
-  void DropPending();
-  bool ApplyValue(WideView text) const;
-  bool ApplyBytes(const OString& path, WideView data) const;
-
-  ORegistry& registry_;
-  const bool replaceKeys_;
-  Place place_ = Place::kOutside;
-  WideString pending_;  // the beginning of a value that goes on
-  int pendingLines_ = 0;
-  int skipped_ = 0;
-};
-
-void Importer::Take(WideView line) {
+void RegistryImporter::Take(WideView line) {
   line.remove_prefix(std::min(line.find_first_not_of(TEXT(" \t")), line.size()));
   const WideView text = line.substr(0, line.find_last_not_of(TEXT(" \t\r\n\\")) + 1);
   if (text.empty()) {
@@ -66,12 +41,12 @@ void Importer::Take(WideView line) {
   }
 }
 
-int Importer::Finish() {
+int RegistryImporter::Finish() {
   DropPending();
   return skipped_;
 }
 
-void Importer::TakeHeader(WideView header) {
+void RegistryImporter::TakeHeader(WideView header) {
   const WideView path = WithoutBrackets(header);
   // A text with a line end in it can look like a header, but its backslashes are doubled.
   if (path.find(TEXT("\\\\")) != WideView::npos) {
@@ -95,14 +70,12 @@ void Importer::TakeHeader(WideView header) {
   place_ = Place::kInKey;
 }
 
-/// A key that is not there is deleted; a value of that name is none of a header's.
-void Importer::DeleteKeyOf(const OString& key) {
+void RegistryImporter::DeleteKeyOf(const OString& key) {
   const bool known = HasNumericRoot(key) && key.Find(WCHAR(0)) < 0;
   if (!known || (registry_.GetKeyInfo(key) && !registry_.Delete(key, true))) ++skipped_;
 }
 
-/// `backslash` tells whether one stood at the end of the line.
-void Importer::TakeValueText(WideView text, bool backslash) {
+void RegistryImporter::TakeValueText(WideView text, bool backslash) {
   // No value goes on with a quote: the one before broke off.
   if (text.front() == '"') DropPending();
   if (place_ != Place::kInKey || (text.front() != '"' && pendingLines_ == 0)) {
@@ -118,8 +91,7 @@ void Importer::TakeValueText(WideView text, bool backslash) {
   pendingLines_ = 0;
 }
 
-/// Text that a line end broke off is as good as it goes; bytes are not.
-void Importer::DropPending() {
+void RegistryImporter::DropPending() {
   OString name;
   WideView data;
   const bool text = SplitValueLine(pending_, &name, &data) && data.starts_with(WCHAR('"'));
@@ -128,7 +100,7 @@ void Importer::DropPending() {
   pendingLines_ = 0;
 }
 
-bool Importer::ApplyValue(WideView text) const {
+bool RegistryImporter::ApplyValue(WideView text) const {
   OString name;
   WideView data;
   if (!SplitValueLine(text, &name, &data) || name.Length() > ORegistry::kMaxNameUnits) return false;
@@ -149,8 +121,7 @@ bool Importer::ApplyValue(WideView text) const {
   return data.starts_with(TEXT("hex")) && ApplyBytes(path, data.substr(3));
 }
 
-/// `data` is what stands after "hex". Every type but that of lists is stored as binary.
-bool Importer::ApplyBytes(const OString& path, WideView data) const {
+bool RegistryImporter::ApplyBytes(const OString& path, WideView data) const {
   const size_t colon = data.find(WCHAR(':'));
   std::string bytes;
   if (colon == WideView::npos || !ParseByteList(data.substr(colon + 1), &bytes)) return false;
@@ -165,10 +136,8 @@ bool Importer::ApplyBytes(const OString& path, WideView data) const {
   return registry_.SetMultiString(path, strings);
 }
 
-}  // namespace
-
 bool ORegistry::Import(const OStringArray& lines, DWORD flags, int* skipped) {
-  Importer importer(*this, (flags & kReplaceKeys) != 0);
+  RegistryImporter importer(*this, (flags & kReplaceKeys) != 0);
   for (const OString& line : lines) importer.Take(line.View());
   const int count = importer.Finish();
   if (skipped) *skipped = count;

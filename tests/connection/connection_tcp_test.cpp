@@ -172,9 +172,9 @@ TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) 
   ASSERT_TRUE(connection_.Open());
   first.join();
   ASSERT_TRUE(second.Accept());
-  EXPECT_EQ(connection_.PortNumber(), second.Port());
+  EXPECT_EQ(connection_.NetworkAddress()->portNumber, second.Port());
   EXPECT_TRUE(connection_.RefreshAddress(true));
-  EXPECT_EQ(connection_.PortNumber(), second.Port() + 1u);
+  EXPECT_EQ(connection_.NetworkAddress()->portNumber, second.Port() + 1u);
   EXPECT_FALSE(connection_.RefreshAddress(true));
   second.Close();
 
@@ -328,14 +328,14 @@ TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
   connection_.CountAsPrintData(false);
   ASSERT_TRUE(connection_.OpenStatus());
   ASSERT_TRUE(status.Accept());
-  EXPECT_EQ(connection_.PortNumber(), status.Port());
+  EXPECT_EQ(connection_.NetworkAddress()->portNumber, status.Port());
   ASSERT_TRUE(connection_.OpenStatus());
   EXPECT_FALSE(status.Accept(50)) << "it stands already";
   // What breaks there comes back there, whoever asks for the printer's state meanwhile.
   status.Reset();
   EXPECT_FALSE(Write("?"));
   connection_.GetStatus(STATUS_DISCONNECTED);
-  EXPECT_EQ(connection_.PortNumber(), status.Port());
+  EXPECT_EQ(connection_.NetworkAddress()->portNumber, status.Port());
   EXPECT_TRUE(Write("?") && status.Accept());
   EXPECT_EQ(status.Receive(1), "?");
   // Nobody waits long for one that does not close its side.

@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <thread>
 
+#include "core/hex.h"
 #include "settings/registry.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/spooler_home.h"
@@ -139,6 +142,56 @@ TEST(DriverRequestsElsewhere, OfAMonitorThatAnswersLittle) {
   EXPECT_THAT(ReadFile(home.File("fake.log")), testing::EndsWith("data begins\ndata of dock\nclose dock\n"));
   home.Stop();
   EXPECT_THAT(RunProgram("portwise xpml Labels x").output, HasSubstr("no spooler answers"));
+}
+
+/// One of two computers that share a printer.
+struct Computer {
+  SpoolerHome home{"portwise.dll"};
+
+  explicit Computer(const std::string& settings) {
+    EXPECT_TRUE(home.Start()) << home.Errors();
+    Run("port add dock --file /dev/null");
+    Run("printer add Labels --port dock " + settings);
+  }
+  std::string Run(const std::string& arguments) {
+    setenv("PORTWISE_HOME", home.Path().c_str(), 1);
+    return ExpectRun(arguments);
+  }
+  std::string Send(const std::string& action, const std::string& content) {
+    std::string request = "<settings action='" + action + "'>";
+    for (const char byte : content) request += byte == '&' ? "&amp;" : byte == '<' ? "&lt;" : std::string(1, byte);
+    std::ofstream(home.File("request")) << request << "</settings>";
+    return Run("xpml Labels - < " + home.File("request"));
+  }
+  std::string Checksum() {
+    const auto number = Run("registry get 'PRINT:Printers/Labels/PrinterDriverData/Settings/(CRC32)'");
+    return EncodeHexNumber(static_cast<DWORD>(std::stoul(number)));
+  }
+  std::string Export() { return Run("registry export PRINT:Printers/Labels/PrinterDriverData"); }
+};
+
+TEST(SettingsExchange, BringsTwoComputersIntoLine) {
+  Computer server("--setting 'Status/Send Timeout=77' --setting 'Logging/Directory=/l/\u00fc <&amp;> \\\"x\\\"'");
+  server.Run("registry set 'PRINT:Printers/Labels/PrinterDriverData/Presets/[a]/b' --type binary " +
+             std::string(400, '7'));
+  server.Run("registry set LOCAL:Shared/x 1 --type dword");
+  Computer client("--setting 'Status/Response Timeout=5' --data 'PrinterDriverData/Old/x=y'");
+  const std::string claims = "[DATA:Settings],FFFFFFFF;[DATA:Presets],FFFFFFFF;[LOCAL:Shared],FFFFFFFF";
+  const std::string missing = server.Send("request", claims + ";[DATA:Old],12345678");
+  EXPECT_THAT(missing, HasSubstr("[-DATA:\\Old]\r\n\r\n"));
+  EXPECT_EQ(client.Send("update", missing), "");
+  client.Send("request", claims);
+  EXPECT_EQ(client.Export(), server.Export());
+  EXPECT_EQ(client.Checksum(), server.Checksum());
+  const auto known = [&] { return "[DATA:Settings]," + client.Checksum() + ";[DATA:Presets];[LOCAL:Shared]"; };
+  EXPECT_THAT(server.Send("request", known()), testing::Not(HasSubstr("Timeout")));
+
+  // A change is told to whoever does not count on the checksum of the last export.
+  server.Run("printer set Labels --setting 'Status/Send Timeout=78'");
+  EXPECT_EQ(client.Send("update", server.Send("request", "[DATA:Settings],00000000")), "");
+  EXPECT_THAT(client.Run("printer show Labels"), HasSubstr("Status/Send Timeout = 78\n"));
+  client.Send("request", "[DATA:Settings],FFFFFFFF");
+  EXPECT_EQ(client.Checksum(), server.Checksum());
 }
 
 }  // namespace

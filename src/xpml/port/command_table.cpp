@@ -6,8 +6,13 @@
 
 #include "monitor/port_context.h"
 #include "xpml/document.h"
+#include "xpml/port/input_buffer_command.h"
+#include "xpml/port/job_command.h"
+#include "xpml/port/network_command.h"
+#include "xpml/port/port_command.h"
 #include "xpml/port/print_commands.h"
 #include "xpml/port/query_commands.h"
+#include "xpml/port/settings_command.h"
 #include "xpml/port/state_command.h"
 
 namespace portwise {
@@ -21,10 +26,17 @@ struct PortCommand {
 constexpr PortCommand kCommands[] = {
     {"/packet", RunPacket},
     {"/page", RunPage},
+    {"end", RunEnd},
+    {"/input_buffer", RunInputBuffer},
+    {"/job", RunJob},
+    {"/network", RunNetwork},
+    {"/port", RunPort},
+    {"/printer", RunPrinter},
     {"/query", [](XPML_Document& document, PortContext& port) { return RunQuery(document, port); }},
     {"/request", [](XPML_Document& document, PortContext& port) { return RunRequest(document, port); }},
+    {"/settings", RunSettings},
     {"/state", RunState},
-    {"end", RunEnd},
+    {"/smart_card", RunSmartCard},
 };
 
 /// The only place that knows what the context of a port command is.

@@ -17,14 +17,20 @@ constexpr LONGLONG kPitchUnit = 1000;  // tenths of a millimetre, of 0.0001 mm
 
 DWORD AsCount(LONGLONG value) { return static_cast<DWORD>(std::clamp<LONGLONG>(value, 0, INT_MAX)); }
 
+/// Content that is consumed. What is printed must not come again, even when the printing fails.
+struct Consumed {
+  explicit Consumed(XPML_Document& document) : content(document.CurrentText()) {}
+  ~Consumed() { content.Clear(); }
+  Consumed(const Consumed&) = delete;
+  Consumed& operator=(const Consumed&) = delete;
+
+  TextBuffer& content;
+};
+
 }  // namespace
 
 bool RunPacket(XPML_Document& document, PortContext& port) {
-  // What is printed must not come again, even when the printing fails.
-  struct Emptying {
-    ~Emptying() { content.Clear(); }
-    TextBuffer& content;
-  } packet{document.CurrentText()};
+  const Consumed packet(document);
   port.Path().WritePacket(document, packet.content.View());
   return true;
 }
@@ -37,6 +43,13 @@ bool RunPage(XPML_Document& document, PortContext& port) {
 
 bool RunEnd(XPML_Document&, PortContext& port) {
   port.Path().MarkEnd();
+  return true;
+}
+
+bool RunSmartCard(XPML_Document& document, PortContext& port) {
+  const Consumed card(document);
+  port.RunSpecialOperation(OString(document.GetAttribute("reader")), OString(document.GetAttribute("type")),
+                           AsCount(document.GetAttributeInt("copies", 1)), card.content.View());
   return true;
 }
 

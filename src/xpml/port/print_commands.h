@@ -13,5 +13,8 @@ bool RunPacket(XPML_Document& document, PortContext& port);
 bool RunPage(XPML_Document& document, PortContext& port);
 /// "end": the job's data is complete.
 bool RunEnd(XPML_Document& document, PortContext& port);
+/// "/smart_card": hands the content to the smart-card reader of the printer, `copies` times; when that fails, the port
+/// prints nothing more until the next job.
+bool RunSmartCard(XPML_Document& document, PortContext& port);
 
 }  // namespace portwise

@@ -13,6 +13,7 @@
 #include "settings/settings_catalogue.h"
 #include "xpml/document.h"
 #include "xpml/port/reply.h"
+#include "xpml/tag.h"
 
 namespace portwise {
 namespace {
@@ -30,12 +31,12 @@ PrinterStatus StatusForClient(PortContext& port) {
 
 OString Flag(bool value) { return value ? "1" : "0"; }
 
-OString ConfigurationSharing(PortContext& port, std::string_view) {
+OString ConfigurationSharing(PortContext& port, const XPML_Document& document) {
   const Setting& setting = FindSetting(SettingId::ConfigurationSharing);
-  return Flag(PrinterRegistry(port.PrinterName()).GetBool(setting.path, setting.number != 0));
+  return Flag(PrinterRegistry(port.PrinterOf(document)).GetBool(setting.path, setting.number != 0));
 }
 
-OString MonitorVersion(PortContext&, std::string_view) {
+OString MonitorVersion(PortContext&, const XPML_Document&) {
   try {
     return FileVersionInfo("portwise.dll").GetString("ProductVersion");
   } catch (const OException&) {
@@ -43,29 +44,29 @@ OString MonitorVersion(PortContext&, std::string_view) {
   }
 }
 
-OString SystemDescription(PortContext&, std::string_view) { return OperatingSystemInfo::Get().Description(); }
+OString SystemDescription(PortContext&, const XPML_Document&) { return OperatingSystemInfo::Get().Description(); }
 
-OString StatusWords(PortContext& port, std::string_view language) {
-  return port.Texts().In(OString(language), StatusForClient(port), PrinterStatus::kCommas);
+OString StatusWords(PortContext& port, const XPML_Document& document) {
+  return port.Texts().In(OString(document.GetAttribute("language")), StatusForClient(port), PrinterStatus::kCommas);
 }
 
-OString StatusCode(PortContext& port, std::string_view) {
+OString StatusCode(PortContext& port, const XPML_Document&) {
   return OString(EncodeHexNumber(StatusForClient(port).Primary()));
 }
 
-OString StatusSeverity(PortContext& port, std::string_view) {
+OString StatusSeverity(PortContext& port, const XPML_Document&) {
   return OString::FromUnsigned(static_cast<unsigned>(StatusForClient(port).Severity()));
 }
 
-OString StatusFlags2(PortContext& port, std::string_view) {
+OString StatusFlags2(PortContext& port, const XPML_Document&) {
   return OString(EncodeHexNumber(StatusForClient(port).Flags2()));
 }
 
-OString MonitoringSupported(PortContext& port, std::string_view) { return Flag(IsMonitoringSupported(port)); }
+OString MonitoringSupported(PortContext& port, const XPML_Document&) { return Flag(IsMonitoringSupported(port)); }
 
 struct StateItem {
   const char* name;
-  OString (*read)(PortContext& port, std::string_view language);
+  OString (*read)(PortContext& port, const XPML_Document& document);
 };
 
 constexpr StateItem kItems[] = {
@@ -82,12 +83,12 @@ constexpr StateItem kItems[] = {
 }  // namespace
 
 bool RunState(XPML_Document& document, PortContext& port) {
-  if (!OString(document.GetAttribute("action")).EqualsNoCase("get")) return true;
-  const OString name(document.GetAttribute("name"));
+  if (!EqualsNoCase(document.GetAttribute("action"), "get")) return true;
+  const std::string_view name = document.GetAttribute("name");
   const auto* item = std::find_if(std::begin(kItems), std::end(kItems),
-                                  [&](const StateItem& each) { return name.EqualsNoCase(each.name); });
+                                  [name](const StateItem& each) { return EqualsNoCase(name, each.name); });
   if (item == std::end(kItems)) return true;
-  const OString reply = item->read(port, document.GetAttribute("language"));
+  const OString reply = item->read(port, document);
   return AppendToContent(document, reply.NarrowView());
 }
 
