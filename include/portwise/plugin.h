@@ -55,9 +55,10 @@ typedef DWORD(WINAPI* PortwiseRead)(PortwiseBlock* block, void* buffer, DWORD si
 #define PORTWISE_CONTROL_SEND_TIMEOUT 401     /* ms that the printer may take nothing of what is sent */
 #define PORTWISE_CONTROL_RESPONSE_TIMEOUT 402 /* ms that an answer may take */
 /* 301 copies at most `size` bytes of the reply to `output` and returns the whole reply's length; `output` may be null.
- * Numbers that are not known give 0; some ports know more. A request that prints (`packet`) must not be made from
- * inside `write` or `read`, nor from a function or a notification that the monitor calls while it asks the printer, or
- * begins or ends a job, or has a special operation done: it waits for the very traffic that these belong to. */
+ * Numbers that are not known give 0; some ports know more. A request that prints (`packet`, `smart_card`) or names a
+ * printer (`printer`) must not be made from inside `write` or `read`, nor from a function or a notification that the
+ * monitor calls while it asks the printer, or begins or ends a job, or has a special operation done: it waits for the
+ * very traffic that these belong to. */
 typedef DWORD(WINAPI* PortwiseControl)(PortwiseBlock* block, DWORD code, const char* input, void* output, DWORD size);
 
 /* The bits of `mask` that hold now: */

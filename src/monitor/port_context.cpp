@@ -164,7 +164,8 @@ OString PortContext::PrinterOf(const XPML_Document& document) {
 }
 
 bool PortContext::Rebind(const OString& printer) {
-  // A status document that is open just now ends first.
+  // In a job the caller may be a plug-in that holds the connection. A status document that is open ends first.
+  if (documents_.IsJobRunning()) return false;
   const OScopedLock lock(documents_.Lock());
   if (documents_.Depth() > 0) return false;
   SetPrinterName(printer);
@@ -217,6 +218,7 @@ void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
 DWORD PortContext::AskPlugin(const OString& reader, const OString& type, DWORD copies, std::string_view data) {
   const auto size = static_cast<DWORD>(data.size());
   RequestDocument document(*this);
+  if (!document.HasBegun()) return kStatusOffline;
   DWORD code = 0;
   {
     const ConnectionUse use(*connection_);

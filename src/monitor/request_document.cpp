@@ -11,7 +11,15 @@ RequestDocument::RequestDocument(PortContext& port) : port_(port), lock_(port.Do
   DOC_INFO_1W info = {name, nullptr, nullptr};
   begun_ = port_.Documents().Begin(0, 1, reinterpret_cast<LPBYTE>(&info));
   own_ = begun_ && port_.Documents().Depth() == 1;
-  if (own_) port_.PrinterConnection().BeginCount();
+  if (!own_) return;
+  port_.PrinterConnection().BeginCount();
+  // What is printed goes through the plug-in of the printer that the port has now.
+  try {
+    port_.EnsureProtocolLoaded();
+  } catch (...) {
+    port_.Documents().End(false);
+    throw;
+  }
 }
 
 RequestDocument::~RequestDocument() {

@@ -39,6 +39,8 @@ void StatusMonitor::Stop() {
 }
 
 bool StatusMonitor::WaitStarted() {
+  // A plug-in may ask from inside its own loading.
+  if (threadId_ == GetCurrentThreadId()) return started_;
   return wasStarted_ && WaitForSingleObject(startEvent_.Get(), kStartWait) == WAIT_OBJECT_0 && started_;
 }
 
@@ -109,6 +111,7 @@ DWORD StatusMonitor::PollingInterval() {
 
 void StatusMonitor::ThreadProc() {
   const auto guard = host_.MakeGuard("StatusMonitor::ThreadProc");
+  threadId_ = GetCurrentThreadId();
   LoadPlugin(*guard);
   SetEvent(startEvent_.Get());
   while (running_) {

@@ -122,6 +122,7 @@ class StatusMonitor final : public JobMonitor, private QueryHost {
   unique_handle startEvent_;  // the thread has finished starting
   unique_handle wake_;
   WorkerThread thread_;
+  std::atomic<DWORD> threadId_{0};
   std::atomic<bool> running_{false};
   std::atomic<bool> started_{false};     // the thread has come to its cycles and is in them
   std::atomic<bool> wasStarted_{false};  // there is or was a thread

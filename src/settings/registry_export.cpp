@@ -37,6 +37,7 @@ void ExportValue(const ORegistry& registry, const OString& name, OStringArray* l
   AppendQuoted(&line, name);
   line.push_back('=');
   if (type == REG_SZ) {
+    if (size > ORegistry::kMaxTextBytes) return;
     AppendQuoted(&line, registry.GetString(path));
   } else if (type == REG_DWORD) {
     AppendAscii(&line, "dword:" + EncodeHexNumber(registry.GetDword(path), HexLetters::Lower));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "core/hex.h"
@@ -104,10 +105,13 @@ std::string SettingsDifferences(PrinterRegistry& registry, std::string_view requ
     if (!reply.Add(std::move(lines))) return {};
   }
   registry.SetBasePath(OString());  // an export changes it, and a key without a root is none
+  // However a key is spelt, what was exported must not be deleted again.
+  std::set<OString, LessNoCase> present;
+  for (const OString& key : keys) present.insert(registry.NativePath(key));
   OStringArray lines;
   ForEachItem(request, [&](const OString& key, DWORD) {
     const OString path = known.contains(key) ? OString() : registry.NativePath(key);
-    if (path.IsEmpty()) return true;
+    if (path.IsEmpty() || present.contains(path)) return true;
     lines.Append("[-" + path + "]");
     lines.Append(OString());
     return lines.Size() < kLinesAtOnce || reply.Add(std::exchange(lines, {}));

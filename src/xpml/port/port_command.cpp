@@ -91,6 +91,8 @@ std::string DeviceId(PortContext& port) {
   std::string id(kDeviceIdSize, '\0');
   const LONG length = port.PrinterConnection().Control(CONTROL_DEVICE_ID, nullptr, id.data(), kDeviceIdSize);
   id.resize(std::min<size_t>(std::max<LONG>(length, 0), id.size()));
+  // Some drivers count the end of the string.
+  id.resize(id.find_last_not_of('\0') + 1);
   return id;
 }
 
