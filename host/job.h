@@ -4,9 +4,10 @@
 #include <winspool.h>
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+
+#include "platform/spooler/json.h"
 
 namespace portwise {
 

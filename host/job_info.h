@@ -2,9 +2,8 @@
 
 #include <windows.h>
 
-#include <nlohmann/json.hpp>
-
 #include "host/job_store.h"
+#include "platform/spooler/json.h"
 
 namespace portwise {
 

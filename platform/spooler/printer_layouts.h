@@ -2,9 +2,9 @@
 
 #include <winspool.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 
+#include "platform/spooler/json.h"
 #include "platform/spooler/packer.h"
 
 /// A printer, as the spooler describes it, in the structures of the information levels.

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "platform/spooler/json.h"
 
 namespace portwise::test {
 
