@@ -15,6 +15,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <thread>
@@ -471,12 +472,16 @@ TEST_F(PortMonitors, SerialLinesGetTheirSettingsAndKeepTheirOwn) {
   tcgetattr(ends[1], &after);
   EXPECT_EQ(std::memcmp(&before, &after, offsetof(termios, c_cc)), 0);
 
-  OpenPort gone(Device(PortKind::Serial, name, "9600,n,8,1"));
+  // By a name of its own, since the system gives the terminal's away as soon as it is free.
+  const std::string link = home_.Path() / "line";
+  std::filesystem::create_symlink(name, link);
+  OpenPort gone(Device(PortKind::Serial, link, "9600,n,8,1"));
   ASSERT_TRUE(gone.Start() && gone.WriteAll("x"));
   auto reading = std::async(std::launch::async, [&] {
     std::string nothing;
     for (int count = 0; count < 10; ++count) gone.Read(&nothing);
   });
+  std::filesystem::remove(link);
   line = UniqueFd();
   printer = UniqueFd();
   EXPECT_FALSE(gone.WriteAll(data));
