@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -240,16 +241,18 @@ TEST_F(ConnectionTcpTest, ReadGathersBurstsAndLeavesASilentConnectionOpen) {
   EXPECT_FALSE(connection_.Read(buffer, sizeof buffer, &moved_));
   EXPECT_THAT(GetTickCount() - start, Between(950, 2000));
   EXPECT_TRUE(connection_.IsConnected());
-  std::thread answer([this] {
+  std::promise<void> gathered;
+  std::thread answer([this, &gathered] {
     printer_.Send("one ");
     Sleep(60);
     printer_.Send("two");
-    Sleep(400);
+    gathered.get_future().wait();
     printer_.Send("late");
     printer_.Close();
   });
   EXPECT_TRUE(connection_.Read(buffer, sizeof buffer, &moved_));
   EXPECT_EQ(std::string(buffer, moved_), "one two");
+  gathered.set_value();
   answer.join();
   EXPECT_TRUE(connection_.Read(buffer, 2, &moved_));
   EXPECT_EQ(std::string(buffer, moved_), "la");
