@@ -214,27 +214,28 @@ void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
   plugin_ = &plugin;
 }
 
-/// The plug-in may write, which takes a document and the connection.
-DWORD PortContext::AskPlugin(const OString& reader, const OString& type, DWORD copies, std::string_view data) {
-  const auto size = static_cast<DWORD>(data.size());
-  RequestDocument document(*this);
-  if (!document.HasBegun()) return kStatusOffline;
-  DWORD code = 0;
-  {
-    const ConnectionUse use(*connection_);
-    code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
-                                 : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
-  }
-  document.End();
-  return code;
-}
-
 DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& type, DWORD copies,
                                        std::string_view data) {
-  const DWORD code = AskPlugin(reader, type, copies, data);
-  if (code == 0) return 0;
-  path_.Silence();
-  if (monitoring_.IsOn()) Publish(PrinterStatus(code));
+  const auto size = static_cast<DWORD>(data.size());
+  DWORD code = 0;
+  {
+    // The plug-in may write, which takes a document and the connection.
+    RequestDocument document(*this);
+    if (!document.HasBegun()) {
+      Warn("The connection to the printer was refused: what a special operation had for it was not sent.");
+      if (monitoring_.IsOn()) StatusWatch().SetStatusOffline();
+      return kStatusOffline;
+    }
+    {
+      const ConnectionUse use(*connection_);
+      code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
+                                   : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
+    }
+    // Before a job can begin, which is not to be silenced.
+    if (code != 0) path_.Silence();
+    document.End();
+  }
+  if (code != 0 && monitoring_.IsOn()) Publish(PrinterStatus(code));
   return code;
 }
 

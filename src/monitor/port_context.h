@@ -160,7 +160,6 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
  private:
   void ConnectTo();
   void ClosePort();
-  DWORD AskPlugin(const OString& reader, const OString& type, DWORD copies, std::string_view data);
   /// As JobPrinter, under nameLock_.
   OString PrinterInUse() const { return documents_.IsJobRunning() ? jobPrinter_ : printerName_; }
   /// Gives the logs the printer that what they are told is about.

@@ -192,7 +192,7 @@ PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DW
 /// the printer is done. Until then only the skipped bytes count as taken, so that the buffer comes again.
 BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
   bufferParsed_ = true;
-  inData_ = false;
+  if (port_.Documents().Depth() <= 1) inData_ = false;
   *written = skipped;
   if (port_.StatusWatch().QueriesAdded()) {
     if (!WaitForQueries()) return TRUE;
