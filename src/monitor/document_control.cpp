@@ -13,7 +13,7 @@ void DocumentControl::NameJob(DWORD job) {
 }
 
 bool DocumentControl::Begin(DWORD job, DWORD level, BYTE* info) {
-  if (job != 0) port_.Path().EndSilence();
+  if (job != 0) port_.Writer().EndSilence();
   if (depth_ == 0 && !BeginAtConnection(job, level, info)) return false;
   ++depth_;
   return true;
@@ -46,6 +46,19 @@ bool DocumentControl::End(bool job) {
   Connection& connection = port_.PrinterConnection();
   if (connection.IsNetwork()) connection.SetKeepOpen(port_.Monitoring().IsOn() && MoreJobsWait(job));
   return connection.EndDoc() || connection.IsNetwork();
+}
+
+bool DocumentControl::BeginStatus() {
+  WCHAR name[] = TEXT("Status Monitor");
+  DOC_INFO_1W info = {name, nullptr, nullptr};
+  if (!Begin(0, 1, reinterpret_cast<LPBYTE>(&info))) return false;
+  statusThread_ = GetCurrentThreadId();
+  return true;
+}
+
+void DocumentControl::EndStatus() {
+  statusThread_ = 0;
+  End(false);
 }
 
 /// Beside the job itself, which still counts.

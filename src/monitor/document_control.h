@@ -27,6 +27,12 @@ class DocumentControl {
   /// Ends it. `job` tells that it was a job's, which decides when its connection may close. False when the port beneath
   /// says that the end has failed; a network connection tells by its unconfirmed bytes. Under the lock.
   bool End(bool job);
+  /// The same for what the status thread asks the printer.
+  bool BeginStatus();
+  void EndStatus();
+  /// The calling thread has a status document open, which print data must not get into.
+  bool IsAskingPrinter() const { return statusThread_ == GetCurrentThreadId(); }
+
   /// A job is about to begin, and stays known, refused or not, until another one begins or its end is told everywhere.
   void NameJob(DWORD job);
   void ForgetJob() { job_ = 0; }
@@ -53,6 +59,7 @@ class DocumentControl {
   std::atomic<DWORD> job_{0};
   std::atomic<bool> jobRuns_{false};
   std::atomic<DWORD> depth_{0};
+  std::atomic<DWORD> statusThread_{0};  // that has a status document open; 0 for none
 };
 
 }  // namespace portwise

@@ -91,27 +91,4 @@ void JobMonitoring::ReportWriteFailure() const {
   SetLastError(ERROR_IO_DEVICE);
 }
 
-void JobMonitoring::BeginJob() {
-  const OScopedLock lock(outputLock_);
-  settledBytes_ = doubtfulBytes_ = 0;
-}
-
-void JobMonitoring::NoteReady() {
-  const OScopedLock lock(outputLock_);
-  settledBytes_ = port_.Path().SentBytes();
-}
-
-void JobMonitoring::NoteSilence() {
-  if (!IsOn()) return;
-  const OScopedLock lock(outputLock_);
-  const ULONGLONG sent = port_.Path().SentBytes();
-  doubtfulBytes_ += sent - settledBytes_;
-  settledBytes_ = sent;
-}
-
-ULONGLONG JobMonitoring::DoubtfulBytes() const {
-  const OScopedLock lock(outputLock_);
-  return doubtfulBytes_;
-}
-
 }  // namespace portwise

@@ -40,17 +40,8 @@ class JobMonitoring {
   /// The printer takes nothing any more: it is offline, and the last error is ERROR_IO_DEVICE.
   void ReportWriteFailure() const;
 
-  /// A job begins, monitored or not. Before its first byte.
-  void BeginJob();
-  /// It ends, and the printer may be asked again at any time; `active` when the status monitor followed it.
+  /// The job ends, and the printer may be asked again at any time; `active` when the status monitor followed it.
   void EndJob(bool active);
-  /// The printer has said that it is ready: with all that it was sent, it is done.
-  void NoteReady();
-  /// Nothing is heard of the printer, which may have been switched off with what it had not printed yet. Nothing that
-  /// it says later tells whether it was, so its output stays in doubt.
-  void NoteSilence();
-  /// Bytes of the job of which nobody knows whether the printer has printed them.
-  ULONGLONG DoubtfulBytes() const;
 
  private:
   void ForbidPolling() const;
@@ -58,9 +49,6 @@ class JobMonitoring {
   PortContext& port_;
   mutable OCriticalSection requestLock_;  // one request at a time: a request's packet may ask beside the job
   mutable OCriticalSection pollingLock_;  // a request's packet must not forbid what the job's end allows
-  mutable OCriticalSection outputLock_;   // for the next two
-  ULONGLONG settledBytes_ = 0;            // of the job's first bytes: nothing more can become of them
-  ULONGLONG doubtfulBytes_ = 0;
 };
 
 }  // namespace portwise

@@ -60,7 +60,7 @@ void JobSession::Begin(const OString& document) {
   port_.Diagnostics().Reload();
   BeginRecords(document);
   port_.Path().BeginJob();
-  port_.Monitoring().BeginJob();
+  port_.Printed().BeginJob();
   port_.StatusWatch().ResetQueries();
   BeginMonitoring();
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
@@ -132,13 +132,13 @@ void JobSession::End() {
   bool ended = false;
   attempt([&] { ended = port_.Documents().End(true); });
   attempt([&] {
-    const ULONGLONG doubtful = port_.Monitoring().DoubtfulBytes();
+    const ULONGLONG doubtful = port_.Printed().Doubtful();
     if (last) unconfirmed = std::max(port_.PrinterConnection().TakeUnconfirmedBytes(), doubtful);
   });
   bool deleted = false;
   attempt([&] { deleted = port_.JobIsDeleted(); });
   // What a plug-in had dropped was not printed.
-  const bool whole = delivered && ended && unconfirmed == 0 && !failure && !port_.Path().IsSilenced();
+  const bool whole = delivered && ended && unconfirmed == 0 && !failure && !port_.Writer().IsSilenced();
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   if (last) port_.Settings().ReleaseJob();
   // A failure is reported by itself.
@@ -211,7 +211,7 @@ void JobSession::Leave(bool delivered, ULONGLONG unconfirmed, bool deleted) {
 void JobSession::WarnOfLoss(ULONGLONG unconfirmed) {
   port_.Warn("The connection to the printer was lost, or left without an answer, while job " +
              OString::FromUnsigned(port_.JobId()) + " was printed. It is not known whether the printer has " +
-             OString::FromUnsigned(unconfirmed) + " of its " + OString::FromUnsigned(port_.Path().SentBytes()) +
+             OString::FromUnsigned(unconfirmed) + " of its " + OString::FromUnsigned(port_.Printed().Sent()) +
              " bytes.");
 }
 

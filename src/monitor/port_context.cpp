@@ -7,6 +7,7 @@
 #include "connection/create_connection.h"
 #include "monitor/net_mon_exception_handler.h"
 #include "monitor/request_document.h"
+#include "monitor/request_packet.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
@@ -20,6 +21,7 @@ PortContext::PortContext(const OString& portName)
       flow_(*this),
       pages_(*this),
       monitoring_(*this),
+      writer_(*this),
       path_(*this),
       session_(*this),
       plugin_(&plugins_.Monitor()),
@@ -195,17 +197,16 @@ void PortContext::EnsureProtocolLoaded() {
   if (!documents_.IsJobRunning()) plugins_.EnsureProtocolLoaded(PrinterName(), portName_, *connection_);
 }
 
-bool PortContext::BeginStatusDocument() {
-  WCHAR name[] = TEXT("Status Monitor");
-  DOC_INFO_1W info = {name, nullptr, nullptr};
-  if (!documents_.Begin(0, 1, reinterpret_cast<LPBYTE>(&info))) return false;
-  statusThread_ = GetCurrentThreadId();
-  return true;
+void PortContext::NoteSilence() {
+  if (monitoring_.IsOn()) printed_.NoteSilence();
 }
 
-void PortContext::EndStatusDocument() {
-  statusThread_ = 0;
-  documents_.End(false);
+void PortContext::PrintPacket(XPML_Document& document, std::string_view bytes) {
+  if (&document == &path_.Document()) {
+    path_.WritePacket(bytes);
+  } else {
+    RequestPacket(*this, bytes).Print();
+  }
 }
 
 void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
@@ -232,7 +233,7 @@ DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& typ
                                    : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
     }
     // Before a job can begin, which is not to be silenced.
-    if (code != 0) path_.Silence();
+    if (code != 0) writer_.Silence();
     document.End();
   }
   if (code != 0 && monitoring_.IsOn()) Publish(PrinterStatus(code));

@@ -25,6 +25,8 @@
 #include "monitor/port_settings.h"
 #include "monitor/print_code_recorder.h"
 #include "monitor/print_path.h"
+#include "monitor/printed_bytes.h"
+#include "monitor/printer_writer.h"
 #include "monitor/response_buffer.h"
 #include "monitor/status_publisher.h"
 #include "monitor/status_text.h"
@@ -93,6 +95,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   const COMMTIMEOUTS& Timeouts() const { return timeouts_; }
 
   PrintPath& Path() { return path_; }
+  PrinterWriter& Writer() { return writer_; }
+  PrintedBytes& Printed() { return printed_; }
   DocumentControl& Documents() { return documents_; }
   JobRecords& Jobs() override { return jobs_; }
   JobLogger& JobLog() override { return log_; }
@@ -132,18 +136,20 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   void EnsureProtocolLoaded() override;
   void RefreshPrinter() override { settings_.Refresh(JobPrinter()); }
   OCriticalSection& DocumentLock() override { return documents_.Lock(); }
-  bool BeginStatusDocument() override;
+  bool BeginStatusDocument() override { return documents_.BeginStatus(); }
   bool HasDocument() const override { return documents_.Depth() > 0; }
-  void EndStatusDocument() override;
-  /// The calling thread has a status document open, which print data must not get into.
-  bool IsAskingPrinter() const { return statusThread_ == GetCurrentThreadId(); }
-  void NoteReady() override { monitoring_.NoteReady(); }
-  void NoteSilence() override { monitoring_.NoteSilence(); }
+  void EndStatusDocument() override { documents_.EndStatus(); }
+  void NoteReady() override { printed_.NoteReady(); }
+  /// Puts the output of a monitored job in doubt.
+  void NoteSilence() override;
   void TakeRoom(const PluginStatus& status) override { flow_.Take(status); }
   bool IsFirstWritePending() override { return path_.IsFirstWritePending(); }
   bool IsJobOpen() override { return path_.IsJobOpen(); }
   bool IsInJobData() override { return documents_.IsJobRunning() && path_.IsInData(); }
 
+  /// Print data out of a section of `document`: the job's own, or that of a request, which any thread may run. What
+  /// cannot be written of the former is kept, of the latter lost with a warning.
+  void PrintPacket(XPML_Document& document, std::string_view bytes);
   /// Runs a plug-in's special operation with the printer. A status code, 0 for success; any other silences the port
   /// until the next job, and is published in a monitored job.
   DWORD RunSpecialOperation(const OString& reader, const OString& type, DWORD copies, std::string_view data);
@@ -177,7 +183,6 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   PortFaultReport faults_{*this, &eventLog_};  // asks the documents for the job
   PortSettings settings_;
   std::atomic<bool> closing_{false};
-  std::atomic<DWORD> statusThread_{0};      // that has a status document open; 0 for none
   std::unique_ptr<Connection> connection_;  // its last close asks whether the port is being closed
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};
@@ -191,6 +196,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   FlowControl flow_;
   PageTracker pages_;
   JobMonitoring monitoring_;
+  PrintedBytes printed_;
+  PrinterWriter writer_;
   PrintPath path_;
   JobSession session_;
   PortPlugins plugins_;  // its plug-ins may call the port until they are unloaded

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "monitor/port_context.h"
-#include "monitor/request_document.h"
 #include "monitor/spooler_queries.h"
 #include "xpml/request.h"
 
@@ -15,11 +14,10 @@ namespace {
 
 constexpr DWORD kQueryPause = 200;     // ms between looks at a run of queries
 constexpr DWORD kAfterQueries = 2000;  // ms for which the run's outcome can be read
-constexpr DWORD kPacketPause = 100;    // ms between attempts to deliver what a request prints
 
 }  // namespace
 
-PrintPath::PrintPath(PortContext& port) : port_(port), writer_(port) {
+PrintPath::PrintPath(PortContext& port) : port_(port) {
   document_.SetTextHandler(WritePlainText, this);
   RegisterPortCommands(&port, document_);
 }
@@ -31,8 +29,6 @@ void PrintPath::BeginJob() {
   takenOfText_ = 0;
   // A job within a job may come in the midst of a label.
   if (port_.Documents().Depth() <= 1) inData_ = false;
-  sent_ = 0;
-  confirmedBytes_ = 0;
   outcome_ = WriteOutcome();
   endMarkerSeen_ = false;
   completionConfirmed_ = false;
@@ -60,7 +56,8 @@ bool PrintPath::EndJob() {
   RethrowFailure();
   if (delivered && sent) port_.Pages().CloseBlock();
   // Of what came behind the end that was announced the printer has said nothing yet: it is asked again.
-  if (delivered && endConfirmed_ && sent_ > confirmedBytes_) endConfirmed_ = IsDoneWithin(port_.SendTimeout());
+  if (delivered && endConfirmed_ && port_.Printed().HasMoreBehindEnd())
+    endConfirmed_ = IsDoneWithin(port_.SendTimeout());
   return delivered;
 }
 
@@ -202,7 +199,7 @@ BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
     endMarkerSeen_ = false;
   }
   endConfirmed_ = completionConfirmed_.load();
-  confirmedBytes_ = sent_.load();
+  port_.Printed().NoteEnd();
   bufferParsed_ = false;
   *written = all;
   return TRUE;
@@ -246,7 +243,7 @@ bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
 void PrintPath::Deliver(XPML_Document& document, std::string_view bytes) {
   if (takenOfText_ < bytes.size()) takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
   if (takenOfText_ < bytes.size()) {
-    if (!silenced_) document.SetPending(bytes.substr(takenOfText_));
+    if (!port_.Writer().IsSilenced()) document.SetPending(bytes.substr(takenOfText_));
   } else {
     AccountForPages(document);
   }
@@ -269,67 +266,22 @@ void PrintPath::AccountForPages(XPML_Document& document) {
   document.SetContinue(complete);
 }
 
-void PrintPath::WritePacket(XPML_Document& document, std::string_view bytes) {
+void PrintPath::WritePacket(std::string_view bytes) {
   if (bytes.empty()) return;
-  if (&document == &document_) {
-    takenOfText_ = 0;
-    try {
-      Deliver(document, bytes);
-    } catch (...) {
-      takenOfText_ = 0;
-      throw;
-    }
-    return;
-  }
-  WriteOutcome outcome;
-  if (port_.IsAskingPrinter()) {
-    WarnOfLostPacket(bytes.size());
-    return;
-  }
-  if (!AwaitRoom(bytes.size(), &outcome)) {
-    WarnOfLostPacket(bytes.size());
-    return;
-  }
-  RequestDocument own(port_);
-  if (!own.HasBegun()) {
-    WarnOfLostPacket(bytes.size());
-    return;
-  }
-  const size_t done = writer_.WriteAdmitted(bytes, &outcome);
+  takenOfText_ = 0;
   try {
-    if (done > 0) port_.StatusWatch().Touch();
-    // Within a job the block is the job's, and has no data of its own yet.
-    if (done == bytes.size() && own.IsOwn()) port_.Pages().CloseBlock();
+    Deliver(document_, bytes);
   } catch (...) {
-    outcome.failure = std::current_exception();
+    takenOfText_ = 0;
+    throw;
   }
-  own.End();
-  if (done < bytes.size()) WarnOfLostPacket(bytes.size() - done);
-  if (outcome.failure) std::rethrow_exception(outcome.failure);
-}
-
-/// Waits within the send timeout until the printer has room. The status thread that is asked for it needs the
-/// documents' lock, so nobody may hold that meanwhile.
-bool PrintPath::AwaitRoom(size_t size, WriteOutcome* outcome) {
-  const DWORD start = GetTickCount();
-  while (!port_.Flow().Admits(size, outcome)) {
-    if (silenced_ || outcome->Failed() || GetTickCount() - start > port_.SendTimeout()) return false;
-    Sleep(kPacketPause);
-  }
-  return true;
-}
-
-void PrintPath::WarnOfLostPacket(size_t lost) {
-  if (silenced_) return;
-  port_.Warn("The printer did not take the last " + OString::FromUnsigned(lost) +
-             " bytes that a request had to print.");
 }
 
 /// `*sent` tells that there was some and the printer has it; what is silenced is dropped.
 bool PrintPath::DeliverPending(bool* sent) {
   PendingOutput* pending = document_.Pending();
   if (!pending) return true;
-  if (!silenced_) {
+  if (!port_.Writer().IsSilenced()) {
     const auto written =
         static_cast<DWORD>(WriteBytes(std::string_view(pending->data.get() + pending->offset, pending->length)));
     pending->offset += written;
@@ -344,10 +296,10 @@ bool PrintPath::DeliverPending(bool* sent) {
 /// Returns the bytes written, also when the connection threw.
 size_t PrintPath::WriteBytes(std::string_view bytes) {
   const bool before = inData_.exchange(true);
-  const size_t done = writer_.Write(bytes, &outcome_);
-  sent_ += done;
+  const size_t done = port_.Writer().Write(bytes, &outcome_);
+  port_.Printed().Add(done);
   if (done == 0 && !before) inData_ = false;
-  if (outcome_.unreachable) port_.Monitoring().NoteSilence();
+  if (outcome_.unreachable) port_.NoteSilence();
   return done;
 }
 

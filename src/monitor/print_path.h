@@ -41,9 +41,8 @@ class PrintPath {
   /// or with the job.
   BOOL Write(const BYTE* buffer, DWORD size, DWORD* written);
 
-  /// Print data out of a section of `document`: the port's own, or that of a request, which any thread may run. What
-  /// cannot be written of the former is kept, of the latter lost with a warning.
-  void WritePacket(XPML_Document& document, std::string_view bytes);
+  /// Print data out of a section of the job's document. What cannot be written of it is kept.
+  void WritePacket(std::string_view bytes);
 
   /// The job's data is at its end, by its own word. Any thread.
   void MarkEnd();
@@ -57,23 +56,12 @@ class PrintPath {
   bool IsFirstWritePending() const { return firstWritePending_; }
   void AwaitFirstWrite() { firstWritePending_ = true; }
 
-  /// A plug-in reported a status: nothing goes to the printer until the next job, and what would is dropped. Any
-  /// thread.
-  void Silence() { silenced_ = true; }
-  void EndSilence() { silenced_ = false; }
-  bool IsSilenced() const { return silenced_; }
-
-  /// Bytes of the job that the connection has taken.
-  ULONGLONG SentBytes() const { return sent_; }
-
  private:
   enum class Verdict { GoOn, ReturnTrue, ReturnFalse };
 
   static bool WritePlainText(XPML_Document& document, void* path);
   void Deliver(XPML_Document& document, std::string_view bytes);
   void AccountForPages(XPML_Document& document);
-  bool AwaitRoom(size_t size, WriteOutcome* outcome);
-  void WarnOfLostPacket(size_t lost);
   bool DeliverPending(bool* sent);
   size_t WriteBytes(std::string_view bytes);
   void RethrowFailure();
@@ -92,20 +80,16 @@ class PrintPath {
   bool IsDoneWithin(DWORD milliseconds);
 
   PortContext& port_;
-  PrinterWriter writer_;
   XPML_Document document_;
   DWORD skipCount_ = 0;
   bool bufferParsed_ = false;  // all of the buffer that is passed again has been parsed
   size_t takenOfText_ = 0;     // bytes of the document's plain text that were written although its handling failed
   std::atomic<bool> inData_ = false;
-  std::atomic<ULONGLONG> sent_ = 0;
-  std::atomic<ULONGLONG> confirmedBytes_ = 0;  // those sent when the printer was found to be done
-  WriteOutcome outcome_;                       // of the current call
+  WriteOutcome outcome_;  // of the current call
   std::atomic<bool> endMarkerSeen_ = false;
   std::atomic<bool> completionConfirmed_ = false;
   std::atomic<bool> endConfirmed_ = false;
   std::atomic<bool> firstWritePending_ = true;
-  std::atomic<bool> silenced_ = false;
   DWORD errorBefore_ = 0;  // the last error of the caller of Write
 };
 

@@ -8,7 +8,7 @@
 namespace portwise {
 
 size_t PrinterWriter::Write(std::string_view bytes, WriteOutcome* outcome) {
-  if (bytes.empty() || port_.Path().IsSilenced()) return 0;
+  if (bytes.empty() || IsSilenced()) return 0;
   try {
     if (!port_.Flow().Admits(bytes.size(), outcome)) return 0;
   } catch (...) {
@@ -19,7 +19,7 @@ size_t PrinterWriter::Write(std::string_view bytes, WriteOutcome* outcome) {
 }
 
 size_t PrinterWriter::WriteAdmitted(std::string_view bytes, WriteOutcome* outcome) {
-  if (bytes.empty() || port_.Path().IsSilenced()) return 0;
+  if (bytes.empty() || IsSilenced()) return 0;
   size_t done = 0;
   // What the connection took before it threw must not be sent again.
   try {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <exception>
 #include <string_view>
 
@@ -31,11 +32,18 @@ class PrinterWriter {
   /// The same for bytes that flow control has admitted.
   size_t WriteAdmitted(std::string_view bytes, WriteOutcome* outcome);
 
+  /// A plug-in reported a status: nothing goes to the printer until the next job, and what would is dropped. Any
+  /// thread.
+  void Silence() { silenced_ = true; }
+  void EndSilence() { silenced_ = false; }
+  bool IsSilenced() const { return silenced_; }
+
  private:
   void WriteAll(std::string_view bytes, size_t* done, WriteOutcome* outcome);
   bool WriteSome(std::string_view bytes, size_t* done);
 
   PortContext& port_;
+  std::atomic<bool> silenced_ = false;
 };
 
 }  // namespace portwise

@@ -242,6 +242,8 @@ void StatusMonitor::Exchange(bool pollDue, bool* polled) {
   if (!host_.IsInJobData()) engine_.RunRequests();
   if (IsQuerying()) {
     engine_.RunQueryQueue();
+    // A run that began only now goes first, too.
+    if (pollDue && statusRequests_ > 0) statusRequested_ = true;
   } else if (pollDue) {
     startDocFailed_ = false;
     *polled = PollStatus();

@@ -31,7 +31,7 @@ struct Consumed {
 
 bool RunPacket(XPML_Document& document, PortContext& port) {
   const Consumed packet(document);
-  port.Path().WritePacket(document, packet.content.View());
+  port.PrintPacket(document, packet.content.View());
   return true;
 }
 
