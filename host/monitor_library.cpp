@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "host/monitors/port_monitor.h"
+#include "host/monitors/find_port_monitor.h"
 #include "host/registry_key.h"
 #include "platform/error_text.h"
 #include "platform/text.h"

@@ -6,7 +6,7 @@
 
 #include "host/job_control.h"
 #include "host/job_info.h"
-#include "host/monitors/port_monitor.h"
+#include "host/monitors/find_port_monitor.h"
 #include "host/names.h"
 #include "host/printer_data_orders.h"
 #include "host/printers.h"

@@ -5,8 +5,8 @@
 
 #include <winsplp.h>
 
-#include "core/exception_handler.h"
-#include "core/fault_resume.h"
+#include "core/fault/exception_handler.h"
+#include "core/fault/fault_resume.h"
 #include "core/module_instance.h"
 #include "core/thread_local_singleton.h"
 #include "logging/event_log_report.h"

@@ -2,9 +2,6 @@
 
 #include <winsplp.h>
 
-#include <optional>
-#include <string>
-
 namespace portwise {
 
 /// A port monitor of the spooler: what reaches the printers behind the ports of one kind. The table lives for ever;
@@ -13,11 +10,5 @@ struct PortMonitor {
   HANDLE handle;
   MONITOR2* functions;
 };
-
-/// The monitor of a registered port; nothing when there is no port of that name.
-std::optional<PortMonitor> FindPortMonitor(const std::string& port);
-
-/// Ends what the ports wait for, for good: the spooler is about to end. Any thread.
-void EndPortWaits();
 
 }  // namespace portwise

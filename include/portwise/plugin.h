@@ -144,7 +144,7 @@ typedef struct PortwiseStatus2 {
 /* Notifications. */
 #define PORTWISE_NOTIFY_LOADED 1
 #define PORTWISE_NOTIFY_UNLOADING 2 /* to a monitor-interface plug-in, as are the ones from 13 to 15 and from 21 on */
-/* Jobs. A protocol plug-in hears 11 and 12 at the start and the end of every job. */
+/* Jobs. A protocol plug-in, while it is active, hears 11 and 12 at the start and the end of every job. */
 #define PORTWISE_NOTIFY_FIRST_WRITE 11 /* of a job whose status is watched */
 #define PORTWISE_NOTIFY_JOB_END 12
 #define PORTWISE_NOTIFY_LAST_JOB_END 13 /* right after 12, with fewer than two jobs queued on the printer */

@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 
 namespace portwise {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "core/fault_report.h"
+#include "core/fault/fault_report.h"
 #include "core/handles.h"
 #include "core/synchronizer.h"
 #include "core/worker_thread.h"

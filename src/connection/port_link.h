@@ -7,7 +7,7 @@
 
 #include <string_view>
 
-#include "core/fault_report.h"
+#include "core/fault/fault_report.h"
 #include "core/ostring.h"
 #include "xpml/text_buffer.h"
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "core/fault_table.h"
+#include "core/fault/fault_table.h"
 #include "core/source_location.h"
 
 namespace portwise {

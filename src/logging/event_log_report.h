@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/fault_report.h"
+#include "core/fault/fault_report.h"
 #include "logging/event_log.h"
 
 namespace portwise {

@@ -48,6 +48,10 @@ bool DocumentControl::End(bool job) {
   return connection.EndDoc() || connection.IsNetwork();
 }
 
+void DocumentControl::JobEnds() {
+  if (jobDepth_ > 0) --jobDepth_;
+}
+
 bool DocumentControl::BeginStatus() {
   WCHAR name[] = TEXT("Status Monitor");
   DOC_INFO_1W info = {name, nullptr, nullptr};

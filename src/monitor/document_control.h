@@ -36,8 +36,9 @@ class DocumentControl {
   /// A job is about to begin, and stays known, refused or not, until another one begins or its end is told everywhere.
   void NameJob(DWORD job);
   void ForgetJob() { job_ = 0; }
-  /// From the start of a job to its end, or to its refusal. Under the lock.
-  void SetJobRunning(bool running) { jobRuns_ = running; }
+  /// A job runs from its start to its end, or to its refusal; jobs may nest. Under the lock.
+  void JobBegins() { ++jobDepth_; }
+  void JobEnds();
 
   /// Ends what is still open at the port monitor below, without telling anybody: the port is being closed.
   void AbandonAll();
@@ -46,7 +47,9 @@ class DocumentControl {
   /// thread.
   DWORD Job() const { return job_; }
   /// Any thread.
-  bool IsJobRunning() const { return jobRuns_; }
+  bool IsJobRunning() const { return jobDepth_ > 0; }
+  /// Of the documents that are a job's. Any thread.
+  DWORD JobDepth() const { return jobDepth_; }
   DWORD Depth() const { return depth_; }
 
  private:
@@ -57,7 +60,7 @@ class DocumentControl {
   OCriticalSection lock_;
   OString lastPrinter_;  // of the last job; under the lock
   std::atomic<DWORD> job_{0};
-  std::atomic<bool> jobRuns_{false};
+  std::atomic<DWORD> jobDepth_{0};
   std::atomic<DWORD> depth_{0};
   std::atomic<DWORD> statusThread_{0};  // that has a status document open; 0 for none
 };

@@ -1,6 +1,7 @@
 #include "monitor/job_monitoring.h"
 
 #include "monitor/port_context.h"
+#include "settings/printer_info.h"
 
 namespace portwise {
 namespace {
@@ -20,6 +21,11 @@ class StatusWait {
 }  // namespace
 
 bool JobMonitoring::IsOn() const { return port_.Settings().Values().IsStatusMonitoringEnabled(); }
+
+bool JobMonitoring::IsPossible() const {
+  return IsOn() && PrinterInfo::IsBidirectional(port_.JobPrinter()) && port_.StatusWatch().WaitStarted() &&
+         port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind());
+}
 
 bool JobMonitoring::IsDisabled() const {
   return port_.StatusWatch().CurrentStatus().Primary() == kStatusMonitoringDisabled;
@@ -68,13 +74,15 @@ void JobMonitoring::EndJob(bool active) {
 }
 
 PrinterStatus JobMonitoring::PublishCurrent() const {
-  PrinterStatus status = port_.StatusWatch().CurrentStatus();
-  if (status.Primary() == kStatusMonitoringDisabled) {
-    SwitchOff();
-    status = PrinterStatus(kStatusReady);
+  for (;;) {
+    const PrinterStatus current = port_.StatusWatch().CurrentStatus();
+    const bool disabled = current.Primary() == kStatusMonitoringDisabled;
+    if (disabled) SwitchOff();
+    const PrinterStatus status = disabled ? PrinterStatus(kStatusReady) : current;
+    port_.Publish(status);
+    // What was found and told meanwhile must not end with the status of before.
+    if (port_.StatusWatch().CurrentStatus() == current) return status;
   }
-  port_.Publish(status);
-  return status;
 }
 
 bool JobMonitoring::IsPageComplete(bool* failed) const {

@@ -16,6 +16,9 @@ class JobMonitoring {
   explicit JobMonitoring(PortContext& port) : port_(port) {}
 
   bool IsOn() const;
+  /// It is on, and there are a status thread, a printer that may be asked, and a plug-in that can read its status.
+  /// Waits for a thread that is still starting.
+  bool IsPossible() const;
   /// The printer was found not to be one that may be asked, whatever the settings say.
   bool IsDisabled() const;
   /// For the rest of the job.

@@ -10,7 +10,6 @@
 #include "logging/log_events.h"
 #include "monitor/port_context.h"
 #include "monitor/spooler_queries.h"
-#include "settings/printer_info.h"
 
 namespace portwise {
 namespace {
@@ -19,13 +18,18 @@ namespace {
 /// the port's. One that fails to start leaves running only what did before.
 class JobStart {
  public:
-  explicit JobStart(DocumentControl& documents) : documents_(documents) { documents_.SetJobRunning(true); }
-  ~JobStart() { documents_.SetJobRunning(documents_.Depth() > 0); }
+  explicit JobStart(DocumentControl& documents) : documents_(documents) { documents_.JobBegins(); }
+  ~JobStart() {
+    if (!started_) documents_.JobEnds();
+  }
   JobStart(const JobStart&) = delete;
   JobStart& operator=(const JobStart&) = delete;
 
+  bool Done(bool started) { return started_ = started; }
+
  private:
   DocumentControl& documents_;
+  bool started_ = false;
 };
 
 }  // namespace
@@ -33,10 +37,10 @@ class JobStart {
 bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* info) {
   const OScopedLock lock(port_.Documents().Lock());
   port_.NameJob(printer, job);
-  const JobStart start(port_.Documents());
+  JobStart start(port_.Documents());
   const bool begun = port_.Documents().Begin(job, level, info);
   port_.StatusWatch().SetStartDocFailed(!begun);
-  if (!begun || !info) return begun;
+  if (!begun || !info) return start.Done(begun);
   // The spooler does not end a job whose start failed.
   try {
     Begin(reinterpret_cast<const DOC_INFO_1W*>(info)->pDocName);
@@ -49,14 +53,14 @@ bool JobSession::Start(const OString& printer, DWORD job, DWORD level, BYTE* inf
     port_.Documents().End(true);
     throw;
   }
-  return true;
+  return start.Done(true);
 }
 
 void JobSession::Begin(const OString& document) {
   StopMonitoring();
   port_.Plugins().EnsureProtocolLoaded(port_.JobPrinter(), port_.PortName(), port_.PrinterConnection());
   port_.Settings().RefreshForJob(port_.JobPrinter());
-  ChooseMonitoring();
+  if (!port_.Monitoring().IsPossible()) port_.Monitoring().SwitchOff();
   port_.Diagnostics().Reload();
   BeginRecords(document);
   port_.Path().BeginJob();
@@ -64,17 +68,6 @@ void JobSession::Begin(const OString& document) {
   port_.StatusWatch().ResetQueries();
   BeginMonitoring();
   if (port_.Protocol().IsActive()) port_.Protocol().Notify(ProtocolEvent::JobStart);
-}
-
-/// Without a status monitor, a printer that may be asked, or a plug-in that can read its status, the job is not
-/// monitored.
-void JobSession::ChooseMonitoring() {
-  if (!port_.Monitoring().IsOn()) return;
-  if (PrinterInfo::IsBidirectional(port_.JobPrinter()) && port_.StatusWatch().WaitStarted() &&
-      port_.Plugin().SupportsStatus(port_.PrinterConnection().GetKind())) {
-    return;
-  }
-  port_.Monitoring().SwitchOff();
 }
 
 void JobSession::BeginRecords(const OString& document) {
@@ -137,8 +130,7 @@ void JobSession::End() {
   });
   bool deleted = false;
   attempt([&] { deleted = port_.JobIsDeleted(); });
-  // What a plug-in had dropped was not printed.
-  const bool whole = delivered && ended && unconfirmed == 0 && !failure && !port_.Writer().IsSilenced();
+  const bool whole = delivered && ended && unconfirmed == 0 && !failure && port_.Path().IsWhole();
   attempt([&] { Record(Judge(whole && !deleted && port_.Path().IsConfirmed())); });
   if (last) port_.Settings().ReleaseJob();
   // A failure is reported by itself.
@@ -148,8 +140,8 @@ void JobSession::End() {
   }
   if (last) {
     port_.Pages().EndJob();
-    port_.Documents().SetJobRunning(false);
   }
+  port_.Documents().JobEnds();
   if (failure) std::rethrow_exception(failure);
   if (last) port_.Documents().ForgetJob();
 }

@@ -27,7 +27,6 @@ class JobSession {
 
  private:
   void Begin(const OString& document);
-  void ChooseMonitoring();
   void BeginRecords(const OString& document);
   void BeginMonitoring();
   void TellPluginsOfEnd();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 
 namespace portwise {
 

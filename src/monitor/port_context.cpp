@@ -189,7 +189,11 @@ std::unique_ptr<OExceptionHandler> PortContext::MakeGuard(const char* name) {
 }
 
 bool PortContext::LoadPlugin() {
-  return plugins_.Monitor().Load(JobPrinter(), portName_, *connection_) == PluginLoad::PrinterOpened;
+  const PluginLoad result = plugins_.Monitor().Load(JobPrinter(), portName_, *connection_);
+  // The name may have changed while the plug-in could not hear of it yet.
+  const OScopedLock lock(nameLock_);
+  plugins_.Monitor().SetPrinterName(PrinterInUse());
+  return result == PluginLoad::PrinterOpened;
 }
 
 /// A job keeps the plug-in that it began with.
@@ -219,24 +223,25 @@ DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& typ
                                        std::string_view data) {
   const auto size = static_cast<DWORD>(data.size());
   DWORD code = 0;
+  const bool published = monitoring_.IsPossible();
   {
     // The plug-in may write, which takes a document and the connection.
     RequestDocument document(*this);
     if (!document.HasBegun()) {
       Warn("The connection to the printer was refused: what a special operation had for it was not sent.");
-      if (monitoring_.IsOn()) StatusWatch().SetStatusOffline();
+      StatusWatch().SetStartDocFailed(true);
       return kStatusOffline;
     }
     {
       const ConnectionUse use(*connection_);
       code = Protocol().IsActive() ? Protocol().SpecialOperation(reader, type, copies, data.data(), size)
                                    : Plugin().SpecialOperation(reader, type, copies, data.data(), size);
+      if (code != 0) writer_.Silence();
     }
-    // Before a job can begin, which is not to be silenced.
-    if (code != 0) writer_.Silence();
     document.End();
+    // A job that begins now has nothing of this.
+    if (code != 0 && published) Publish(PrinterStatus(code));
   }
-  if (code != 0 && monitoring_.IsOn()) Publish(PrinterStatus(code));
   return code;
 }
 

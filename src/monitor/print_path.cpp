@@ -27,8 +27,9 @@ void PrintPath::BeginJob() {
   skipCount_ = 0;
   bufferParsed_ = false;
   takenOfText_ = 0;
+  whole_ = true;
   // A job within a job may come in the midst of a label.
-  if (port_.Documents().Depth() <= 1) inData_ = false;
+  if (port_.Documents().JobDepth() <= 1) inData_ = false;
   outcome_ = WriteOutcome();
   endMarkerSeen_ = false;
   completionConfirmed_ = false;
@@ -189,11 +190,12 @@ PrintPath::Verdict PrintPath::JudgeUnmonitored(DWORD consumed, DWORD skipped, DW
 /// the printer is done. Until then only the skipped bytes count as taken, so that the buffer comes again.
 BOOL PrintPath::WaitForEnd(DWORD all, DWORD skipped, DWORD* written) {
   bufferParsed_ = true;
-  if (port_.Documents().Depth() <= 1) inData_ = false;
+  if (port_.Documents().JobDepth() <= 1) inData_ = false;
   *written = skipped;
-  if (port_.StatusWatch().QueriesAdded()) {
-    if (!WaitForQueries()) return TRUE;
-  } else {
+  const bool queries = port_.StatusWatch().QueriesAdded();
+  if (queries && !WaitForQueries()) return TRUE;
+  // A job of queries alone has nothing else to wait for.
+  if (!queries || port_.Printed().Sent() > 0) {
     const Verdict verdict = WaitForJob();
     if (verdict != Verdict::GoOn) return verdict == Verdict::ReturnTrue;
     endMarkerSeen_ = false;
@@ -243,7 +245,7 @@ bool PrintPath::WritePlainText(XPML_Document& document, void* path) {
 void PrintPath::Deliver(XPML_Document& document, std::string_view bytes) {
   if (takenOfText_ < bytes.size()) takenOfText_ += WriteBytes(bytes.substr(takenOfText_));
   if (takenOfText_ < bytes.size()) {
-    if (!port_.Writer().IsSilenced()) document.SetPending(bytes.substr(takenOfText_));
+    if (!IsDropped()) document.SetPending(bytes.substr(takenOfText_));
   } else {
     AccountForPages(document);
   }
@@ -277,11 +279,17 @@ void PrintPath::WritePacket(std::string_view bytes) {
   }
 }
 
+bool PrintPath::IsDropped() {
+  if (!port_.Writer().IsSilenced()) return false;
+  whole_ = false;
+  return true;
+}
+
 /// `*sent` tells that there was some and the printer has it; what is silenced is dropped.
 bool PrintPath::DeliverPending(bool* sent) {
   PendingOutput* pending = document_.Pending();
   if (!pending) return true;
-  if (!port_.Writer().IsSilenced()) {
+  if (!IsDropped()) {
     const auto written =
         static_cast<DWORD>(WriteBytes(std::string_view(pending->data.get() + pending->offset, pending->length)));
     pending->offset += written;

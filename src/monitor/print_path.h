@@ -52,6 +52,10 @@ class PrintPath {
   bool IsInData() const { return inData_; }
   /// The job's data had an end, and the printer was done with it when that was asked for.
   bool IsConfirmed() const { return endConfirmed_; }
+  /// A part of the job was not printed: a plug-in failed with it.
+  void NoteFailedPart() { whole_ = false; }
+  /// Nothing of the job was dropped.
+  bool IsWhole() const { return whole_; }
   /// The job has not written yet since it waits for the printer. Any thread.
   bool IsFirstWritePending() const { return firstWritePending_; }
   void AwaitFirstWrite() { firstWritePending_ = true; }
@@ -62,6 +66,8 @@ class PrintPath {
   static bool WritePlainText(XPML_Document& document, void* path);
   void Deliver(XPML_Document& document, std::string_view bytes);
   void AccountForPages(XPML_Document& document);
+  /// What a plug-in has silenced is dropped.
+  bool IsDropped();
   bool DeliverPending(bool* sent);
   size_t WriteBytes(std::string_view bytes);
   void RethrowFailure();
@@ -84,6 +90,7 @@ class PrintPath {
   DWORD skipCount_ = 0;
   bool bufferParsed_ = false;  // all of the buffer that is passed again has been parsed
   size_t takenOfText_ = 0;     // bytes of the document's plain text that were written although its handling failed
+  bool whole_ = true;
   std::atomic<bool> inData_ = false;
   WriteOutcome outcome_;  // of the current call
   std::atomic<bool> endMarkerSeen_ = false;

@@ -33,6 +33,7 @@ size_t PrinterWriter::WriteAdmitted(std::string_view bytes, WriteOutcome* outcom
 void PrinterWriter::WriteAll(std::string_view bytes, size_t* done, WriteOutcome* outcome) {
   Connection& connection = port_.PrinterConnection();
   const ConnectionUse use(connection);
+  if (IsSilenced()) return;
   const DWORD sendTimeout = port_.SendTimeout();
   DWORD lastProgress = GetTickCount();
   for (bool again = false; *done < bytes.size(); again = true) {

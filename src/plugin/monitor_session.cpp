@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "plugin/plugin_loader.h"
 
 namespace portwise {

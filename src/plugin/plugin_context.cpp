@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 
 namespace portwise {
 namespace {
@@ -68,6 +68,7 @@ void PluginContext::SetPrinterName(const OString& printerName) {
 }
 
 void PluginContext::SetRequest(std::string_view bytes, const char* parameters) {
+  if (bytes.empty()) return ClearRequest();
   auto request = std::make_unique<Request>();
   request->bytes = bytes;
   if (parameters != nullptr) request->parameters = parameters;

@@ -151,6 +151,11 @@ void QueryEngine::Notify(ProtocolEvent protocolEvent, PluginEvent pluginEvent) {
   }
 }
 
+/// One that takes the command learns that it is no print data.
+void QueryEngine::NotifyProtocol(ProtocolEvent event) {
+  if (host_.Protocol().IsActive()) host_.Protocol().Notify(event);
+}
+
 /// Once for each pattern, however often it is used.
 void QueryEngine::TellProblem(const QueryRequest& request, const ResponsePattern& pattern) {
   if (pattern.Problem().empty()) return;
@@ -191,13 +196,16 @@ bool QueryEngine::RunQuery(const QueryQueue::Step& step) {
   queue_.SetDisplayStatus(step.run, "Querying");
   QueryExchange exchange(host_, command, nullptr);
   host_.Plugin().Notify(PluginEvent::QueryStart);
+  NotifyProtocol(ProtocolEvent::QueryStart);
   if (!exchange.Send(kSendQueueQuery)) return false;
+  NotifyProtocol(ProtocolEvent::QuerySent);
   queue_.CountWritten(step.run, command.size());
 
   queue_.SetDisplayStatus(step.run, "Receiving");
   QueueJudge judge(host_, queue_, step.run);
   std::string answer;
   if (exchange.Receive(judge, &answer)) {
+    NotifyProtocol(ProtocolEvent::QueryAnswered);
     host_.Plugin().Notify(PluginEvent::QueryAnswered);
     queue_.Complete(step.run, std::move(answer));
   } else {

@@ -37,6 +37,7 @@ class QueryEngine {
   bool RunQuery(const QueryQueue::Step& step);
   void SetReadTimeouts(const QueryRequest& request);
   void Notify(ProtocolEvent protocolEvent, PluginEvent pluginEvent);
+  void NotifyProtocol(ProtocolEvent event);
   void TellProblem(const QueryRequest& request, const ResponsePattern& pattern);
 
   QueryHost& host_;

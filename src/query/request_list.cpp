@@ -33,6 +33,8 @@ void TakeOutcome(QueryRequest& stored, const QueryRequest& ran) {
 void RequestList::Add(std::unique_ptr<QueryRequest> request) {
   if (!request) return;
   const OScopedLock locked(lock_);
+  // A port whose status nobody asks for has no other occasion.
+  Purge();
   request->serial = ++serial_;
   requests_.push_back(std::move(request));
 }

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "connection/connection.h"
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "core/ostring.h"
 #include "core/synchronizer.h"
 #include "plugin/monitor_interface.h"

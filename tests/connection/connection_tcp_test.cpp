@@ -15,7 +15,7 @@
 
 #include "platform/test_clock.h"
 #include "settings/registry.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"

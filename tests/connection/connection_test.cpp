@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "connection/connection_generic.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 
 namespace portwise {
 namespace {

@@ -7,7 +7,7 @@
 #include "connection/connection_parallel.h"
 #include "connection/connection_usb.h"
 #include "platform/test_system.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
 
 namespace portwise {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "connection/create_connection.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {

@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "core/thread_local_singleton.h"
 #include "platform/home.h"
 #include "tests/support/faults.h"

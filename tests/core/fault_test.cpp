@@ -11,14 +11,14 @@
 #include <thread>
 #include <vector>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "core/source_location.h"
 #include "core/thread_local_singleton.h"
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
+#include "tests/core/minidump_reader.h"
 #include "tests/support/faults.h"
 #include "tests/support/file_size_limit.h"
-#include "tests/support/minidump_reader.h"
 #include "tests/support/temporary_home.h"
 
 namespace portwise {

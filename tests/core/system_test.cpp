@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "core/file.h"
 #include "core/folders.h"
 #include "core/synchronizer.h"

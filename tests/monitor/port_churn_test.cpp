@@ -6,7 +6,7 @@
 #include "connection/port_discovery.h"
 #include "monitor/entry_points.h"
 #include "monitor/port_list.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"

@@ -268,6 +268,11 @@ TEST_F(PortCommands, SmartCardsReachThePlugInInADocument) {
     Ask("<smart_card copies='" + copies + "'/>");
     EXPECT_EQ(plugin_.special, ",," + sent + ",");
   }
+  below_.refuseStart = true;
+  Ask("<smart_card/>");
+  below_.refuseStart = false;
+  Ask("<packet>refused, not silenced</packet>");
+  EXPECT_EQ(std::exchange(below_.output, ""), "refused, not silenced");
   below_.calls.clear();
   plugin_.specialResult = 0x10070;
   ASSERT_TRUE(Start(handle_, 1));

@@ -289,8 +289,10 @@ TEST_F(PrintPathTest, DropsWhatFollowsAPlugInsStatus) {
   EXPECT_EQ(below_.output, "beforenext");
 }
 
-TEST_F(PrintPathTest, WaitsForTheJobsQueriesInsteadOfTheEnd) {
+TEST_F(PrintPathTest, WaitsForTheJobsQueriesAndThenForItsPrint) {
+  SetVerify(false, true);
   ASSERT_TRUE(Start(handle_, 1));
+  monitor_->SetStatuses({kReady, kBusy, kReady});
   monitor_->queriesAdded = true;
   monitor_->queryRounds = 2;
   DWORD written = 1;
@@ -302,6 +304,13 @@ TEST_F(PrintPathTest, WaitsForTheJobsQueriesInsteadOfTheEnd) {
   EXPECT_EQ(Drive("more"), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_EQ(below_.output, "labelmore");
+  EXPECT_THAT(monitor_->TakeJournal(), testing::Contains("request").Times(4)) << "and for what came behind the end";
+  EXPECT_EQ(StateOf(1), JobState::Verified);
+  ASSERT_TRUE(Start(handle_, 2));
+  monitor_->queriesAdded = true;
+  EXPECT_EQ(Drive(kEnd), 0u);
+  EXPECT_THAT(monitor_->TakeJournal(), testing::Contains("request").Times(1)) << "queries are all there was";
+  EXPECT_TRUE(lmEndDocPortW(handle_));
 }
 
 TEST_F(PrintPathTest, PrintsPacketsOfJobsAndRequests) {

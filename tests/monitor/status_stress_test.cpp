@@ -12,7 +12,7 @@
 #include "monitor/port_list.h"
 #include "platform/test_clock.h"
 #include "settings/registry.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/holdings.h"
 #include "tests/support/printer_program.h"

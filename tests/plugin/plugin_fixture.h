@@ -10,7 +10,7 @@
 #include "core/handles.h"
 #include "core/thread_local_singleton.h"
 #include "plugin/plugin_loader.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"
 #include "tests/support/test_plugin.h"

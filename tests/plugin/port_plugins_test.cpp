@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 #include "platform/test_clock.h"
 #include "plugin/port_plugins.h"
 #include "tests/plugin/plugin_fixture.h"

@@ -106,6 +106,14 @@ TEST_F(QueryEngineTest, TellsThePlugInsInOrder) {
   EXPECT_EQ(list.FindCopy("Q", "b")->response.size(), 4097u);
 
   host.events.clear();
+  host.connection.pieces = {{100, "z"}};
+  queue.Add("c", "");
+  ASSERT_TRUE(queue.BeginQueries());
+  engine.RunQueryQueue();
+  EXPECT_THAT(host.events,
+              ElementsAre("+c|none", "m23", "p16", "P:c", "open", "P:c", "P:c", "p18", "m31", "p17", "m24", "-"));
+
+  host.events.clear();
   host.connection.connected = false;
   EXPECT_FALSE(QueryExchange(host, "status", nullptr).Send(kSendStatusRequest));
   host.connection.connected = true;

@@ -20,8 +20,8 @@
 #include <future>
 #include <thread>
 
+#include "host/monitors/find_port_monitor.h"
 #include "host/monitors/line_settings.h"
-#include "host/monitors/port_monitor.h"
 #include "host/ports.h"
 #include "platform/kernel/unique_fd.h"
 #include "platform/test_clock.h"

@@ -48,8 +48,10 @@ bool RunEnd(XPML_Document&, PortContext& port) {
 
 bool RunSmartCard(XPML_Document& document, PortContext& port) {
   const Consumed card(document);
-  port.RunSpecialOperation(OString(document.GetAttribute("reader")), OString(document.GetAttribute("type")),
-                           AsCount(document.GetAttributeInt("copies", 1)), card.content.View());
+  const DWORD code =
+      port.RunSpecialOperation(OString(document.GetAttribute("reader")), OString(document.GetAttribute("type")),
+                               AsCount(document.GetAttributeInt("copies", 1)), card.content.View());
+  if (code != 0 && &document == &port.Path().Document()) port.Path().NoteFailedPart();
   return true;
 }
 

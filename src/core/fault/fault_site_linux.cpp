@@ -1,4 +1,4 @@
-#include "core/fault_site_linux.h"
+#include "core/fault/fault_site_linux.h"
 
 #include <dlfcn.h>
 #include <gnu/libc-version.h>

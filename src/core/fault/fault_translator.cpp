@@ -1,9 +1,9 @@
-#include "core/fault_translator.h"
+#include "core/fault/fault_translator.h"
 
 #include <cxxabi.h>
 
-#include "core/fault_resume.h"
-#include "core/thread_fault.h"
+#include "core/fault/fault_resume.h"
+#include "core/fault/thread_fault.h"
 
 namespace portwise {
 namespace {

@@ -1,10 +1,10 @@
-#include "core/exception_handler.h"
+#include "core/fault/exception_handler.h"
 
 #include <atomic>
 #include <new>
 
-#include "core/exception_report.h"
-#include "core/minidump.h"
+#include "core/fault/exception_report.h"
+#include "core/fault/minidump.h"
 
 namespace portwise {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/minidump.h"
+#include "core/fault/minidump.h"
 
 #include <windows.h>
 

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-#include "core/call_site_table.h"
-#include "core/fault_resume.h"
+#include "core/fault/call_site_table.h"
+#include "core/fault/fault_resume.h"
 
 extern "C" EXCEPTION_DISPOSITION __real___gxx_personality_seh0(PEXCEPTION_RECORD record, void* frame, PCONTEXT context,
                                                                PDISPATCHER_CONTEXT dispatcher);

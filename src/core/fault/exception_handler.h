@@ -6,8 +6,8 @@
 #include <type_traits>
 
 #include "core/exception.h"
-#include "core/fault_report.h"
-#include "core/fault_translator.h"
+#include "core/fault/fault_report.h"
+#include "core/fault/fault_translator.h"
 
 namespace portwise {
 

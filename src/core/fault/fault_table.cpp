@@ -1,4 +1,4 @@
-#include "core/fault_table.h"
+#include "core/fault/fault_table.h"
 
 namespace portwise {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <cstdlib>
 
-#include "core/fault_personality.h"
-#include "core/fault_resume.h"
-#include "core/fault_site_linux.h"
-#include "core/thread_fault.h"
+#include "core/fault/fault_personality.h"
+#include "core/fault/fault_resume.h"
+#include "core/fault/fault_site_linux.h"
+#include "core/fault/thread_fault.h"
 
 // The platform's: who asks them gets to know of every frame that an exception meets.
 extern "C" void PortwiseAddFramePass(decltype(PortwisePassesFrame)* function);

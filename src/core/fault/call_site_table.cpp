@@ -1,6 +1,6 @@
 // The form of the table is that of the Itanium C++ ABI's language-specific data area.
 
-#include "core/call_site_table.h"
+#include "core/fault/call_site_table.h"
 
 #include <cstring>
 

@@ -6,9 +6,9 @@
 #include <iterator>
 #include <new>
 
-#include "core/fault_frame_windows.h"
-#include "core/fault_resume.h"
-#include "core/thread_fault.h"
+#include "core/fault/fault_frame_windows.h"
+#include "core/fault/fault_resume.h"
+#include "core/fault/thread_fault.h"
 
 namespace portwise {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/exception_report.h"
+#include "core/fault/exception_report.h"
 
 #include "core/message_box.h"
 #include "core/ostring.h"

@@ -1,4 +1,4 @@
-#include "core/thread_fault.h"
+#include "core/fault/thread_fault.h"
 
 #include <malloc.h>
 #include <unwind.h>
@@ -7,7 +7,7 @@
 #include <exception>
 #include <new>
 
-#include "core/fault_resume.h"
+#include "core/fault/fault_resume.h"
 
 namespace portwise {
 namespace {

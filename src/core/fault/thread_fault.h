@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "core/fault_translator.h"
+#include "core/fault/fault_translator.h"
 #include "core/thread_local_singleton.h"
 
 namespace portwise {

@@ -2,10 +2,10 @@
 // frame what an exception does there. An exception that came from a fault would end the process wherever the compiler
 // did not expect one: at a call of memcpy, in a prologue, under noexcept. It passes such frames instead.
 
-#include "core/fault_personality.h"
+#include "core/fault/fault_personality.h"
 
-#include "core/call_site_table.h"
-#include "core/fault_resume.h"
+#include "core/fault/call_site_table.h"
+#include "core/fault/fault_resume.h"
 
 extern "C" bool PortwisePassesFrame(_Unwind_Action actions, _Unwind_Exception* exception, _Unwind_Context* context) {
   if (!PortwiseIsFault(exception, actions & _UA_SEARCH_PHASE)) return false;

@@ -1,4 +1,4 @@
-#include "core/fault_frame_windows.h"
+#include "core/fault/fault_frame_windows.h"
 
 asm(R"(
     .text

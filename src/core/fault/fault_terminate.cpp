@@ -3,7 +3,7 @@
 
 #include <unwind.h>
 
-#include "core/fault_resume.h"
+#include "core/fault/fault_resume.h"
 
 extern "C" [[noreturn]] void __real__ZSt9terminatev();
 

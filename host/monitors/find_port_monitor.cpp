@@ -1,4 +1,4 @@
-#include "host/monitors/port_monitor.h"
+#include "host/monitors/find_port_monitor.h"
 
 #include "host/monitors/device_port_monitors.h"
 #include "host/monitors/file_port_monitor.h"

@@ -1,8 +1,8 @@
 #include <unwind.h>
 
-#include "core/fault_frame_windows.h"
-#include "core/fault_resume.h"
-#include "core/thread_fault.h"
+#include "core/fault/fault_frame_windows.h"
+#include "core/fault/fault_resume.h"
+#include "core/fault/thread_fault.h"
 
 extern "C" BOOL PortwiseCallWithRecord(BOOL (*function)(void* body), void* body);
 /// Throws from the frame, whose record of the handler this is: what lies between gets no cleanup.
