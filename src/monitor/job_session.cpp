@@ -60,7 +60,7 @@ void JobSession::Begin(const OString& document) {
   StopMonitoring();
   port_.Plugins().EnsureProtocolLoaded(port_.JobPrinter(), port_.PortName(), port_.PrinterConnection());
   port_.Settings().RefreshForJob(port_.JobPrinter());
-  if (!port_.Monitoring().IsPossible()) port_.Monitoring().SwitchOff();
+  if (port_.Monitoring().IsOn() && !port_.Monitoring().IsPossible()) port_.Monitoring().SwitchOff();
   port_.Diagnostics().Reload();
   BeginRecords(document);
   port_.Path().BeginJob();

@@ -55,7 +55,7 @@ class PrintPath {
   /// A part of the job was not printed: a plug-in failed with it.
   void NoteFailedPart() { whole_ = false; }
   /// Nothing of the job was dropped.
-  bool IsWhole() const { return whole_; }
+  bool IsWhole() const { return whole_ && !document_.IsCut(); }
   /// The job has not written yet since it waits for the printer. Any thread.
   bool IsFirstWritePending() const { return firstWritePending_; }
   void AwaitFirstWrite() { firstWritePending_ = true; }

@@ -68,7 +68,7 @@ void PluginContext::SetPrinterName(const OString& printerName) {
 }
 
 void PluginContext::SetRequest(std::string_view bytes, const char* parameters) {
-  if (bytes.empty()) return ClearRequest();
+  if (bytes.empty() && parameters == nullptr) return ClearRequest();
   auto request = std::make_unique<Request>();
   request->bytes = bytes;
   if (parameters != nullptr) request->parameters = parameters;

@@ -29,6 +29,7 @@ void XPML_Document::Reset() {
   resumeOffset_ = 0;
   flushOwed_ = false;
   textLost_ = false;
+  cut_ = false;
   continue_ = true;
   FreePending();
   elements_.Clear();
@@ -106,6 +107,7 @@ void XPML_Document::AppendBytes(std::string_view bytes) { AppendTo(CurrentText()
 
 /// Lack of memory must not pass for a text that is full.
 void XPML_Document::AppendTo(TextBuffer& text, std::string_view bytes) {
+  if (bytes.size() > text.Room()) cut_ = true;
   if (!text.Append(bytes.substr(0, text.Room()))) throw std::bad_alloc();
 }
 

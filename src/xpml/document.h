@@ -61,6 +61,8 @@ class XPML_Document {
   /// Runs the handler of a path; true when there is none.
   bool RunHandler(std::string_view path);
 
+  /// Since the reset some content was longer than it may be, and its end is gone.
+  bool IsCut() const { return cut_; }
   /// How many elements are open.
   size_t Depth() const { return elements_.Depth(); }
   /// The innermost open element, or null.
@@ -112,7 +114,7 @@ class XPML_Document {
 
   void AppendRun(const char* from, const char* to);
   void AppendBytes(std::string_view bytes);
-  static void AppendTo(TextBuffer& text, std::string_view bytes);
+  void AppendTo(TextBuffer& text, std::string_view bytes);
   void KeepRun();
   bool FlushText();
 
@@ -140,6 +142,7 @@ class XPML_Document {
   char startMatch_[6];
   size_t startMatchCount_ = 0;
   int resumeOffset_ = 0;
+  bool cut_ = false;        // a text was longer than it may be
   bool textLost_ = false;   // for want of memory, so that nothing behind it may be taken any more
   bool flushOwed_ = false;  // the text at a chunk's end was not handed on, because the text handler threw
   bool continue_ = true;

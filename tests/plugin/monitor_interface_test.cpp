@@ -235,6 +235,8 @@ TEST_F(MonitorInterfaceTest, KeepsNamesAndRequestsReadable) {
   EXPECT_NE(old, nullptr);
   EXPECT_TRUE(block->request == nullptr && block->requestLength == 0 && block->requestParameters == nullptr);
   EXPECT_FALSE(PortwiseLastRequest(block, &request, &length));
+  monitor_.RememberRequest("", "write=false;");
+  EXPECT_STREQ(block->requestParameters, "write=false;") << "an answer that is not asked for is judged, too";
 
   plugin_->TakeLog();
   monitor_.SetPrinterName("Other");

@@ -48,10 +48,16 @@ bool RunEnd(XPML_Document&, PortContext& port) {
 
 bool RunSmartCard(XPML_Document& document, PortContext& port) {
   const Consumed card(document);
-  const DWORD code =
-      port.RunSpecialOperation(OString(document.GetAttribute("reader")), OString(document.GetAttribute("type")),
-                               AsCount(document.GetAttributeInt("copies", 1)), card.content.View());
-  if (code != 0 && &document == &port.Path().Document()) port.Path().NoteFailedPart();
+  const bool ofJob = &document == &port.Path().Document();
+  DWORD code = 0;
+  try {
+    code = port.RunSpecialOperation(OString(document.GetAttribute("reader")), OString(document.GetAttribute("type")),
+                                    AsCount(document.GetAttributeInt("copies", 1)), card.content.View());
+  } catch (...) {
+    if (ofJob) port.Path().NoteFailedPart();
+    throw;
+  }
+  if (ofJob && code != 0) port.Path().NoteFailedPart();
   return true;
 }
 
