@@ -274,6 +274,7 @@ void PrintPath::WritePacket(std::string_view bytes) {
   try {
     Deliver(document_, bytes);
   } catch (...) {
+    if (takenOfText_ < bytes.size()) whole_ = false;
     takenOfText_ = 0;
     throw;
   }

@@ -168,7 +168,7 @@ void XPML_Document::CloseElement(std::string_view name) {
 /// memory nothing can be made good any more.
 void XPML_Document::PopElement() {
   try {
-    elements_.Close();
+    if (!elements_.Close()) cut_ = true;
     if (elements_.IsEmpty()) KeepContent();
   } catch (...) {
     textLost_ = true;

@@ -20,16 +20,17 @@ void ElementStack::Open(std::string_view name, std::string_view attributes) {
   ++depth_;
 }
 
-void ElementStack::Close() {
+bool ElementStack::Close() {
   XPML_Element& element = *elements_[--depth_];
   if (indexed_ > depth_) {
     index_.Remove(element);
     indexed_ = depth_;
   }
   openAttributes_ -= element.Attributes().size();
-  content_.Pop(element.parentBase_);
+  const bool kept = content_.Pop(element.parentBase_);
   element.Trim();
   TrimSpare();
+  return kept;
 }
 
 void ElementStack::Clear() {

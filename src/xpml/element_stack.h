@@ -23,8 +23,8 @@ class ElementStack {
 
   void Open(std::string_view name, std::string_view attributes);
   /// Closes the innermost element; its content joins its parent's. That of the outermost element stays in Content
-  /// until it is taken.
-  void Close();
+  /// until it is taken. False when it did not fit there, and is dropped.
+  bool Close();
   /// Deletes all elements and their contents.
   void Clear();
 

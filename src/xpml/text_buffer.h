@@ -96,10 +96,12 @@ class TextStack : public TextBuffer {
     base_ = length_;
     return parentBase;
   }
-  /// The content on top becomes the tail of the one below; dropped when that one would pass its limit.
-  void Pop(size_t parentBase) {
-    if (length_ - parentBase > kMaxLength) length_ = base_;
+  /// The content on top becomes the tail of the one below; dropped, and false, when that one would pass its limit.
+  bool Pop(size_t parentBase) {
+    const bool fits = length_ - parentBase <= kMaxLength;
+    if (!fits) length_ = base_;
     base_ = parentBase;
+    return fits;
   }
 };
 

@@ -367,8 +367,12 @@ TEST(TextBuffer, StopsAtItsLimitAndKeepsItsContent) {
   const size_t outer = stack.Push();
   stack.Append(chunk);
   stack.Clear();
-  stack.Pop(outer);
+  EXPECT_TRUE(stack.Pop(outer));
   EXPECT_EQ(stack.View(), "outer") << "memory is given back only where nobody else's content lies in it";
+  EXPECT_EQ(stack.Push(), outer);
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(stack.Append(chunk));
+  EXPECT_FALSE(stack.Pop(outer)) << "each fits, both do not";
+  EXPECT_EQ(stack.View(), "outer");
 }
 
 }  // namespace
