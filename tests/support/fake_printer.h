@@ -67,8 +67,12 @@ class FakePrinter {
   }
 
   void Send(const std::string& data) {
-    const auto sent = ::send(connection_, static_cast<const void*>(data.data()), data.size(), MSG_NOSIGNAL);
-    if (sent != static_cast<ssize_t>(data.size())) throw std::runtime_error("send");
+    if (!TrySend(data)) throw std::runtime_error("send");
+  }
+  /// False when the other side has closed the connection meanwhile.
+  bool TrySend(const std::string& data) {
+    return ::send(connection_, static_cast<const void*>(data.data()), data.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(data.size());
   }
 
   /// Says no more, and goes on listening.
