@@ -1,50 +1,14 @@
 #include "host/cli/driver_channel.h"
 
-#include <unistd.h>
 #include <windows.h>
 #include <winspool.h>
 
 #include "host/cli/registry_path.h"
 #include "platform/error_text.h"
 #include "platform/text.h"
-#include "settings/registry.h"
-#include "settings/settings_catalogue.h"
+#include "settings/stored_request.h"
 
 namespace portwise {
-
-namespace {
-
-/// A request in the registry, which its reply takes the place of; removed when destroyed.
-class StoredRequest {
- public:
-  explicit StoredRequest(const std::string& request)
-      : name_(std::to_string(GetTickCount()) + "-" + std::to_string(getpid()) + "-1"),
-        path_(SettingPath(SettingId::XpmlValues, name_)) {
-    const auto size = static_cast<DWORD>(request.size());
-    if (registry_.SetBinary(path_, request.data(), size) != static_cast<int>(size))
-      FailAtRegistry("the request cannot be put into the registry");
-  }
-  ~StoredRequest() { registry_.Delete(path_); }
-  StoredRequest(const StoredRequest&) = delete;
-  StoredRequest& operator=(const StoredRequest&) = delete;
-
-  const std::string& Name() const { return name_; }
-  std::string Content() const {
-    DWORD size = 0;
-    if (!registry_.GetValueInfo(path_, nullptr, &size)) FailAtRegistry("the reply has gone from the registry");
-    std::string content(size, '\0');
-    if (size > 0 && registry_.GetBinary(path_, content.data(), size) != static_cast<int>(size))
-      FailAtRegistry("the reply cannot be read from the registry");
-    return content;
-  }
-
- private:
-  const ORegistry registry_;
-  const std::string name_;
-  const OString path_;
-};
-
-}  // namespace
 
 DriverChannel::DriverChannel(const std::string& printer)
     : description_(Client().Ask({{"op", "printer-get"}, {"name", printer}}).head),
@@ -64,10 +28,12 @@ DWORD DriverChannel::Ask(const std::string& value, std::string* answer) const {
 }
 
 std::string DriverChannel::AskStored(const std::string& request) const {
-  const StoredRequest stored(request);
+  StoredRequest stored;
+  if (!stored.Store(request)) FailAtRegistry("the request cannot be put into the registry");
   std::string length(sizeof(DWORD), '\0');
-  const DWORD error = Ask("XPML:" + name_ + "," + stored.Name(), &length);
-  std::string reply = stored.Content();
+  const DWORD error = Ask(stored.ValueName(platform::ToUtf16(name_)).InCodePage(kCodePageUtf8), &length);
+  std::string reply;
+  if (!stored.Read(&reply)) FailAtRegistry("the reply cannot be read from the registry");
   // A reply of nothing is stored as well, but the monitor does not tell it from a failure.
   if (error != ERROR_SUCCESS && !reply.empty()) Fail(error);
   return reply;

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "host/cli/client.h"
+#include "host/cli/client_library.h"
 #include "host/cli/commands.h"
 #include "host/cli/driver_channel.h"
+#include "platform/error_text.h"
 #include "platform/text.h"
 
 namespace portwise {
@@ -21,7 +23,7 @@ constexpr std::size_t kLargestRequest = std::size_t{64} << 20;
 struct XpmlArguments {
   std::string printer;
   std::string request = "-";
-  std::string channel = "stored";
+  std::string channel = "any";
 };
 
 std::string ReadRequest(const std::string& argument) {
@@ -34,6 +36,38 @@ std::string ReadRequest(const std::string& argument) {
   }
   if (std::ferror(stdin)) throw CommandError("the request cannot be read from standard input");
   return request;
+}
+
+[[noreturn]] void FailOverHttp(const DriverChannel& driver, DWORD error) {
+  switch (error) {
+    case ERROR_INVALID_PRINTER_NAME:
+      throw CommandError("the network service does not know printer " + driver.Name() + ", or its port is not open");
+    case ERROR_INVALID_DATA:
+      throw CommandError("what answers for printer " + driver.Name() + " is no network service of a monitor");
+    case ERROR_NOT_SUPPORTED:
+      throw CommandError("the settings of printer " + driver.Name() +
+                         " close the way over the network ('portwise registry get \"NETWORK:TCP Enabled\"')");
+    default:
+      throw CommandError("no network service answers for printer " + driver.Name() + ": " + platform::ErrorText(error));
+  }
+}
+
+std::string AskOverHttp(const DriverChannel& driver, const std::string& request) {
+  if (request.find('\0') != request.npos)
+    throw CommandError("a request over the network has no byte 0; --channel stored takes any bytes");
+  const ClientLibrary library;
+  const auto reply = library.Ask(library.SendHttp(), driver.Name(), request);
+  if (!reply) FailOverHttp(driver, GetLastError());
+  return *reply;
+}
+
+/// As other programs ask.
+std::string AskAnyWay(const DriverChannel& driver, const std::string& request) {
+  if (request.find('\0') != request.npos) return driver.AskStored(request);
+  const ClientLibrary library;
+  const auto reply = library.Ask(library.Send(), driver.Name(), request);
+  if (!reply) driver.Fail(GetLastError());
+  return *reply;
 }
 
 std::string AskThroughRegistry(const DriverChannel& driver, const std::string& request) {
@@ -59,8 +93,11 @@ struct {
   const char* name;
   std::string (*ask)(const DriverChannel& driver, const std::string& request);
   bool takesRequest;
-} constexpr kChannels[] = {
-    {"stored", AskThroughRegistry, true}, {"inline", AskInline, true}, {"monitoring", AskMonitoring, false}};
+} constexpr kChannels[] = {{"any", AskAnyWay, true},
+                           {"http", AskOverHttp, true},
+                           {"stored", AskThroughRegistry, true},
+                           {"inline", AskInline, true},
+                           {"monitoring", AskMonitoring, false}};
 
 void Send(const XpmlArguments& arguments) {
   for (const auto& channel : kChannels) {
@@ -84,9 +121,11 @@ void AddXpmlCommand(CLI::App& app) {
   xpml->add_option("REQUEST", arguments->request, "The request; - or nothing is standard input");
   xpml->add_option(
           "--channel", arguments->channel,
-          "How it travels: stored in the registry, which takes any bytes; inline, as the name of a value; or "
-          "monitoring, which has no request: it asks whether the port is monitored, and the reply is the byte 1")
-      ->check(CLI::IsMember({"stored", "inline", "monitoring"}));
+          "How it travels: over http, to the network service; stored in the registry, which takes any bytes; any, "
+          "which "
+          "is the first of these that answers, and what is taken without this option; inline, as the name of a value; "
+          "or monitoring, which has no request: it asks whether the port is monitored, and the reply is the byte 1")
+      ->check(CLI::IsMember({"any", "http", "stored", "inline", "monitoring"}));
   xpml->callback([arguments] { Send(*arguments); });
 }
 

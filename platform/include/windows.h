@@ -1,5 +1,6 @@
 #pragma once
 
+#ifdef __cplusplus
 #include <errhandlingapi.h>
 #include <eventlog.h>
 #include <fileapi.h>
@@ -13,3 +14,6 @@
 #include <winnt.h>
 #include <winreg.h>
 #include <winuser.h>
+#else
+#include <windows_c.h>
+#endif

@@ -235,6 +235,8 @@ BOOL WINAPI GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, L
 /// Values of a key below the printer's; without a key's name, of "PrinterDriverData". These return the error code:
 /// ERROR_FILE_NOT_FOUND for a value that is not there, ERROR_MORE_DATA with the needed size for a buffer that is too
 /// small. Changes need PRINTER_ACCESS_ADMINISTER.
+/// The name is in the ANSI code page; a value of text is given as it is stored, in UTF-16.
+DWORD WINAPI GetPrinterDataA(HANDLE printer, LPSTR value, LPDWORD type, LPBYTE data, DWORD size, LPDWORD needed);
 DWORD WINAPI GetPrinterDataW(HANDLE printer, LPWSTR value, LPDWORD type, LPBYTE data, DWORD size, LPDWORD needed);
 DWORD WINAPI GetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, LPDWORD type, LPBYTE data, DWORD size,
                                LPDWORD needed);

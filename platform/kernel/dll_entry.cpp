@@ -19,6 +19,7 @@ struct Dll {
   DllEntry entry;
   HINSTANCE instance;
   std::string path;
+  bool stays;  // until the program ends
 };
 
 struct Registry {
@@ -79,8 +80,9 @@ void RegisterDllMain(DllEntry entry) {
     attachFailed = true;
     return;
   }
+  const bool stays = CameWithProgram(instance);
   std::lock_guard lock(Dlls().mutex);
-  Dlls().dlls.push_back({entry, instance, image->path});
+  Dlls().dlls.push_back({entry, instance, image->path, stays});
 }
 
 void UnregisterDllMain(DllEntry entry) {
@@ -90,8 +92,9 @@ void UnregisterDllMain(DllEntry entry) {
     const auto found = FindEntry(Dlls().dlls, entry);
     if (found == Dlls().dlls.end()) return;
     instance = found->instance;
-    // At the end of the process nobody unloads the library, whoever gives up the last reference meanwhile.
-    if (freeing == 0) dlopen(found->path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    // At the end of the process nobody unloads the library, whoever gives up the last reference meanwhile. One that
+    // came with the program has no last reference, and once it is being ended the dynamic loader would begin it anew.
+    if (freeing == 0 && !found->stays) dlopen(found->path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     Dlls().dlls.erase(found);
   }
   CallFromLoader({entry, instance, DLL_PROCESS_DETACH, freeing > 0 ? nullptr : instance});
@@ -108,9 +111,9 @@ void DetachThread() {
   for (const Dll& dll : dlls) {
     // A second reference keeps the code where it is while it runs. None can be had once unloading has begun; the wait
     // for it is the dynamic loader's, and afterwards the entry is no longer registered.
-    const std::unique_ptr<void, decltype(&ReleaseLibrary)> reference(dlopen(dll.path.c_str(), RTLD_LAZY | RTLD_NOLOAD),
-                                                                     ReleaseLibrary);
-    if (reference && IsRegistered(dll.entry)) dll.entry(dll.instance, DLL_THREAD_DETACH, nullptr);
+    const std::unique_ptr<void, decltype(&ReleaseLibrary)> reference(
+        dll.stays ? nullptr : dlopen(dll.path.c_str(), RTLD_LAZY | RTLD_NOLOAD), ReleaseLibrary);
+    if ((dll.stays || reference) && IsRegistered(dll.entry)) dll.entry(dll.instance, DLL_THREAD_DETACH, nullptr);
   }
 }
 

@@ -47,6 +47,24 @@ std::string PathOf(const dl_phdr_info& info) {
   return std::filesystem::absolute(info.dlpi_name, error).lexically_normal().string();
 }
 
+/// The names of the libraries that an image was linked with.
+std::vector<std::string_view> NeededBy(const link_map& map) {
+  const char* names = nullptr;
+  for (const ElfW(Dyn)* entry = map.l_ld; entry->d_tag != DT_NULL; ++entry) {
+    if (entry->d_tag == DT_STRTAB) names = reinterpret_cast<const char*>(entry->d_un.d_ptr);
+  }
+  std::vector<std::string_view> needed;
+  for (const ElfW(Dyn)* entry = map.l_ld; names && entry->d_tag != DT_NULL; ++entry) {
+    if (entry->d_tag == DT_NEEDED) needed.emplace_back(names + entry->d_un.d_val);
+  }
+  return needed;
+}
+
+bool HasFileName(const link_map& map, std::string_view name) {
+  const std::string_view path = map.l_name;
+  return path.substr(path.rfind('/') + 1) == name.substr(name.rfind('/') + 1);
+}
+
 }  // namespace
 
 std::vector<Image> LoadedImages() {
@@ -73,6 +91,20 @@ HMODULE ImageOf(const void* address) {
 HMODULE ImageOfLibrary(void* library) {
   const link_map* map = nullptr;
   return dlinfo(library, RTLD_DI_LINKMAP, &map) == 0 ? ImageOf(map->l_ld) : nullptr;
+}
+
+bool CameWithProgram(HMODULE module) {
+  std::vector<const link_map*> found{_r_debug.r_map};  // the program, which is the first of the list
+  for (size_t i = 0; i < found.size(); ++i) {
+    for (const std::string_view name : NeededBy(*found[i])) {
+      const link_map* map = _r_debug.r_map->l_next;
+      while (map && !HasFileName(*map, name)) map = map->l_next;
+      if (!map || std::find(found.begin(), found.end(), map) != found.end()) continue;
+      if (ImageOf(map->l_ld) == module) return true;
+      found.push_back(map);
+    }
+  }
+  return false;
 }
 
 std::optional<Image> FindImage(HMODULE module) {

@@ -27,6 +27,10 @@ HMODULE ImageOfLibrary(void* library);
 /// The image loaded at `module`, which may be any value.
 std::optional<Image> FindImage(HMODULE module);
 
+/// Whether the program was linked with the image, or with one that was: such an image comes with the program and stays
+/// as long as it. Not of the program itself.
+bool CameWithProgram(HMODULE module);
+
 /// The segments of notes of the image loaded at `module`, which stay as long as the image does.
 std::vector<std::string_view> NoteSegments(HMODULE module);
 

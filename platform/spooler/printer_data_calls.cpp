@@ -65,6 +65,12 @@ DWORD WINAPI GetPrinterDataW(HANDLE printer, LPWSTR value, LPDWORD type, LPBYTE 
   return GetPrinterDataExW(printer, kDefaultKey, value, type, data, size, needed);
 }
 
+DWORD WINAPI GetPrinterDataA(HANDLE printer, LPSTR value, LPDWORD type, LPBYTE data, DWORD size, LPDWORD needed) {
+  // The ANSI code page is UTF-8.
+  std::u16string name = value ? ToUtf16(value) : std::u16string();
+  return GetPrinterDataW(printer, name.data(), type, data, size, needed);
+}
+
 DWORD WINAPI SetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, DWORD type, LPBYTE data, DWORD size) {
   KeptLastError kept;
   if ((!data && size > 0) || size > kMaximumBody) return ERROR_INVALID_PARAMETER;

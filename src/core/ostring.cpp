@@ -5,12 +5,12 @@
 #include <memory>
 #include <string>
 
+#include "core/ascii_case.h"
+
 namespace portwise {
 namespace {
 
 constexpr WCHAR kEmpty[] = {0};
-
-WCHAR LowerAscii(WCHAR unit) { return unit >= 'A' && unit <= 'Z' ? static_cast<WCHAR>(unit + ('a' - 'A')) : unit; }
 
 int CompareNoCaseUnits(WideView left, WideView right) {
   const size_t common = std::min(left.size(), right.size());

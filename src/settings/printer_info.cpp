@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/computer_name.h"
 #include "core/printer_handle.h"
 #include "settings/printer_info_cache.h"
 #include "settings/session_printer.h"
@@ -49,12 +50,6 @@ OString FileName(const OString& path) { return path.Mid(LastSeparator(path) + 1)
 
 /// "printer" of "\\server\printer".
 OString NameOnServer(const OString& name) { return name.Mid(name.Find(kBackslash, 2) + 1); }
-
-OString ThisComputer() {
-  WCHAR name[MAX_COMPUTERNAME_LENGTH + 1];
-  DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-  return GetComputerNameW(name, &size) ? OString(name) : OString();
-}
 
 }  // namespace
 
@@ -129,7 +124,7 @@ void PrinterInfo::FindServer() {
     serverName = separator < 0 ? path : path.Left(separator);
     if (separator >= 0) shareName = path.Mid(separator + 1);
   } else {
-    serverName = ThisComputer();
+    serverName = ComputerName();
     remote = false;
   }
 }

@@ -25,8 +25,6 @@ void StripSpace(std::string_view& text) {
   while (!text.empty() && IsXpmlSpace(text.back())) text.remove_suffix(1);
 }
 
-char LowerAscii(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte; }
-
 }  // namespace
 
 Tag SplitTag(std::string_view text) {
@@ -85,11 +83,6 @@ char DecodeEntity(std::string_view name) {
 
 LONG ParseDecimal(std::string_view text) {
   return static_cast<LONG>(std::clamp<LONGLONG>(ReadDecimal(text), INT_MIN, INT_MAX));
-}
-
-bool EqualsNoCase(std::string_view left, std::string_view right) {
-  return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin(),
-                                                   [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
 }
 
 }  // namespace portwise

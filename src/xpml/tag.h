@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "core/ascii_case.h"
+
 namespace portwise {
 
 /// White space of the language: the bytes 1 to 32.
@@ -31,8 +33,5 @@ char DecodeEntity(std::string_view name);
 
 /// A signed decimal number after white space and a sign; 0 without digits, clamped to 32 bits.
 LONG ParseDecimal(std::string_view text);
-
-/// Whether two names are equal but for the case of ASCII letters.
-bool EqualsNoCase(std::string_view left, std::string_view right);
 
 }  // namespace portwise

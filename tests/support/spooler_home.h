@@ -35,6 +35,9 @@ class SpoolerHome {
   int Wait();
   int Stop();
 
+  /// Where the network service of this computer is for those who ask for it; 0, as at first, is nowhere: whatever
+  /// listens at the usual port is none of this home's.
+  static void SetService(unsigned port);
   /// Sets a value of the fake monitor.
   static void Set(const char* name, DWORD value);
   /// A file port and printers on it.

@@ -1,0 +1,120 @@
+#include "network/client/xpml_client.h"
+
+#include <winspool.h>
+
+#include <string>
+
+#include "core/printer_handle.h"
+#include "network/client/request_sender.h"
+#include "network/http/http_request.h"
+#include "settings/printer_registry.h"
+#include "settings/settings_catalogue.h"
+#include "settings/stored_request.h"
+
+namespace portwise {
+namespace {
+
+class NetworkSettings {
+ public:
+  explicit NetworkSettings(const OString& printer) : registry_(printer) {}
+
+  bool IsOn(SettingId id) const {
+    const Setting& setting = FindSetting(id);
+    return registry_.GetBool(setting.path, setting.number != 0);
+  }
+  DWORD Number(SettingId id) const {
+    const Setting& setting = FindSetting(id);
+    return registry_.GetDword(setting.path, setting.number);
+  }
+  /// Where the service is; `server` is the printer's computer.
+  OString Host(const OString& server) const {
+    const OString host = IsOn(SettingId::NetworkBidirectional) ? server : OString("localhost");
+    if (!IsOn(SettingId::ServerAddressOverride)) return host;
+    return registry_.GetString(FindSetting(SettingId::ServerAddress).path, host);
+  }
+
+ private:
+  const PrinterRegistry registry_;
+};
+
+/// The printer as the service of its computer knows it.
+void AddPrinter(const PrinterInfo& info, const OString& name, HTTPRequest* post) {
+  if (info.remote && !info.shareName.IsEmpty()) {
+    post->AddParameter("share", info.shareName);
+  } else {
+    post->AddParameter("printer", info.remote ? info.shortName : name);
+  }
+}
+
+/// What the spooler answers when it is asked for a value, which the monitor stores a reply for.
+DWORD AskSpooler(const OString& printer, const OString& value) {
+  unique_printer handle;
+  PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_ADMINISTER};
+  if (!OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), &defaults)) {
+    handle.Detach();
+    return GetLastError();
+  }
+  std::string name = value.InCodePage(kCodePageAnsi);
+  BYTE length[sizeof(DWORD)] = {};
+  DWORD type = 0, needed = 0;
+  const DWORD error = GetPrinterDataA(handle.Get(), name.data(), &type, length, sizeof length, &needed);
+  return error == ERROR_SUCCESS && needed == 0 ? ERROR_INVALID_DATA : error;
+}
+
+}  // namespace
+
+XpmlAnswer XpmlClient::Send(std::string_view request, ResponsePointer* response) const {
+  const XpmlAnswer answer = SendHttp(request, response);
+  return answer != XpmlAnswer::None || info_.remote ? answer : SendLocal(request, response);
+}
+
+XpmlAnswer XpmlClient::SendHttp(std::string_view request, ResponsePointer* response) const {
+  const NetworkSettings settings(name_);
+  if (!settings.IsOn(info_.remote ? SettingId::NetworkCommunication : SettingId::TcpEnabled)) {
+    SetLastError(ERROR_NOT_SUPPORTED);
+    return XpmlAnswer::None;
+  }
+  HTTPRequest post;
+  post.SetMethod("POST");
+  post.SetUri("/xpml");
+  post.AddParameter("xpml", request);
+  AddPrinter(info_, name_, &post);
+  std::string bytes;
+  post.Serialize(&bytes);
+
+  const DWORD port = settings.Number(SettingId::TcpPort);
+  const DWORD timeout = settings.Number(SettingId::ConnectionTimeout);
+  const OString host = settings.Host(info_.serverName);
+  for (DWORD retries = settings.Number(SettingId::ConnectionRetries);; --retries) {
+    if (ResponsePointer received = SendRequest(bytes, host, port, timeout)) {
+      *response = std::move(received);
+      return XpmlAnswer::Http;
+    }
+    if (retries == 0) return XpmlAnswer::None;
+  }
+}
+
+XpmlAnswer XpmlClient::SendLocal(std::string_view request, ResponsePointer* response) const {
+  StoredRequest stored;
+  if (!stored.Store(request)) {
+    SetLastError(request.empty() ? ERROR_INVALID_PARAMETER : ERROR_WRITE_FAULT);
+    return XpmlAnswer::None;
+  }
+  const DWORD error = AskSpooler(name_, stored.ValueName(name_));
+  std::string reply;
+  const bool read = stored.Read(&reply);
+  // A reply of nothing takes the request's place as any other does, but the monitor does not tell it from a failure.
+  if (error != ERROR_SUCCESS && !(read && reply.empty())) {
+    SetLastError(error);
+    return XpmlAnswer::None;
+  }
+  auto made = std::make_unique<HTTPResponse>();
+  if (read && !reply.empty()) {
+    made->SetHeader("Content-Length", OString::FromUnsigned(reply.size()));
+    made->SetBinaryBody(std::move(reply));
+  }
+  *response = std::move(made);
+  return XpmlAnswer::Spooler;
+}
+
+}  // namespace portwise
