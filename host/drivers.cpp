@@ -27,6 +27,7 @@ struct {
     {"DriverVersion", &PrinterDriver::driverVersion},
     {"Manufacturer", &PrinterDriver::manufacturer},
     {"HardwareID", &PrinterDriver::hardwareId},
+    {"OEM URL", &PrinterDriver::oemUrl},
     {"Provider", &PrinterDriver::provider},
 };
 

@@ -25,6 +25,7 @@ struct PrinterDriver {
   std::string driverVersion;  ///< four numbers with dots between them
   std::string manufacturer;
   std::string hardwareId;
+  std::string oemUrl;
   std::string provider;
 };
 

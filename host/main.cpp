@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -47,6 +49,16 @@ sigset_t StopSignals() {
   return signals;
 }
 
+/// A thousand clients of the monitor's network service take three descriptors each, which is more than what programs
+/// get unless they ask.
+void RaiseFileLimit() {
+  constexpr rlim_t kEnough = 16384;
+  rlimit limit;
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= kEnough) return;
+  limit.rlim_cur = std::min(limit.rlim_max, kEnough);
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int Refuse(const std::string& why) {
   Complain(why);
   return 1;
@@ -59,6 +71,7 @@ int RunSpooler() {
   // Before any thread, so that all threads inherit it and the signals come to sigwait alone.
   sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  RaiseFileLimit();
   // A printer that goes away, or a file that may not grow, is an error of the call and no reason to die.
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);

@@ -92,6 +92,7 @@ Message GetDriver(const Message& request) {
            {"driverVersion", driver->driverVersion},
            {"manufacturer", driver->manufacturer},
            {"hardwareId", driver->hardwareId},
+           {"oemUrl", driver->oemUrl},
            {"provider", driver->provider}},
           {}};
 }

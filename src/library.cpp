@@ -12,12 +12,14 @@
 #include "logging/event_log_report.h"
 #include "monitor/entry_points.h"
 #include "monitor/net_mon_exception_handler.h"
+#include "monitor/network_service.h"
 #include "monitor/port_list.h"
+#include "network/network_service_object.h"
 #include "xpml/port/command_table.h"
 
 namespace {
 
-/// The first is for guards that know no port.
+/// Tells guards where the debug library is.
 portwise::EventLogReport noLog(nullptr);
 portwise::CommandTable portCommands;
 
@@ -34,6 +36,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
       portwise::CreatePortList();
       break;
     case DLL_PROCESS_DETACH:
+      // Its threads use the ports. While it runs they keep the library from being freed, so here the process ends.
+      portwise::ShutdownNetworkService();
+      portwise::SetNetworkService(nullptr);
       portwise::DestroyPortList();
       portwise::OExceptionHandler::SetDefaultReport(nullptr);
       // At the process's end other threads may still be using theirs.
@@ -52,6 +57,7 @@ LPMONITOR2 WINAPI InitializePrintMonitor2(PMONITORINIT, PHANDLE phMonitor) {
   portwise::NetMonExceptionHandler guard("InitializePrintMonitor2", portwise::NetMonExceptionHandler::kOperationFlags);
   const BOOL done = portwise::RunGuarded(guard, [&] {
     *phMonitor = portwise::MonitorTable();
+    portwise::StartNetworkService();
     return TRUE;
   });
   return done ? portwise::MonitorTable() : nullptr;

@@ -42,6 +42,8 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wai
 
 // threads
 #define STILL_ACTIVE 259u
+/// For CreateThread: the stack size is all that the stack may grow to, instead of what it has at first.
+#define STACK_SIZE_PARAM_IS_A_RESERVATION 0x10000u
 using LPTHREAD_START_ROUTINE = DWORD(WINAPI*)(LPVOID);
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES security, SIZE_T stackSize, LPTHREAD_START_ROUTINE start,
                            LPVOID parameter, DWORD flags, LPDWORD threadId);

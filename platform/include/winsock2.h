@@ -37,7 +37,14 @@ using WSAEVENT = HANDLE;
 #define FD_CLOSE 0x20
 #define FD_MAX_EVENTS 10
 #define FD_READ_BIT 0
+#define FD_ACCEPT_BIT 3
 #define FD_CLOSE_BIT 5
+
+/// The listen queue is as long as the system allows.
+#ifdef SOMAXCONN
+#undef SOMAXCONN
+#endif
+#define SOMAXCONN 0x7fffffff
 
 #define FIONBIO 0x8004667Eu
 
@@ -97,6 +104,13 @@ struct WSAPOLLFD {
 
 #define WSA_FLAG_OVERLAPPED 1
 
+struct WSABUF {
+  ULONG len;
+  char* buf;
+};
+using LPCONDITIONPROC = int(WINAPI*)(WSABUF* callerId, WSABUF* callerData, void* callerQuality, void* groupQuality,
+                                     WSABUF* calleeId, WSABUF* calleeData, unsigned* group, DWORD_PTR data);
+
 using WSAOVERLAPPED = OVERLAPPED;
 using LPWSAOVERLAPPED_COMPLETION_ROUTINE = void(WINAPI*)(DWORD error, DWORD transferred, WSAOVERLAPPED* overlapped,
                                                          DWORD flags);
@@ -109,12 +123,16 @@ void WINAPI WSASetLastError(int error);
 SOCKET WINAPI WSASocketW(int family, int type, int protocol, void* protocolInfo, unsigned group, DWORD flags);
 WSAEVENT WINAPI WSACreateEvent();
 BOOL WINAPI WSACloseEvent(WSAEVENT event);
+BOOL WINAPI WSASetEvent(WSAEVENT event);
 /// Makes the socket non-blocking, and signals `event` when one of `events` happens. An event that was reported is
 /// signalled again only after the call that enables it again (recv for FD_READ); FD_CLOSE is reported once, after the
 /// data that came before it has been read. `events` of 0 ends the selection.
 int WINAPI WSAEventSelect(SOCKET socket, WSAEVENT event, LONG events);
 /// The network events since the last call, and their errors; resets `event`.
 int WINAPI WSAEnumNetworkEvents(SOCKET socket, WSAEVENT event, WSANETWORKEVENTS* events);
+/// Without a condition function. The new socket blocks as the listening one does, and has its event selection;
+/// FD_ACCEPT is reported again after this call, whatever came of it.
+SOCKET WINAPI WSAAccept(SOCKET socket, sockaddr* address, int* length, LPCONDITIONPROC condition, DWORD_PTR data);
 DWORD WINAPI WSAWaitForMultipleEvents(DWORD count, const WSAEVENT* events, BOOL waitAll, DWORD milliseconds,
                                       BOOL alertable);
 int WINAPI WSAPoll(WSAPOLLFD* sockets, ULONG count, INT milliseconds);
@@ -127,6 +145,9 @@ int WINAPI WSAIoctl(SOCKET socket, DWORD code, LPVOID in, DWORD inSize, LPVOID o
 }
 
 int connect(SOCKET socket, const sockaddr* address, int length);
+/// An address at which nobody listens is free, also while the system still ends connections that were made to it.
+int bind(SOCKET socket, const sockaddr* address, int length);
+int listen(SOCKET socket, int backlog);
 int send(SOCKET socket, const char* data, int length, int flags);
 int recv(SOCKET socket, char* data, int length, int flags);
 int shutdown(SOCKET socket, int how);

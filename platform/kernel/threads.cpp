@@ -67,14 +67,15 @@ void* ThreadMain(void* argument) {
 }
 
 /// Starts a detached thread that keeps `thread` alive. The result is an errno value.
-int Start(const std::shared_ptr<Thread>& thread, SIZE_T stackSize) {
+int Start(const std::shared_ptr<Thread>& thread, SIZE_T stackSize, bool isReservation) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-  // A Windows stack size is what is committed at first: it asks for more than the default, never for less.
+  // Otherwise the stack size is what is committed at first: it asks for more than the default, never for less.
   SIZE_T usual = 0;
   pthread_attr_getstacksize(&attributes, &usual);
-  if (stackSize > usual) pthread_attr_setstacksize(&attributes, (stackSize + 0xffff) & ~SIZE_T{0xffff});
+  if (stackSize > usual || (isReservation && stackSize > 0))
+    pthread_attr_setstacksize(&attributes, (stackSize + 0xffff) & ~SIZE_T{0xffff});
   auto argument = std::make_unique<std::shared_ptr<Thread>>(thread);
   pthread_t id;
   const int error = pthread_create(&id, &attributes, ThreadMain, argument.get());
@@ -90,14 +91,14 @@ using namespace portwise::platform;
 
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stackSize, LPTHREAD_START_ROUTINE start, LPVOID parameter,
                            DWORD flags, LPDWORD threadId) {
-  if (!start || flags != 0) {
+  if (!start || (flags & ~STACK_SIZE_PARAM_IS_A_RESERVATION) != 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }
   const auto thread = std::make_shared<Thread>(start, parameter);
   const HANDLE handle = OpenHandle(thread);
   if (!handle) return nullptr;
-  if (const int error = Start(thread, stackSize); error != 0) {
+  if (const int error = Start(thread, stackSize, flags != 0); error != 0) {
     CloseHandle(handle);
     SetLastError(ErrorOfErrno(error));
     return nullptr;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kWriteBit = 1;
 constexpr int kConnectBit = 4;
-constexpr LONG kSupported = FD_READ | FD_WRITE | FD_CONNECT | FD_CLOSE;
+constexpr LONG kSupported = FD_READ | FD_WRITE | FD_ACCEPT | FD_CONNECT | FD_CLOSE;
 
 /// Sockets without a selection, which are most, cost one load a call.
 struct SelectionTable {
@@ -39,6 +39,12 @@ int PendingError(int socket) {
   return ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
+bool IsListening(int socket) {
+  int listening = 0;
+  socklen_t size = sizeof listening;
+  return ::getsockopt(socket, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) == 0 && listening != 0;
+}
+
 bool IsStream(int socket) {
   int type = 0;
   socklen_t size = sizeof type;
@@ -56,13 +62,17 @@ EventSelection::EventSelection(int socket, HANDLE event, LONG events)
     : socket_(socket), event_(event), events_(events), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {
   watchRead_ = (events & (FD_READ | FD_CLOSE)) != 0;
   watchWrite_ = (events & FD_WRITE) != 0;
+  watchAccept_ = (events & FD_ACCEPT) != 0;
   // A socket that was never connected hangs up without its read side having ended; one that is still connecting does
   // neither and has no peer.
   pollfd state = {socket, POLLRDHUP, 0};
   ::poll(&state, 1, 0);
   sockaddr_storage peer;
   socklen_t size = sizeof peer;
-  if ((state.revents & POLLRDHUP) != 0 || ::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0) {
+  if (IsListening(socket)) {
+    phase_ = Phase::kListening;
+  } else if ((state.revents & POLLRDHUP) != 0 ||
+             ::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0) {
     phase_ = Phase::kConnected;
   } else if ((state.revents & POLLHUP) == 0) {
     phase_ = Phase::kConnecting;
@@ -89,6 +99,19 @@ void EventSelection::OnConnect() {
   const std::lock_guard lock(mutex_);
   if (phase_ != Phase::kIdle) return;
   phase_ = Phase::kConnecting;
+  Arm();
+}
+
+void EventSelection::OnListen() {
+  const std::lock_guard lock(mutex_);
+  if (phase_ != Phase::kIdle) return;
+  phase_ = Phase::kListening;
+  Arm();
+}
+
+void EventSelection::OnAccept() {
+  const std::lock_guard lock(mutex_);
+  watchAccept_ = (events_ & FD_ACCEPT) != 0;
   Arm();
 }
 
@@ -134,6 +157,11 @@ bool EventSelection::Collect() {
     }
     if ((ready.events & (EPOLLIN | EPOLLRDHUP | EPOLLERR | EPOLLHUP)) != 0) any |= CollectReadable();
   }
+  if (phase_ == Phase::kListening && watchAccept_ && (ready.events & EPOLLIN) != 0) {
+    watchAccept_ = false;
+    Record(FD_ACCEPT_BIT, 0);
+    any = true;
+  }
   Arm();
   return any;
 }
@@ -164,6 +192,7 @@ void EventSelection::Record(int bit, int error) {
 void EventSelection::Arm() {
   epoll_event watch = {};
   if (phase_ == Phase::kConnecting) watch.events = EPOLLOUT;
+  if (phase_ == Phase::kListening && watchAccept_) watch.events = EPOLLIN;
   if (phase_ == Phase::kConnected) {
     if (watchRead_) watch.events |= EPOLLIN | EPOLLRDHUP;
     if (watchWrite_) watch.events |= EPOLLOUT;
@@ -184,6 +213,21 @@ std::shared_ptr<EventSelection> FindSelection(int socket) {
   const std::lock_guard lock(table.mutex);
   const auto found = table.bySocket.find(socket);
   return found == table.bySocket.end() ? nullptr : found->second;
+}
+
+int BeginSelection(int socket, HANDLE event, LONG events) {
+  EndSelection(socket);
+  auto selection = std::make_shared<EventSelection>(socket, event, events);
+  if (!selection->Valid()) return FailSocketCall(WSAENOBUFS);
+  SelectionTable& table = Table();
+  {
+    const std::lock_guard lock(table.mutex);
+    table.bySocket[socket] = selection;
+    table.size.store(table.bySocket.size(), std::memory_order_release);
+  }
+  if (AttachWaitSource(event, selection)) return 0;
+  EndSelection(socket);
+  return FailSocketCall(WSAEINVAL);
 }
 
 void EndSelection(int socket) {
@@ -218,19 +262,7 @@ int WINAPI WSAEventSelect(SOCKET socket, WSAEVENT event, LONG events) {
   if ((events & ~kSupported) != 0) return FailSocketCall(WSAEOPNOTSUPP);
   const int flags = ::fcntl(descriptor, F_GETFL);
   if (flags < 0 || ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK) < 0) return FailSocketCall(SocketErrorOf(errno));
-
-  EndSelection(descriptor);
-  auto selection = std::make_shared<EventSelection>(descriptor, event, events);
-  if (!selection->Valid()) return FailSocketCall(WSAENOBUFS);
-  SelectionTable& table = Table();
-  {
-    const std::lock_guard lock(table.mutex);
-    table.bySocket[descriptor] = selection;
-    table.size.store(table.bySocket.size(), std::memory_order_release);
-  }
-  if (AttachWaitSource(event, selection)) return 0;
-  EndSelection(descriptor);
-  return FailSocketCall(WSAEINVAL);
+  return BeginSelection(descriptor, event, events);
 }
 
 int WINAPI WSAEnumNetworkEvents(SOCKET socket, WSAEVENT event, WSANETWORKEVENTS* events) {

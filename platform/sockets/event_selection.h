@@ -24,6 +24,7 @@ class EventSelection final : public WaitSource {
   /// False when the system has no epoll descriptor left.
   bool Valid() const { return epoll_ >= 0; }
   HANDLE Event() const { return event_; }
+  LONG Events() const { return events_; }
 
   int PollFd() const override { return epoll_; }
   bool OnReadable() override;
@@ -33,6 +34,9 @@ class EventSelection final : public WaitSource {
 
   /// After connect: it succeeded or goes on.
   void OnConnect();
+  void OnListen();
+  /// After accept, whatever came of it: FD_ACCEPT may be reported again.
+  void OnAccept();
   /// After recv: FD_READ may be reported again.
   void OnReceive();
   /// After send found no room: FD_WRITE may be reported again.
@@ -43,7 +47,7 @@ class EventSelection final : public WaitSource {
   void End();
 
  private:
-  enum class Phase { kIdle, kConnecting, kConnected, kEnded };
+  enum class Phase { kIdle, kConnecting, kConnected, kListening, kEnded };
 
   bool Collect();
   bool CollectReadable();
@@ -60,6 +64,7 @@ class EventSelection final : public WaitSource {
   bool watched_ = false;
   bool watchRead_ = false;
   bool watchWrite_ = false;
+  bool watchAccept_ = false;
   bool readEnded_ = false;
   int closeError_ = 0;
   WSANETWORKEVENTS happened_ = {};
@@ -67,6 +72,10 @@ class EventSelection final : public WaitSource {
 
 /// The socket's selection, or null.
 std::shared_ptr<EventSelection> FindSelection(int socket);
+
+/// Gives a stream socket, which does not block, a selection in place of the one that it has. 0, or SOCKET_ERROR with
+/// the last error set.
+int BeginSelection(int socket, HANDLE event, LONG events);
 
 /// Ends the socket's selection, if it has one.
 void EndSelection(int socket);

@@ -68,14 +68,6 @@ bool NamesPeer(const sockaddr* address, int length) {
   return internet->sin_addr.s_addr != INADDR_ANY && internet->sin_port != 0;
 }
 
-/// True when the peer is to see a reset instead of an orderly end.
-bool ClosesHard(int descriptor) {
-  linger option = {};
-  socklen_t size = sizeof option;
-  return ::getsockopt(descriptor, SOL_SOCKET, SO_LINGER, &option, &size) == 0 && option.l_onoff != 0 &&
-         option.l_linger == 0;
-}
-
 bool IsTimeout(int level, int name) { return level == SOL_SOCKET && (name == SO_RCVTIMEO || name == SO_SNDTIMEO); }
 
 timeval RealTimeval(DWORD milliseconds) {
@@ -147,6 +139,8 @@ WSAEVENT WINAPI WSACreateEvent() { return RequireWinsock() ? CreateEventW(nullpt
 
 BOOL WINAPI WSACloseEvent(WSAEVENT event) { return RequireWinsock() ? CloseHandle(event) : FALSE; }
 
+BOOL WINAPI WSASetEvent(WSAEVENT event) { return RequireWinsock() ? SetEvent(event) : FALSE; }
+
 DWORD WINAPI WSAWaitForMultipleEvents(DWORD count, const WSAEVENT* events, BOOL waitAll, DWORD milliseconds, BOOL) {
   if (!RequireWinsock()) return WSA_WAIT_FAILED;
   return WaitForMultipleObjects(count, events, waitAll, milliseconds);
@@ -182,12 +176,12 @@ int WINAPI WSAPoll(WSAPOLLFD* sockets, ULONG count, INT milliseconds) {
 int WINAPI closesocket(SOCKET socket) {
   const int descriptor = DescriptorOf(socket);
   if (descriptor < 0) return SOCKET_ERROR;
-  int type = 0;
-  socklen_t size = sizeof type;
-  if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) != 0) return FailSocketCall(SocketErrorOf(errno));
+  linger option = {};
+  socklen_t size = sizeof option;
+  if (::getsockopt(descriptor, SOL_SOCKET, SO_LINGER, &option, &size) != 0) return FailSocketCall(SocketErrorOf(errno));
   EndSelection(descriptor);
   // Closing alone would leave threads that wait in a call on the socket waiting.
-  if (ClosesHard(descriptor)) {
+  if (option.l_onoff != 0 && option.l_linger == 0) {  // the peer is to see a reset instead of an orderly end
     const sockaddr none = {AF_UNSPEC, {}};
     ::connect(descriptor, &none, sizeof none);
   } else {
@@ -225,6 +219,60 @@ int connect(SOCKET socket, const sockaddr* address, int length) {
     if (const auto selection = FindSelection(descriptor)) selection->OnConnect();
   }
   return result == 0 ? 0 : FailSocketCall(code);
+}
+
+int bind(SOCKET socket, const sockaddr* address, int length) {
+  const int descriptor = DescriptorOf(socket);
+  if (descriptor < 0) return SOCKET_ERROR;
+  if (address == nullptr || length < 0) return FailSocketCall(WSAEFAULT);
+  constexpr int kReuse = 1;
+  ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &kReuse, sizeof kReuse);
+  return ::bind(descriptor, address, static_cast<socklen_t>(length)) == 0 ? 0 : FailSocketCall(SocketErrorOf(errno));
+}
+
+int listen(SOCKET socket, int backlog) {
+  const int descriptor = DescriptorOf(socket);
+  if (descriptor < 0) return SOCKET_ERROR;
+  sockaddr_storage own;
+  socklen_t size = sizeof own;
+  // The system would choose a port.
+  if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &size) == 0 && own.ss_family == AF_INET &&
+      reinterpret_cast<const sockaddr_in&>(own).sin_port == 0) {
+    return FailSocketCall(WSAEINVAL);
+  }
+  if (::listen(descriptor, backlog) != 0) return FailSocketCall(SocketErrorOf(errno));
+  if (const auto selection = FindSelection(descriptor)) selection->OnListen();
+  return 0;
+}
+
+SOCKET WINAPI WSAAccept(SOCKET socket, sockaddr* address, int* length, LPCONDITIONPROC condition, DWORD_PTR) {
+  const auto fail = [](int code) {
+    FailSocketCall(code);
+    return INVALID_SOCKET;
+  };
+  const int descriptor = DescriptorOf(socket);
+  if (descriptor < 0) return INVALID_SOCKET;
+  if (condition != nullptr) return fail(WSAEOPNOTSUPP);
+  if (address != nullptr && (length == nullptr || *length < 0)) return fail(WSAEFAULT);
+  auto size = static_cast<socklen_t>(length != nullptr ? *length : 0);
+  const auto selection = FindSelection(descriptor);
+  const int flags = SOCK_CLOEXEC | (selection || IsNonBlocking(descriptor) ? SOCK_NONBLOCK : 0);
+  int accepted;
+  do {
+    accepted = ::accept4(descriptor, address, address != nullptr ? &size : nullptr, flags);
+  } while (accepted < 0 && errno == EINTR);
+  const int error = errno;
+  if (selection) selection->OnAccept();
+  // The peer has given up while it waited.
+  if (accepted < 0) return fail(error == ECONNABORTED || error == EPROTO ? WSAECONNRESET : SocketErrorOf(error));
+  if (address != nullptr) *length = static_cast<int>(size);
+  // Nothing is ever accepted from a connection.
+  const LONG inherited = selection ? selection->Events() & ~FD_ACCEPT : 0;
+  if (inherited == 0 || BeginSelection(accepted, selection->Event(), inherited) == 0) {
+    return static_cast<SOCKET>(accepted);
+  }
+  ::close(accepted);
+  return INVALID_SOCKET;
 }
 
 int send(SOCKET socket, const char* data, int length, int flags) {

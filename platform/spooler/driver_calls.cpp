@@ -52,6 +52,7 @@ void PackDriver(const Json& driver, Packer<DRIVER_INFO_6W>* packer) {
       {"datatype", &DRIVER_INFO_6W::pDefaultDataType},
       {"manufacturer", &DRIVER_INFO_6W::pszMfgName},
       {"hardwareId", &DRIVER_INFO_6W::pszHardwareID},
+      {"oemUrl", &DRIVER_INFO_6W::pszOEMUrl},
       {"provider", &DRIVER_INFO_6W::pszProvider},
   };
   DRIVER_INFO_6W info{};

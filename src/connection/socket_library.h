@@ -8,8 +8,12 @@ namespace portwise {
 class SocketLibrary {
  public:
   SocketLibrary() {
+    constexpr WORD kVersion = MAKEWORD(2, 2);
     WSADATA data;
-    started_ = WSAStartup(MAKEWORD(2, 2), &data) == 0;
+    started_ = WSAStartup(kVersion, &data) == 0;
+    if (!started_ || data.wVersion == kVersion) return;
+    WSACleanup();
+    started_ = false;
   }
   ~SocketLibrary() {
     if (started_) WSACleanup();

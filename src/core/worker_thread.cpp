@@ -28,11 +28,12 @@ bool WorkerThread::IsRunning() const {
 }
 
 /// Of a process that ends the system stops the threads without asking them.
-void WorkerThread::Join() {
-  if (!thread_) return;
+bool WorkerThread::JoinFor(DWORD milliseconds) {
+  if (!thread_) return true;
   const HANDLE ends[] = {ended_.Get(), thread_.Get()};
-  WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+  if (WaitForMultipleObjects(2, ends, FALSE, milliseconds) == WAIT_TIMEOUT) return false;
   thread_.Reset();
+  return true;
 }
 
 DWORD WINAPI WorkerThread::Run(LPVOID self) {

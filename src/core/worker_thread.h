@@ -22,7 +22,9 @@ class WorkerThread {
   /// The body has not come to its end.
   bool IsRunning() const;
   /// Waits until the body has come to its end, and what the thread kept for itself is gone.
-  void Join();
+  void Join() { JoinFor(INFINITE); }
+  /// The same for so many milliseconds at most; false when they were not enough, and the thread goes on.
+  bool JoinFor(DWORD milliseconds);
 
  private:
   static DWORD WINAPI Run(LPVOID self);

@@ -1,9 +1,11 @@
 #include "monitor/network_service.h"
 
+#include <atomic>
+
 namespace portwise {
 namespace {
 
-NetworkService* networkService = nullptr;
+std::atomic<NetworkService*> networkService{nullptr};
 
 }  // namespace
 

@@ -12,6 +12,11 @@
 #include "xpml/request.h"
 
 namespace portwise {
+namespace {
+
+constexpr DWORD kUsersSlice = 10;  // ms
+
+}  // namespace
 
 PortContext::PortContext(const OString& portName)
     : portName_(portName),
@@ -59,6 +64,7 @@ void PortContext::ConnectTo() {
 void PortContext::Close() {
   ready_ = false;
   closing_ = true;
+  while (users_ > 0) Sleep(kUsersSlice);
   statusMonitor_.Stop();
   try {
     if (!IsTcp()) documents_.AbandonAll();
@@ -67,6 +73,14 @@ void PortContext::Close() {
     throw;
   }
   ClosePort();
+}
+
+/// Either this sees that the port is being closed, or the close sees the user.
+bool PortContext::BeginUse() {
+  ++users_;
+  if (ready_) return true;
+  --users_;
+  return false;
 }
 
 void PortContext::ClosePort() {

@@ -53,8 +53,8 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   /// Chooses the connection, then opens the port at the monitor below. False when that refused, unless the printer is
   /// reached over TCP: then the port goes on without it.
   bool Open(HANDLE monitorPort, const MONITOR2& underlying);
-  /// Ends what is open at the monitor below, but for a port reached over TCP, and closes the port there. The context
-  /// itself lives on.
+  /// Waits for those who use the port, ends what is open at the monitor below, but for a port reached over TCP, and
+  /// closes the port there. The context itself lives on.
   void Close();
 
   bool StartDocument(const OString& printer, DWORD job, DWORD level, BYTE* info);
@@ -158,6 +158,10 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   bool JobIsDeleted() const override;
   /// False until the port is open and once it is being closed: nobody but the spooler may use it then. Any thread.
   bool IsReady() const { return ready_; }
+  /// Somebody beside the spooler uses the port from now until EndUse, which the port's close waits for; false when the
+  /// port is not ready. Any thread. PortUse does both.
+  bool BeginUse();
+  void EndUse() { --users_; }
   /// The spooler's id of the job in progress, or of the last one when it was refused or its end failed; else 0. Any
   /// thread.
   DWORD JobId() const { return documents_.Job(); }
@@ -206,6 +210,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   StatusMonitor statusMonitor_;  // its thread uses all of the above
   JobMonitor* monitor_ = &statusMonitor_;
   std::atomic<bool> ready_{false};
+  std::atomic<int> users_{0};
 };
 
 }  // namespace portwise

@@ -2,7 +2,9 @@
 
 #include <memory>
 
+#include "monitor/network_service.h"
 #include "monitor/spooler_queries.h"
+#include "settings/printer_info.h"
 
 namespace portwise {
 namespace {
@@ -24,9 +26,14 @@ void DestroyPortList() {
 
 PortContext* PortList::Create(const OString& portName) {
   auto context = std::make_unique<PortContext>(portName);
-  OScopedLock lock(lock_);
-  if (contexts_.Append(context.get()) < 0) throw std::bad_alloc();
-  return context.release();
+  PortContext* created;
+  {
+    OScopedLock lock(lock_);
+    if (contexts_.Append(context.get()) < 0) throw std::bad_alloc();
+    created = context.release();
+  }
+  if (NetworkService* service = TheNetworkService()) service->Start();
+  return created;
 }
 
 void PortList::Remove(PortContext* context) {
@@ -36,25 +43,32 @@ void PortList::Remove(PortContext* context) {
   if (index >= 0) removed.reset(contexts_.Detach(index));
 }
 
-PortContext* PortList::FindByPortName(const OString& name) {
+PortUse PortList::FindByPortName(const OString& name) {
   OScopedLock lock(lock_);
   for (PortContext* context : contexts_) {
-    if (context->IsReady() && (name == "*" || context->PortName().EqualsNoCase(name))) return context;
+    if (name != "*" && !context->PortName().EqualsNoCase(name)) continue;
+    if (PortUse use(context); use) return use;
   }
-  return nullptr;
+  return PortUse();
 }
 
-PortContext* PortList::FindByPrinterName(const OString& printer) {
+PortUse PortList::FindByPrinterName(const OString& printer) {
   if (printer == "*") return FindByPortName(printer);
-  const OString port = PortOfPrinter(printer);
-  PortContext* context = port.IsEmpty() ? nullptr : FindByPortName(port);
-  if (context) context->SetPrinterName(printer);
-  return context;
+  const OString port = PrinterInfo(printer).portName;
+  if (port.IsEmpty()) return PortUse();
+  PortUse use = FindByPortName(port);
+  NetworkService* const service = TheNetworkService();
+  if (!use && service) {
+    service->OpenPortOf(printer);
+    use = FindByPortName(port);
+  }
+  if (use) use.Get()->SetPrinterName(printer);
+  return use;
 }
 
-PortContext* PortList::FindByShareName(const OString& share) {
+PortUse PortList::FindByShareName(const OString& share) {
   const OString printer = PrinterOfShare(share);
-  return printer.IsEmpty() ? nullptr : FindByPrinterName(printer);
+  return printer.IsEmpty() ? PortUse() : FindByPrinterName(printer);
 }
 
 int PortList::Size() {

@@ -28,16 +28,6 @@ unique_printer OpenForChanges(const OString& printer) {
   return OpenByName(printer, &defaults);
 }
 
-OString PortOfPrinter(const OString& printer) {
-  const unique_printer handle = OpenByName(printer);
-  if (!handle) return OString();
-  OBuffer buffer;
-  const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
-    return GetPrinterW(handle.Get(), 2, data, size, needed);
-  });
-  return info ? OString(info->pPortName) : OString();
-}
-
 DWORD JobsQueued(const OString& printer) {
   const DWORD error = GetLastError();
   const unique_printer handle = OpenByName(printer);

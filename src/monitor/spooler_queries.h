@@ -14,9 +14,6 @@ namespace portwise {
 /// The printer, opened with every right on it and its jobs; none when the spooler refuses.
 unique_printer OpenForChanges(const OString& printer);
 
-/// The port that a printer prints to; empty when the spooler does not know the printer.
-OString PortOfPrinter(const OString& printer);
-
 /// How many jobs wait on the printer or are being printed; 0 when the spooler does not know it. The thread's last error
 /// stays as it is.
 DWORD JobsQueued(const OString& printer);

@@ -41,6 +41,7 @@ struct {
     {&PrinterInfo::defaultDataType, &DRIVER_INFO_6W::pDefaultDataType},
     {&PrinterInfo::manufacturer, &DRIVER_INFO_6W::pszMfgName},
     {&PrinterInfo::hardwareId, &DRIVER_INFO_6W::pszHardwareID},
+    {&PrinterInfo::oemUrl, &DRIVER_INFO_6W::pszOEMUrl},
     {&PrinterInfo::provider, &DRIVER_INFO_6W::pszProvider},
 };
 

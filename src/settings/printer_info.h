@@ -58,6 +58,7 @@ class PrinterInfo {
   DWORDLONG driverVersion64 = 0;
   OString manufacturer;
   OString hardwareId;
+  OString oemUrl;  ///< of the driver's maker
   OString provider;
   /// The first three characters of the data file's name and the two after them, in lower case.
   OString oemPrefix;

@@ -87,17 +87,17 @@ TEST_F(Monitor, FindsPortsByPortPrinterAndShare) {
   spooler_.printers["Boxes"] = {"OUT 2", "Boxes on the Net"};
   const HANDLE first = Open("Out 1"), again = Open("Out 1"), second = Open("Out 2");
   EXPECT_NE(first, again);
-  EXPECT_EQ(Ports()->FindByPortName("OUT 1"), first);
-  EXPECT_EQ(Ports()->FindByPortName("*"), first);
-  EXPECT_EQ(Ports()->FindByPortName("Out"), nullptr);
-  EXPECT_EQ(Ports()->FindByPrinterName("*"), first);
-  EXPECT_EQ(Ports()->FindByPrinterName("Boxes"), second);
+  EXPECT_EQ(Ports()->FindByPortName("OUT 1").Get(), first);
+  EXPECT_EQ(Ports()->FindByPortName("*").Get(), first);
+  EXPECT_EQ(Ports()->FindByPortName("Out").Get(), nullptr);
+  EXPECT_EQ(Ports()->FindByPrinterName("*").Get(), first);
+  EXPECT_EQ(Ports()->FindByPrinterName("Boxes").Get(), second);
   EXPECT_EQ(static_cast<PortContext*>(second)->PrinterName(), "Boxes") << "the port prints for the printer asked for";
-  EXPECT_EQ(Ports()->FindByPrinterName("Nobody"), nullptr);
-  EXPECT_EQ(Ports()->FindByShareName("boxes ON THE net"), second);
-  EXPECT_EQ(Ports()->FindByShareName(""), nullptr) << "a printer that is not shared has no share name";
+  EXPECT_EQ(Ports()->FindByPrinterName("Nobody").Get(), nullptr);
+  EXPECT_EQ(Ports()->FindByShareName("boxes ON THE net").Get(), second);
+  EXPECT_EQ(Ports()->FindByShareName("").Get(), nullptr) << "a printer that is not shared has no share name";
   EXPECT_TRUE(lmClosePortW(first));
-  EXPECT_EQ(Ports()->FindByPortName("Out 1"), again);
+  EXPECT_EQ(Ports()->FindByPortName("Out 1").Get(), again);
   Ports()->Remove(static_cast<PortContext*>(first));  // gone already
   EXPECT_EQ(Ports()->Size(), 2);
 }

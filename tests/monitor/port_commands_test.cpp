@@ -182,7 +182,10 @@ TEST_F(PortCommands, PortTellsOfEachKindOfPort) {
 
 TEST_F(PortCommands, Reply) {
   struct Service final : NetworkService {
+    void Start() override {}
     void Restart() override { ++restarts; }
+    void OpenPortOf(const OString&) override {}
+    FaultReport* Faults() override { return nullptr; }
     int restarts = 0;
   } service;
   Expect({{"<network action='restart'>x</network>", "x"}});

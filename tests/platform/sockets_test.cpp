@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mstcpip.h>
+#include <unistd.h>
 #include <ws2tcpip.h>
 
 #include <cstring>
@@ -197,6 +198,51 @@ TEST_F(SocketsTest, ConnectAndRoomToWriteAreEvents) {
   EXPECT_EQ(printer_.Receive(sent).size(), sent);
   EXPECT_EQ(Await(), FD_WRITE);
   EXPECT_EQ(Await(20), 0);
+}
+
+TEST_F(SocketsTest, AListenerIsToldOfClientsWhoseSocketsDoNotBlock) {
+  // Of two sockets only one may have the port, and it is free again as soon as nobody listens.
+  sockaddr_in own = {};
+  own.sin_family = AF_INET;
+  own.sin_port = htons(printer_.Port());
+  own.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const auto* address = reinterpret_cast<const sockaddr*>(&own);
+  EXPECT_EQ(Error(listen(socket_, 5)), WSAEINVAL) << "not bound";
+  EXPECT_EQ(Error(bind(socket_, address, sizeof own)), WSAEADDRINUSE);
+  ConnectToPrinter();
+  closesocket(socket_);
+  printer_.Refuse();
+  socket_ = WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED);
+  own.sin_port = 0;
+  ASSERT_EQ(bind(socket_, address, sizeof own), 0);
+  socklen_t size = sizeof own;
+  ASSERT_EQ(getsockname(static_cast<int>(socket_), reinterpret_cast<sockaddr*>(&own), &size), 0);
+  ASSERT_EQ(WSAEventSelect(socket_, event_, FD_ACCEPT | FD_READ), 0);
+  ASSERT_EQ(listen(socket_, SOMAXCONN), 0);
+  EXPECT_EQ(Await(20), 0);
+  EXPECT_EQ(WSAAccept(socket_, nullptr, nullptr, nullptr, 0), INVALID_SOCKET);
+  EXPECT_EQ(WSAGetLastError(), WSAEWOULDBLOCK);
+
+  int clients[2];
+  for (int& client : clients) {
+    client = ::socket(AF_INET, SOCK_STREAM, 0);
+    ASSERT_EQ(::connect(client, address, sizeof own), 0);
+  }
+  EXPECT_EQ(Await(), FD_ACCEPT);
+  EXPECT_EQ(Await(20), 0) << "one event, however many wait";
+  sockaddr_in peer = {};
+  int length = sizeof peer;
+  const SOCKET accepted = WSAAccept(socket_, reinterpret_cast<sockaddr*>(&peer), &length, nullptr, 0);
+  EXPECT_EQ(peer.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+  EXPECT_EQ(Error(recv(accepted, buffer_, 1, 0)), WSAEWOULDBLOCK);
+  EXPECT_EQ(Await(), FD_ACCEPT) << "another one waits";
+  EXPECT_EQ(::write(clients[0], "x", 1), 1);
+  ASSERT_EQ(WSAWaitForMultipleEvents(1, &event_, FALSE, 2000, FALSE), DWORD{WSA_WAIT_EVENT_0})
+      << "the listener's event";
+  EXPECT_EQ(WSAEnumNetworkEvents(accepted, event_, &happened_), 0);
+  EXPECT_EQ(happened_.lNetworkEvents, FD_READ);
+  closesocket(accepted);
+  for (const int client : clients) ::close(client);
 }
 
 TEST_F(SocketsTest, AWaitSeesWhatComesLaterAndACloseElsewhereEndsAPoll) {

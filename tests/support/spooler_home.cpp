@@ -14,8 +14,8 @@
 #include <thread>
 
 #include "host/registry_key.h"
-#include "platform/text.h"
 #include "tests/support/files.h"
+#include "tests/support/network_settings.h"
 
 namespace portwise::test {
 
@@ -28,7 +28,7 @@ SpoolerHome::SpoolerHome(const std::string& driver) {
   setenv("PORTWISE_TIME_SCALE", "20", 1);
   RegistryKey::Create(R"(SYSTEM\CurrentControlSet\Control\Print\Monitors\Corvane Network Monitor)")
       .SetText("Driver", driver);
-  SetService(0);
+  ConfigureNetworkService(0);
 }
 
 SpoolerHome::~SpoolerHome() {
@@ -72,15 +72,6 @@ int SpoolerHome::Wait() {
 int SpoolerHome::Stop() {
   Signal(SIGTERM);
   return Wait();
-}
-
-void SpoolerHome::SetService(unsigned port) {
-  WCHAR name[MAX_COMPUTERNAME_LENGTH + 1];
-  DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-  GetComputerNameW(name, &size);
-  const RegistryKey key = RegistryKey::Create("SOFTWARE\\Corvane\\Drivers\\Network\\@" + platform::ToUtf8(name));
-  key.SetValue("TCP Enabled", {REG_BINARY, std::string(1, port != 0)});
-  key.SetNumber("TCP Port", port);
 }
 
 void SpoolerHome::Set(const char* name, DWORD value) {

@@ -12,8 +12,8 @@
 
 namespace portwise::test {
 
-/// A home of its own with the real spooler program, which drives the fake monitor unless told otherwise. Makes itself
-/// the home of this process; removed with everything in it when destroyed.
+/// A home of its own with the real spooler program, which drives the fake monitor unless told otherwise. Its network
+/// service is off. Makes itself the home of this process; removed with everything in it when destroyed.
 class SpoolerHome {
  public:
   /// `driver` is the monitor that the spooler loads.
@@ -35,9 +35,6 @@ class SpoolerHome {
   int Wait();
   int Stop();
 
-  /// Where the network service of this computer is for those who ask for it; 0, as at first, is nowhere: whatever
-  /// listens at the usual port is none of this home's.
-  static void SetService(unsigned port);
   /// Sets a value of the fake monitor.
   static void Set(const char* name, DWORD value);
   /// A file port and printers on it.

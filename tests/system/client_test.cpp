@@ -8,6 +8,7 @@
 #include "portwise/client.h"
 #include "settings/registry.h"
 #include "tests/support/fake_printer.h"
+#include "tests/support/network_settings.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
@@ -61,7 +62,7 @@ class Clients : public testing::Test {
 TEST_F(Clients, AskAServiceThatOthersWrote) {
   Server service("python3 " PORTWISE_OTHER_SERVICE);
   const unsigned port = service.ReadPort();
-  SpoolerHome::SetService(port);
+  ConfigureNetworkService(port);
   Expect("portwise xpml Labels 'abc \xFF&='", 0, "=&\xFF cba");
   Expect("portwise xpml Labels abc --channel http", 0, "cba");
   Expect("portwise xpml Labels '<uppercase>abc</uppercase>' --channel stored", 0, "ABC");
@@ -77,11 +78,11 @@ TEST_F(Clients, AskAServiceThatOthersWrote) {
   Expect("portwise xpml More x --channel http", 1,
          "portwise: the network service does not know printer More, or its port is not open\n");
   Expect("ask-printer Nobody x", 1, "ask-printer: no answer, error 1801\n");
-  SpoolerHome::SetService(FakePrinter().Port());
+  ConfigureNetworkService(FakePrinter().Port());
   EXPECT_NE(ExpectRun("xpml Labels x --channel http", 1).find("no network service answers for printer Labels: "),
             std::string::npos);
   Expect("portwise xpml Labels" + upper, 0, "ABC");
-  SpoolerHome::SetService(0);
+  ConfigureNetworkService(0);
   ExpectRun("xpml Labels x --channel http", 1, "the settings of printer Labels close the way over the network");
 }
 

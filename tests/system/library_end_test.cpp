@@ -13,6 +13,7 @@
 #include "host/registry_key.h"
 #include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/network_settings.h"
 #include "tests/support/temporary_home.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -37,6 +38,16 @@ void ExpectNoThreads() {
   if (threads() > kOwn) _exit(4);
 }
 
+/// A client of the network service that sends nothing and never closes.
+void ConnectTo(unsigned port) {
+  sockaddr_in service = {};
+  service.sin_family = AF_INET;
+  service.sin_port = htons(static_cast<std::uint16_t>(port));
+  service.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const int client = socket(AF_INET, SOCK_STREAM, 0);
+  if (connect(client, reinterpret_cast<const sockaddr*>(&service), sizeof service) != 0) _exit(5);
+}
+
 /// Loads the library, opens a port and ends the process, maybe after freeing the library. The exit code is 0 when
 /// everything went as it should.
 [[noreturn]] void EndWithAnOpenPort(const char16_t* name, bool free) {
@@ -52,6 +63,8 @@ void ExpectNoThreads() {
   network.SetNumber("PortNumber", 1);
   network.SetNumber("Protocol", 1);
   FakePortMonitor below;
+  const unsigned networkPort = free ? 0 : test::FreePort();
+  test::ConfigureNetworkService(networkPort);
   if (free) below.table.pfnReadPort = nullptr;  // no status thread, which would keep the library
   const HMODULE library = LoadLibraryW(u"portwise.dll");
   const auto initialize = reinterpret_cast<decltype(&InitializePrintMonitor2)>(
@@ -61,6 +74,7 @@ void ExpectNoThreads() {
   MONITOR2* const table = initialize(&init, &monitor);
   std::u16string portName = name, printer = u"Labels";
   if (!table->pfnOpenPortEx(monitor, below.Monitor(), portName.data(), printer.data(), &port, &below.table)) _exit(2);
+  if (!free) ConnectTo(networkPort);
   Sleep(300);  // whatever runs for the port, runs
   if (free) {
     if (!FreeLibrary(library) || GetModuleHandleW(u"portwise.dll")) _exit(3);
@@ -76,7 +90,8 @@ void ExpectNoThreads() {
 TEST(LibraryEnd, MayComeWithPortsOpen) {
   const TemporaryHome home;
   EXPECT_EXIT(EndWithAnOpenPort(u"FILE:", true), testing::ExitedWithCode(0), "") << "freed";
-  EXPECT_EXIT(EndWithAnOpenPort(u"IP_1", false), testing::ExitedWithCode(0), "") << "with a status thread";
+  EXPECT_EXIT(EndWithAnOpenPort(u"IP_1", false), testing::ExitedWithCode(0), "")
+      << "with a status thread and a client of the network service";
 }
 
 }  // namespace

@@ -1,0 +1,63 @@
+#include "network/client_list.h"
+
+namespace portwise {
+namespace {
+
+/// Clients that are told to stop still have to be woken up: so many of them may be there at once.
+constexpr int kMaxStopping = 256;
+constexpr DWORD kClosePatience = 5000;  // ms, as is the next
+constexpr DWORD kCloseSlice = 100;
+
+}  // namespace
+
+bool ClientList::RegisterClient(Network_ClientThread* client) {
+  const OScopedLock lock(lock_);
+  if (clients_.Size() >= kMaxClients && !MakeRoom()) return false;
+  return clients_.Append(client) >= 0;
+}
+
+/// Those that wait for a request stand in the order in which they came.
+bool ClientList::MakeRoom() {
+  int stopping = 0;
+  Network_ClientThread* waiting = nullptr;
+  Network_ClientThread* sending = nullptr;
+  const DWORD now = GetTickCount();
+  for (Network_ClientThread* client : clients_) {
+    if (client->IsStopping()) {
+      ++stopping;
+    } else if (client->CurrentStage() == Network_ClientThread::Stage::Receiving) {
+      if (!waiting) waiting = client;
+    } else if (client->CurrentStage() == Network_ClientThread::Stage::Sending) {
+      if (!sending || now - client->LastProgress() > now - sending->LastProgress()) sending = client;
+    }
+  }
+  if (clients_.Size() - stopping < kMaxClients) return true;
+  if (stopping >= kMaxStopping || (!waiting && !sending)) return false;
+  (waiting ? waiting : sending)->RequestStop();
+  return true;
+}
+
+void ClientList::UnregisterClient(Network_ClientThread* client) {
+  const OScopedLock lock(lock_);
+  const int index = clients_.Find(client);
+  if (index >= 0) clients_.Detach(index);
+}
+
+void ClientList::CloseAllClients() {
+  {
+    const OScopedLock lock(lock_);
+    for (Network_ClientThread* client : clients_) client->RequestStop();
+  }
+  const DWORD begin = GetTickCount();
+  while (Size() > 0 && GetTickCount() - begin < kClosePatience) Sleep(kCloseSlice);
+  const OScopedLock lock(lock_);
+  for (Network_ClientThread* client : clients_) client->Abandon();
+  clients_.Clear();
+}
+
+int ClientList::Size() {
+  const OScopedLock lock(lock_);
+  return clients_.Size();
+}
+
+}  // namespace portwise

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "core/pointer_array.h"
+#include "core/synchronizer.h"
+#include "network/client_thread.h"
+
+namespace portwise {
+
+/// The clients that are connected to the network service. Any thread.
+class ClientList {
+ public:
+  static constexpr int kMaxClients = 1024;
+
+  /// Adds a client. When there are kMaxClients already, the one that has waited longest without a whole request is
+  /// closed for it, or else the one that has taken nothing of its response for longest. False, with the client not
+  /// added, when each of them is being handled, or very many have been closed and are still there.
+  bool RegisterClient(Network_ClientThread* client);
+  void UnregisterClient(Network_ClientThread* client);
+
+  /// Stops all clients and waits until they have gone; those that have not after five seconds are taken out of the
+  /// list, and their connections end.
+  void CloseAllClients();
+
+  int Size();
+
+ private:
+  bool MakeRoom();
+
+  OCriticalSection lock_;
+  OPointerArray<Network_ClientThread> clients_{OPointerArray<Network_ClientThread>::Ownership::Kept};  // under lock_
+};
+
+}  // namespace portwise

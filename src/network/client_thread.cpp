@@ -1,0 +1,156 @@
+#include "network/client_thread.h"
+
+#include <algorithm>
+#include <string>
+
+#include "monitor/net_mon_exception_handler.h"
+#include "network/web_server_base.h"
+
+namespace portwise {
+namespace {
+
+constexpr LONG kEvents = FD_READ | FD_WRITE | FD_CLOSE;
+constexpr size_t kMaxSend = 200000;
+constexpr DWORD kLinger = 2000;  // ms
+constexpr int kDropped = 4096;
+constexpr DWORD kUnavailable = 503;
+
+/// A receive that failed for the moment only.
+bool IsPassing(int error) { return error == WSAEWOULDBLOCK || error == WSAENOBUFS; }
+
+}  // namespace
+
+Network_ClientThread::Network_ClientThread(WebServerBase& server, unique_socket socket)
+    : server_(server), socket_(std::move(socket)), request_(server.Budget()) {}
+
+Network_ClientThread::~Network_ClientThread() { server_.Clients().UnregisterClient(this); }
+
+void Network_ClientThread::ThreadProc() {
+  NetMonExceptionHandler guard("Network_ClientThread::ThreadProc", NetMonExceptionHandler::kReportEventLog);
+  RunGuarded(guard, [this] {
+    Serve();
+    return TRUE;
+  });
+}
+
+void Network_ClientThread::RequestStop() {
+  stopping_ = true;
+  if (const WSAEVENT stop = stop_; stop != WSA_INVALID_EVENT) WSASetEvent(stop);
+}
+
+void Network_ClientThread::Abandon() { shutdown(socket_.Get(), SD_BOTH); }
+
+void Network_ClientThread::Serve() {
+  bool keep = true;
+  while (keep) {
+    keep = false;
+    if (!ReceiveRequest()) {
+      if (request_.Refusal() != 0) Refuse();
+      return;
+    }
+    stage_ = Stage::Handling;
+    std::string response;
+    if (!server_.HandleRequest(request_.Bytes(), &response, &keep)) return;
+    request_.Clear();
+    if (!Send(response)) return;
+  }
+  Linger();
+}
+
+bool Network_ClientThread::ReceiveRequest() {
+  stage_ = Stage::Receiving;
+  while (!stopping_) {
+    char* const room = request_.Room();
+    if (!room) return false;
+    const int received = recv(socket_.Get(), room, static_cast<int>(request_.RoomSize()), 0);
+    if (received > 0) {
+      request_.Filled(static_cast<size_t>(received));
+      server_.Statistics().CountReceived(static_cast<size_t>(received));
+      if (server_.IsRequestComplete(request_)) return true;
+      if (request_.Refusal() != 0) return false;
+    } else {
+      if (received == 0 || !IsPassing(WSAGetLastError())) return false;
+      request_.NotFilled();
+      if (Await(server_.ClientIdleTimeout()) == 0) return false;
+    }
+  }
+  return false;
+}
+
+bool Network_ClientThread::Send(std::string_view response) {
+  stage_ = Stage::Sending;
+  progress_ = GetTickCount();
+  size_t sent = 0;
+  bool closed = false;
+  while (sent < response.size()) {
+    const size_t piece = std::min(response.size() - sent, kMaxSend);
+    const int taken = send(socket_.Get(), response.data() + sent, static_cast<int>(piece), 0);
+    if (taken >= 0) {
+      sent += static_cast<size_t>(taken);
+      progress_ = GetTickCount();
+      continue;
+    }
+    if (closed || WSAGetLastError() != WSAEWOULDBLOCK) return false;
+    const LONG happened = Await(server_.ClientIdleTimeout());
+    closed = (happened & FD_CLOSE) != 0;
+    if (happened == 0 || (closed && (happened & FD_WRITE) == 0)) return false;
+  }
+  server_.Statistics().CountSent(sent);
+  server_.OnDataSent(sent);
+  return true;
+}
+
+void Network_ClientThread::TurnAway() {
+  std::string response;
+  server_.MakeRefusal(kUnavailable, &response);
+  send(socket_.Get(), response.data(), static_cast<int>(response.size()), 0);
+}
+
+void Network_ClientThread::Refuse() {
+  std::string response;
+  server_.MakeRefusal(request_.Refusal(), &response);
+  refused_ = true;
+  request_.Clear();
+  if (Send(response)) Linger();
+}
+
+/// A client that has sent more than was asked for would lose the response, were the connection closed before that has
+/// been taken. Of what is refused the rest may still be on its way.
+void Network_ClientThread::Linger() {
+  char dropped[kDropped];
+  if (recv(socket_.Get(), dropped, kDropped, 0) <= 0 && !refused_) return;
+  shutdown(socket_.Get(), SD_SEND);
+  stage_ = Stage::Receiving;
+  const DWORD begin = GetTickCount();
+  for (DWORD passed = 0; passed < kLinger && !stopping_; passed = GetTickCount() - begin) {
+    const int received = recv(socket_.Get(), dropped, kDropped, 0);
+    if (received > 0) continue;
+    if (received == 0 || !IsPassing(WSAGetLastError()) || Await(kLinger - passed) == 0) return;
+  }
+}
+
+bool Network_ClientThread::Select() {
+  if (networkEvent_) return true;
+  networkEvent_.Reset(WSACreateEvent());
+  stopEvent_.Reset(WSACreateEvent());
+  if (!networkEvent_ || !stopEvent_) return false;
+  stop_ = stopEvent_.Get();
+  return WSAEventSelect(socket_.Get(), networkEvent_.Get(), kEvents) == 0;
+}
+
+/// What happens at the socket next; 0 when the client is to be waited for no longer. With a timeout of 0 there is none.
+LONG Network_ClientThread::Await(DWORD timeout) {
+  if (!Select()) return 0;
+  const WSAEVENT events[] = {stopEvent_.Get(), networkEvent_.Get()};
+  // A stop from before there was an event for it is seen here.
+  while (!stopping_) {
+    const DWORD ended = WSAWaitForMultipleEvents(2, events, FALSE, timeout == 0 ? WSA_INFINITE : timeout, FALSE);
+    if (ended != WSA_WAIT_EVENT_0 + 1) return 0;
+    WSANETWORKEVENTS happened = {};
+    if (WSAEnumNetworkEvents(socket_.Get(), networkEvent_.Get(), &happened) != 0) return 0;
+    if (happened.lNetworkEvents != 0) return happened.lNetworkEvents;
+  }
+  return 0;
+}
+
+}  // namespace portwise

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <winsock2.h>
+
+#include <atomic>
+#include <string_view>
+
+#include "core/socket_handle.h"
+#include "network/request_buffer.h"
+
+namespace portwise {
+
+class WebServerBase;
+
+/// A client of the network service, from its connection to its end: one request is received, handled and answered, and
+/// the next one when the connection is to be kept.
+///
+/// The events of its socket are made only when it has to wait: a client whose request is there already and whose system
+/// takes the whole response needs none.
+class Network_ClientThread {
+ public:
+  /// What is waited for, and what a client that others need the place of is judged by.
+  enum class Stage { Receiving, Handling, Sending };
+
+  Network_ClientThread(WebServerBase& server, unique_socket socket);
+  /// Leaves the list of clients first.
+  ~Network_ClientThread();
+  Network_ClientThread(const Network_ClientThread&) = delete;
+  Network_ClientThread& operator=(const Network_ClientThread&) = delete;
+
+  /// All that the client's thread does, under its guard. Nothing escapes.
+  void ThreadProc();
+  /// Answers that nobody has time for the client, as far as its system takes that at once.
+  void TurnAway();
+
+  /// Ends the waits for the client. Any thread, as the three below, as long as the client is in the list.
+  void RequestStop();
+  /// Ends the connection under a thread that has not ended in time.
+  void Abandon();
+  bool IsStopping() const { return stopping_; }
+  Stage CurrentStage() const { return stage_; }
+  /// When the client last took a part of its response.
+  DWORD LastProgress() const { return progress_; }
+
+ private:
+  void Serve();
+  bool ReceiveRequest();
+  bool Send(std::string_view response);
+  void Refuse();
+  void Linger();
+  bool Select();
+  LONG Await(DWORD timeout);
+
+  WebServerBase& server_;
+  unique_socket socket_;
+  RequestBuffer request_;
+  bool refused_ = false;
+  unique_socket_event networkEvent_;
+  unique_socket_event stopEvent_;
+  std::atomic<WSAEVENT> stop_{WSA_INVALID_EVENT};  // stopEvent_, once it may be set
+  std::atomic<bool> stopping_{false};
+  std::atomic<Stage> stage_{Stage::Receiving};
+  std::atomic<DWORD> progress_{0};
+};
+
+}  // namespace portwise

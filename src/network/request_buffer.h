@@ -1,0 +1,65 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include "network/http/http_message_parser.h"
+
+namespace portwise {
+
+/// What all requests that are arriving or being answered may take of the memory together. Any thread.
+class RequestBudget {
+ public:
+  static constexpr size_t kBytes = size_t{256} << 20;
+
+  bool Take(size_t bytes);
+  void Return(size_t bytes) { taken_ -= bytes; }
+  size_t Taken() const { return taken_; }
+
+ private:
+  std::atomic<size_t> taken_{0};
+};
+
+/// The bytes of one request while they arrive. Without any it takes no memory. One thread at a time.
+class RequestBuffer {
+ public:
+  explicit RequestBuffer(RequestBudget& budget) : budget_(budget) {}
+  ~RequestBuffer() { Clear(); }
+  RequestBuffer(const RequestBuffer&) = delete;
+  RequestBuffer& operator=(const RequestBuffer&) = delete;
+
+  /// The most bytes of one receive.
+  static constexpr size_t kMaxReceive = 100000;
+
+  /// Room for the next receive, behind the bytes that are there: some kilobytes at first, and more the more has come.
+  /// Null when the budget or the memory is used up, and the request is refused then.
+  char* Room();
+  size_t RoomSize() const;
+  /// So many bytes have been put there.
+  void Filled(size_t bytes) { size_ += bytes; }
+  /// Nothing has been put there: gives the room back when it is all that there is.
+  void NotFilled();
+
+  std::string_view Bytes() const { return {bytes_.get(), size_}; }
+  /// Looks at what has come since the last look; true when a whole request is there. One that will never be whole is
+  /// refused.
+  bool LookForRequest();
+  /// The HTTP status that refuses the request; 0 while nothing does.
+  DWORD Refusal() const { return refusal_; }
+
+  void Clear();
+
+ private:
+  RequestBudget& budget_;
+  std::unique_ptr<char[]> bytes_;
+  size_t capacity_ = 0;
+  size_t size_ = 0;
+  HTTPMessageParser parser_{kRequestLimits};
+  DWORD refusal_ = 0;
+};
+
+}  // namespace portwise
