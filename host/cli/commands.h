@@ -17,5 +17,6 @@ void AddEventCommand(CLI::App& app);
 void AddLogCommands(CLI::App& app);
 void AddXpmlCommand(CLI::App& app);
 void AddQueryCommand(CLI::App& app);
+void AddUiCommand(CLI::App& app);
 
 }  // namespace portwise

@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
   portwise::AddLogCommands(app);
   portwise::AddXpmlCommand(app);
   portwise::AddQueryCommand(app);
+  portwise::AddUiCommand(app);
   try {
     const int code = Parse(app, argc, argv);
     portwise::FlushOutput();

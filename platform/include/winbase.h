@@ -52,6 +52,44 @@ DWORD WINAPI GetCurrentThreadId();
 DWORD WINAPI GetCurrentProcessId();
 HANDLE WINAPI GetCurrentProcess();
 
+// processes
+#define STARTF_USESHOWWINDOW 0x1u
+#define CREATE_NO_WINDOW 0x8000000u
+struct STARTUPINFOW {
+  DWORD cb;
+  LPWSTR lpReserved;
+  LPWSTR lpDesktop;
+  LPWSTR lpTitle;
+  DWORD dwX;
+  DWORD dwY;
+  DWORD dwXSize;
+  DWORD dwYSize;
+  DWORD dwXCountChars;
+  DWORD dwYCountChars;
+  DWORD dwFillAttribute;
+  DWORD dwFlags;
+  WORD wShowWindow;
+  WORD cbReserved2;
+  LPBYTE lpReserved2;
+  HANDLE hStdInput;
+  HANDLE hStdOutput;
+  HANDLE hStdError;
+};
+using LPSTARTUPINFOW = STARTUPINFOW*;
+struct PROCESS_INFORMATION {
+  HANDLE hProcess;
+  HANDLE hThread;
+  DWORD dwProcessId;
+  DWORD dwThreadId;
+};
+using LPPROCESS_INFORMATION = PROCESS_INFORMATION*;
+/// Notes the command, which "platform/windows/inspect.h" reads. "rundll32 LIBRARY,EXPORT ..." of a library that is
+/// there is run, too, by the command line's program; other programs are those of Windows, which only look as if they
+/// had been started and ended. The handles can be closed and waited for.
+BOOL WINAPI CreateProcessW(LPCWSTR program, LPWSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
+                           LPSECURITY_ATTRIBUTES threadSecurity, BOOL inherit, DWORD flags, LPVOID environment,
+                           LPCWSTR folder, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION process);
+
 // time
 /// Milliseconds of the platform's clock; wraps after 49.7 days.
 DWORD WINAPI GetTickCount();

@@ -41,6 +41,9 @@ using INT_PTR = std::intptr_t;
 using UINT_PTR = std::uintptr_t;
 using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
+using WPARAM = std::uintptr_t;
+using LPARAM = std::intptr_t;
+using LRESULT = std::intptr_t;
 using DWORD_PTR = ULONG_PTR;
 using SIZE_T = ULONG_PTR;
 using ACCESS_MASK = DWORD;
@@ -78,6 +81,29 @@ DECLARE_HANDLE(HWND);
 using HMODULE = HINSTANCE;
 using PHKEY = HKEY*;
 
+DECLARE_HANDLE(HDC);
+using HFONT = HANDLE;
+using HGDIOBJ = HANDLE;
+using ATOM = WORD;
+
+struct POINT {
+  LONG x;
+  LONG y;
+};
+using LPPOINT = POINT*;
+struct SIZE {
+  LONG cx;
+  LONG cy;
+};
+using LPSIZE = SIZE*;
+struct RECT {
+  LONG left;
+  LONG top;
+  LONG right;
+  LONG bottom;
+};
+using LPRECT = RECT*;
+
 using FARPROC = INT_PTR (*)();
 using HRESULT = LONG;
 
@@ -103,7 +129,13 @@ using PLARGE_INTEGER = LARGE_INTEGER*;
 
 #define LOWORD(value) (static_cast<WORD>(static_cast<DWORD_PTR>(value) & 0xffff))
 #define HIWORD(value) (static_cast<WORD>((static_cast<DWORD_PTR>(value) >> 16) & 0xffff))
+#define LOBYTE(value) (static_cast<BYTE>(static_cast<DWORD_PTR>(value) & 0xff))
+#define HIBYTE(value) (static_cast<BYTE>((static_cast<DWORD_PTR>(value) >> 8) & 0xff))
+#define MAKELONG(low, high) \
+  static_cast<LONG>(static_cast<WORD>(low) | (static_cast<DWORD>(static_cast<WORD>(high)) << 16))
+#define FAILED(result) (static_cast<HRESULT>(result) < 0)
 #define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
 #define S_OK static_cast<HRESULT>(0)
+#define S_FALSE static_cast<HRESULT>(1)
 #define E_INVALIDARG static_cast<HRESULT>(0x80070057)
 #define E_FAIL static_cast<HRESULT>(0x80004005)

@@ -47,8 +47,6 @@ struct DEVMODEW {
 };
 static_assert(sizeof(DEVMODEW) == 220);
 
-using HGDIOBJ = HANDLE;
-
 #define DEFAULT_GUI_FONT 17
 #define DEFAULT_CHARSET 1
 #define LF_FACESIZE 32
@@ -77,4 +75,8 @@ HGDIOBJ WINAPI GetStockObject(int object);
 int WINAPI GetObjectW(HANDLE object, int size, LPVOID buffer);
 /// Ends a bitmap; the stock font stays.
 BOOL WINAPI DeleteObject(HGDIOBJ object);
+/// Only fonts. What was selected before; null on failure.
+HGDIOBJ WINAPI SelectObject(HDC context, HGDIOBJ object);
+/// Every character is as wide as half of the font's height of a line, those of East Asia twice as wide.
+BOOL WINAPI GetTextExtentPoint32W(HDC context, LPCWSTR text, int length, LPSIZE size);
 }

@@ -252,4 +252,9 @@ BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD
 /// ERROR_INVALID_DATATYPE; another place in the queue or another priority is ERROR_NOT_SUPPORTED, the place without
 /// PRINTER_ACCESS_ADMINISTER ERROR_ACCESS_DENIED.
 BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command);
+/// Show a dialog of the port monitor, owned by the window, and return when it is closed: FALSE with ERROR_CANCELLED
+/// when nothing was added or changed. Only "Standard TCP/IP Port" has one: ERROR_UNKNOWN_PRINT_MONITOR, or for a port
+/// that is no network port ERROR_NOT_SUPPORTED. `server` must be null or empty.
+BOOL WINAPI AddPortW(LPWSTR server, HWND owner, LPWSTR monitor);
+BOOL WINAPI ConfigurePortW(LPWSTR server, HWND owner, LPWSTR port);
 }

@@ -13,10 +13,14 @@ namespace {
 constexpr OSVERSIONINFOEXW kVersion = {sizeof(OSVERSIONINFOEXW), 10, 0, 19045, VER_PLATFORM_WIN32_NT, {}, 0, 0, 0,
                                        VER_NT_WORKSTATION,       0};
 
+// Of a screen of 1024 by 768 in the classic style. The numbers are those of the calls of the user interface.
+const std::map<int, int> kMetrics = {{0, 1024}, {1, 768}, {4, 20},  {5, 1},   {6, 1},  {7, 3},
+                                     {8, 3},    {11, 32}, {12, 32}, {49, 16}, {50, 16}};
+
 struct System {
   std::mutex mutex;
   OSVERSIONINFOEXW version = kVersion;
-  std::map<int, int> metrics;
+  std::map<int, int> metrics = kMetrics;
 };
 System& TheSystem() {
   static auto& system = *new System;

@@ -42,14 +42,14 @@ Message CallSpooler(const Message& request) {
 
 Message Failure(unsigned error, const std::string& reason) { return {{{"error", error}, {"reason", reason}}, {}}; }
 
-SpoolerAddress::SpoolerAddress(const std::string& home) : path_(home + "/spooler.sock") {
+SpoolerAddress::SpoolerAddress(const std::string& folder, const std::string& name) : path_(folder + "/" + name) {
   address_.sun_family = AF_UNIX;
-  std::string name = path_;
-  if (name.size() >= sizeof(address_.sun_path)) {
-    folder_ = UniqueFd(open(home.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    name = "/proc/self/fd/" + std::to_string(folder_.Get()) + "/spooler.sock";
+  std::string path = path_;
+  if (path.size() >= sizeof(address_.sun_path)) {
+    folder_ = UniqueFd(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    path = "/proc/self/fd/" + std::to_string(folder_.Get()) + "/" + name;
   }
-  std::memcpy(address_.sun_path, name.c_str(), name.size() + 1);
+  std::memcpy(address_.sun_path, path.c_str(), path.size() + 1);
 }
 
 SpoolerConnection::SpoolerConnection() : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {

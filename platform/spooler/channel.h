@@ -41,11 +41,11 @@ class SpoolerConnection final : public SpoolerService {
   UniqueFd socket_;
 };
 
-/// The address of the spooler's socket file of a home. A path that is too long for an address goes through the open
-/// folder, so the object must live until bind or connect has been called.
+/// The address of a socket file in a folder: by default the spooler's in a home. A path that is too long for an address
+/// goes through the open folder, so the object must live until bind or connect has been called.
 class SpoolerAddress {
  public:
-  explicit SpoolerAddress(const std::string& home);
+  explicit SpoolerAddress(const std::string& folder, const std::string& name = "spooler.sock");
 
   const sockaddr_un& Get() const { return address_; }
   const std::string& Path() const { return path_; }
