@@ -5,6 +5,9 @@
 
 #include <winsplp.h>
 
+#include <optional>
+#include <string>
+
 #include "core/fault/exception_handler.h"
 #include "core/fault/fault_resume.h"
 #include "core/module_instance.h"
@@ -14,7 +17,10 @@
 #include "monitor/net_mon_exception_handler.h"
 #include "monitor/network_service.h"
 #include "monitor/port_list.h"
+#include "network/client/xpml_client.h"
+#include "network/http/http_response.h"
 #include "network/network_service_object.h"
+#include "ui/printer_requests.h"
 #include "xpml/port/command_table.h"
 
 namespace {
@@ -22,6 +28,17 @@ namespace {
 /// Tells guards where the debug library is.
 portwise::EventLogReport noLog(nullptr);
 portwise::CommandTable portCommands;
+
+/// How the windows reach the monitor, from whatever process they are in.
+class ClientRequests final : public portwise::PrinterRequests {
+ public:
+  std::optional<std::string> Ask(const portwise::OString& printer, const std::string& request) override {
+    portwise::XpmlClient::ResponsePointer response;
+    if (portwise::XpmlClient(printer).Send(request, &response) == portwise::XpmlAnswer::None) return std::nullopt;
+    return response->Body();
+  }
+};
+ClientRequests windowRequests;
 
 }  // namespace
 
@@ -34,6 +51,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
       portwise::OExceptionHandler::SetDefaultReport(&noLog);
       portwise::SetPortCommands(&portCommands);
       portwise::CreatePortList();
+      portwise::SetPrinterRequests(&windowRequests);
       break;
     case DLL_PROCESS_DETACH:
       // Its threads use the ports. While it runs they keep the library from being freed, so here the process ends.

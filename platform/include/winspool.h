@@ -177,6 +177,22 @@ struct JOB_INFO_1W {
   SYSTEMTIME Submitted;
 };
 
+struct JOB_INFO_1A {
+  DWORD JobId;
+  LPSTR pPrinterName;
+  LPSTR pMachineName;
+  LPSTR pUserName;
+  LPSTR pDocument;
+  LPSTR pDatatype;
+  LPSTR pStatus;
+  DWORD Status;
+  DWORD Priority;
+  DWORD Position;
+  DWORD TotalPages;
+  DWORD PagesPrinted;
+  SYSTEMTIME Submitted;
+};
+
 struct JOB_INFO_2W {
   DWORD JobId;
   LPWSTR pPrinterName;
@@ -245,6 +261,9 @@ DWORD WINAPI SetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, DWORD
 DWORD WINAPI DeletePrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value);
 /// Levels 1 and 2.
 BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
+/// Level 1, of `count` jobs of the queue from place `first` on, which counts from 0. Texts are in the ANSI code page.
+BOOL WINAPI EnumJobsA(HANDLE printer, DWORD first, DWORD count, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
+                      LPDWORD returned);
 /// Level 0, without a buffer, is for commands. Level 1 changes the job and then carries out the command, unless that is
 /// 0. Of the status the bits of errors, of the printer's state and of printing are taken over; the others tell what
 /// happens to the job and stay. A null `pStatus` leaves the job without a text, a null document name or data type

@@ -38,7 +38,17 @@ SYSTEMTIME ParseTime(const std::string& text) {
   return time;
 }
 
-/// The members that both levels have.
+/// A field for a member that holds UTF-16, or bytes of the ANSI code page, which is UTF-8.
+template <class Info>
+void PackText(LPWSTR Info::*member, const Json& job, const char* field, Packer<Info>* packer) {
+  packer->Text(member, Field(job, field));
+}
+template <class Info>
+void PackText(LPSTR Info::*member, const Json& job, const char* field, Packer<Info>* packer) {
+  packer->Text(member, job.value(field, std::string()));
+}
+
+/// The members that all structures have.
 template <class Info>
 void PackJob(const Json& job, Info info, Packer<Info>* packer) {
   info.JobId = job.value("job", DWORD{0});
@@ -47,15 +57,17 @@ void PackJob(const Json& job, Info info, Packer<Info>* packer) {
   info.Position = job.value("position", DWORD{0});
   info.Submitted = ParseTime(job.value("submitted", std::string()));
   packer->Add(info);
-  packer->Text(&Info::pPrinterName, Field(job, "printer"));
-  packer->Text(&Info::pMachineName, Field(job, "machine"));
-  packer->Text(&Info::pUserName, Field(job, "user"));
-  packer->Text(&Info::pDocument, Field(job, "document"));
-  packer->Text(&Info::pDatatype, TEXT("RAW"));
+  PackText(&Info::pPrinterName, job, "printer", packer);
+  PackText(&Info::pMachineName, job, "machine", packer);
+  PackText(&Info::pUserName, job, "user", packer);
+  PackText(&Info::pDocument, job, "document", packer);
+  PackText(&Info::pDatatype, {{"datatype", "RAW"}}, "datatype", packer);
   // What was said of the job counts before the queue's own reason.
-  std::u16string status = Field(job, "statusText");
-  if (status.empty()) status = Field(job, "reason");
-  if (!status.empty()) packer->Text(&Info::pStatus, status);
+  for (const char* field : {"statusText", "reason"}) {
+    if (job.value(field, std::string()).empty()) continue;
+    PackText(&Info::pStatus, job, field, packer);
+    break;
+  }
 }
 
 /// Text members are null when there is no text.
@@ -104,6 +116,30 @@ BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD
   Packer<JOB_INFO_1W> packer;
   PackJob(reply->head, JOB_INFO_1W{}, &packer);
   return packer.Write(buffer, size, needed);
+}
+
+BOOL WINAPI EnumJobsA(HANDLE printer, DWORD first, DWORD count, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
+                      LPDWORD returned) {
+  auto opened = FindPrinterHandle(printer);
+  if (!opened) return FALSE;
+  if (level != 1) return Fail(ERROR_INVALID_LEVEL);
+  if (!needed || !returned) return Fail(ERROR_INVALID_PARAMETER);
+  *needed = *returned = 0;
+  Packer<JOB_INFO_1A> packer;
+  DWORD place = 0, listed = 0;
+  for (Json page{{"last", 0u}, {"more", true}}; listed < count && page.value("more", false);) {
+    auto reply = Order({{"op", "job-list"}, {"printer", opened->name}, {"after", page.value("last", 0u)}});
+    if (!reply) return FALSE;
+    page = reply->head;
+    for (const Json& job : Json::parse(reply->body, nullptr, false)) {
+      if (place++ < first || listed == count) continue;
+      PackJob(job, JOB_INFO_1A{}, &packer);
+      ++listed;
+    }
+  }
+  if (!packer.Write(buffer, size, needed)) return FALSE;
+  *returned = listed;
+  return TRUE;
 }
 
 BOOL WINAPI SetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD command) {

@@ -45,6 +45,12 @@ class Packer : public PackedStructures {
     Point(Offset(member), ended.c_str(), (ended.size() + 1) * sizeof(WCHAR), alignof(WCHAR));
   }
 
+  /// The same for a text of bytes.
+  void Text(LPSTR Structure::*member, std::string_view text) {
+    const std::string ended(text.substr(0, text.find('\0')));
+    Point(Offset(member), ended.c_str(), ended.size() + 1, alignof(char));
+  }
+
   /// Sets a member to texts one behind the other, each with its NUL, and one more NUL. Empty texts are left out.
   void Texts(LPWSTR Structure::*member, const std::vector<std::u16string>& texts) {
     std::u16string list;

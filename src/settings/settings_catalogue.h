@@ -23,6 +23,7 @@ enum class SettingId {
   ActivePollingInterval,
   IdlePollingInterval,
   TcpDelayedClosePeriod,
+  UserInterfaceClass,
   LoggingKey,
   ConfigurationSharing,
   KnownBidirectional,

@@ -14,7 +14,7 @@ namespace portwise {
 
 /// The spooler of the test's own process: printers with their drivers and data, one status for all jobs, and a record
 /// of what was asked of it and said of jobs and printers. Any thread may call; the test changes the members while
-/// nobody does.
+/// nobody does, or by Change.
 class FakeSpooler final : public platform::SpoolerService {
  public:
   struct Printer {
@@ -35,12 +35,19 @@ class FakeSpooler final : public platform::SpoolerService {
   nlohmann::json jobTexts = nlohmann::json::object();      ///< "document", "user", "machine" of every job
   std::vector<std::pair<unsigned, unsigned>> jobCommands;  ///< job, command
   std::map<std::string, int> orders;                       ///< how often each came
-  std::vector<nlohmann::json> changes;                     ///< orders that change a job's or printer's information
+  std::vector<nlohmann::json> changes;  ///< orders that change a job's or printer's information, or add a port
 
   /// What ports said of their jobs since the last call, one line each: the kind of word, a colon and the reason.
   std::string TakeReports() {
     const std::lock_guard lock(mutex_);
     return std::exchange(reports_, {});
+  }
+
+  /// Changes members while others may call.
+  template <class Body>
+  void Change(Body&& body) {
+    const std::lock_guard lock(mutex_);
+    body();
   }
 
   platform::Message Call(const platform::Message& request) override {
@@ -66,7 +73,7 @@ class FakeSpooler final : public platform::SpoolerService {
       if (!(request.head.value("access", 0u) & 4)) return platform::Failure(5, "not opened to be changed");
       found->second.facts.update(request.head);
       changes.push_back(request.head);
-    } else if (operation == "job-set") {
+    } else if (operation == "job-set" || operation == "port-add") {
       changes.push_back(request.head);
     } else if (operation == "job-get") {
       if (request.head["job"] == noJob) return platform::Failure(87, "no such job");
