@@ -1,5 +1,7 @@
 #include "host/cli/client_library.h"
 
+#include <algorithm>
+
 #include "host/cli/client.h"
 #include "platform/error_text.h"
 #include "platform/text.h"
@@ -12,6 +14,14 @@ template <class Function>
 void Find(HMODULE library, const char* name, Function* function) {
   *function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(library, name)));
   if (!*function) throw CommandError("the library portwise.dll has no function " + std::string(name));
+}
+
+/// Whether the network service has put a NUL behind the reply, so that it is a C string, as it does with text. Text
+/// that ends in a NUL of its own looks the same.
+bool IsTerminatedText(const std::string& reply) {
+  return reply.ends_with('\0') && std::all_of(reply.begin(), reply.end() - 1, [](char byte) {
+           return static_cast<unsigned char>(byte) >= 32 || byte == '\n' || byte == '\r';
+         });
 }
 
 }  // namespace
@@ -34,8 +44,7 @@ std::optional<std::string> ClientLibrary::Ask(SendFunction send, const std::stri
   std::string reply(static_cast<std::size_t>(size_(response)), '\0');
   reply.resize(static_cast<std::size_t>(data_(response, reply.data())));
   free_(response);
-  // Text has one more over HTTP, so that it is a C string.
-  if (answer == PORTWISE_ANSWERED_HTTP && reply.ends_with('\0')) reply.pop_back();
+  if (answer == PORTWISE_ANSWERED_HTTP && IsTerminatedText(reply)) reply.pop_back();
   return reply;
 }
 

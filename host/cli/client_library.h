@@ -21,7 +21,8 @@ class ClientLibrary {
   SendFunction Send() const { return send_; }
   SendFunction SendHttp() const { return sendHttp_; }
 
-  /// The reply to a request, which has no NUL in it; nothing without one, and the last error tells why.
+  /// The reply to a request, which has no NUL in it; nothing without one, and the last error tells why. The NUL that
+  /// text gets over HTTP is taken off.
   std::optional<std::string> Ask(SendFunction send, const std::string& printer, const std::string& request) const;
 
  private:

@@ -10,6 +10,7 @@
 #include "host/cli/driver_channel.h"
 #include "platform/error_text.h"
 #include "platform/text.h"
+#include "settings/printer_info.h"
 
 namespace portwise {
 
@@ -43,10 +44,13 @@ std::string ReadRequest(const std::string& argument) {
     case ERROR_INVALID_PRINTER_NAME:
       throw CommandError("the network service does not know printer " + driver.Name() + ", or its port is not open");
     case ERROR_INVALID_DATA:
-      throw CommandError("what answers for printer " + driver.Name() + " is no network service of a monitor");
+      throw CommandError("what answers for printer " + driver.Name() +
+                         " is no network service of a monitor, or one that refuses a request which is too large or "
+                         "comes while there is too much to do");
     case ERROR_NOT_SUPPORTED:
-      throw CommandError("the settings of printer " + driver.Name() +
-                         " close the way over the network ('portwise registry get \"NETWORK:TCP Enabled\"')");
+      throw CommandError(
+          "the settings of printer " + driver.Name() + " close the way over the network (\"NETWORK:" +
+          (PrinterInfo(platform::ToUtf16(driver.Name())).remote ? "Network Communication" : "TCP Enabled") + "\")");
     default:
       throw CommandError("no network service answers for printer " + driver.Name() + ": " + platform::ErrorText(error));
   }
@@ -121,9 +125,9 @@ void AddXpmlCommand(CLI::App& app) {
   xpml->add_option("REQUEST", arguments->request, "The request; - or nothing is standard input");
   xpml->add_option(
           "--channel", arguments->channel,
-          "How it travels: over http, to the network service; stored in the registry, which takes any bytes; any, "
-          "which "
-          "is the first of these that answers, and what is taken without this option; inline, as the name of a value; "
+          "How it travels: over http, to the network service, where a reply of text loses a NUL at its end; stored in "
+          "the registry, which takes any bytes; any, which is the first of these that answers, and what is taken "
+          "without this option; inline, as the name of a value; "
           "or monitoring, which has no request: it asks whether the port is monitored, and the reply is the byte 1")
       ->check(CLI::IsMember({"any", "http", "stored", "inline", "monitoring"}));
   xpml->callback([arguments] { Send(*arguments); });

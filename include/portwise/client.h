@@ -44,7 +44,8 @@ typedef struct PortwiseResponse PortwiseResponse;
  * be: 3 times and 1000 ms unless they are changed. */
 int WINAPI SendXPMLRequest(LPCWSTR printer, const char* request, PortwiseResponse** response);
 
-/* The same over HTTP alone, for a printer of any computer: PORTWISE_ANSWERED_HTTP or 0. */
+/* The same over HTTP alone, for a printer of any computer: PORTWISE_ANSWERED_HTTP or 0. An empty request ends in
+ * ERROR_INVALID_PRINTER_NAME, as the service does not tell it from a printer that it does not have. */
 int WINAPI SendXPMLRequest_HTTP(LPCWSTR printer, const char* request, PortwiseResponse** response);
 
 /* The same through the spooler alone, for a printer of this computer: PORTWISE_ANSWERED_SPOOLER or 0. The caller must

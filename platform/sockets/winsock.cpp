@@ -48,7 +48,7 @@ int TransferError(int descriptor, int error) {
   return error == EPIPE ? BrokenPipeError(descriptor) : SocketErrorOf(error);
 }
 
-/// Waits for a blocking connect that a signal interrupted; it goes on by itself.
+/// Waits for a blocking connect that has returned too early; it goes on by itself.
 int FinishConnect(int descriptor) {
   pollfd wait = {descriptor, POLLOUT, 0};
   while (::poll(&wait, 1, -1) < 0 && errno == EINTR) {
@@ -211,7 +211,10 @@ int connect(SOCKET socket, const sockaddr* address, int length) {
   if (descriptor < 0) return SOCKET_ERROR;
   if (!NamesPeer(address, length)) return FailSocketCall(WSAEADDRNOTAVAIL);
   int result = ::connect(descriptor, address, static_cast<socklen_t>(length));
-  if (result != 0 && errno == EINTR) result = FinishConnect(descriptor);
+  // A signal ends the system's wait, and so does the time that a send may take, which Winsock has for sends alone.
+  if (result != 0 && (errno == EINTR || (errno == EINPROGRESS && !IsNonBlocking(descriptor)))) {
+    result = FinishConnect(descriptor);
+  }
   // Under way, which Winsock does not tell from done when the socket does not block.
   const bool underWay = result != 0 && errno == EINPROGRESS;
   const int code = underWay ? WSAEWOULDBLOCK : SocketErrorOf(errno);

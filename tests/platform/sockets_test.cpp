@@ -8,6 +8,8 @@
 #include <cstring>
 #include <functional>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "platform/test_clock.h"
 #include "tests/support/fake_printer.h"
@@ -198,6 +200,26 @@ TEST_F(SocketsTest, ConnectAndRoomToWriteAreEvents) {
   EXPECT_EQ(printer_.Receive(sent).size(), sent);
   EXPECT_EQ(Await(), FD_WRITE);
   EXPECT_EQ(Await(20), 0);
+}
+
+TEST_F(SocketsTest, AConnectWaitsLongerThanASendMay) {
+  std::vector<SOCKET> others(9);  // as many as connect before the printer accepts
+  for (SOCKET& other : others) {
+    EXPECT_EQ(Connect(printer_.Port()), 0);
+    other = std::exchange(socket_, WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
+  }
+  const DWORD timeout = 50;
+  ASSERT_EQ(setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char*>(&timeout), sizeof timeout), 0);
+  std::thread accepting([&] {
+    Sleep(300);
+    while (printer_.Accept(10)) {
+    }
+  });
+  const DWORD start = GetTickCount();
+  EXPECT_EQ(Connect(printer_.Port()), 0);
+  EXPECT_GE(GetTickCount() - start, 300u);
+  accepting.join();
+  for (const SOCKET other : others) closesocket(other);
 }
 
 TEST_F(SocketsTest, AListenerIsToldOfClientsWhoseSocketsDoNotBlock) {

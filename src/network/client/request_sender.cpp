@@ -42,7 +42,8 @@ DWORD Exchange(std::string_view bytes, const OString& host, DWORD port, DWORD ti
     socket.SendAll(bytes);
     received = ReceiveResponse(&socket);
   } catch (const SocketException& failure) {
-    return static_cast<DWORD>(failure.Code());
+    // A failure may have left no error behind.
+    return failure.Code() != 0 ? static_cast<DWORD>(failure.Code()) : DWORD{WSAECONNRESET};
   }
   if (!response->Parse(received.data(), received.size(), true)) return ERROR_INVALID_DATA;
   if (response->StatusCode() == kStatusDone) return ERROR_SUCCESS;

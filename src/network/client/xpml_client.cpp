@@ -61,6 +61,16 @@ DWORD AskSpooler(const OString& printer, const OString& value) {
   return error == ERROR_SUCCESS && needed == 0 ? ERROR_INVALID_DATA : error;
 }
 
+/// ERROR_SUCCESS when `reply` is what the monitor of the printer has answered.
+DWORD AskThroughSpooler(const OString& printer, std::string_view request, std::string* reply) {
+  StoredRequest stored;
+  if (!stored.Store(request)) return request.empty() ? ERROR_INVALID_PARAMETER : ERROR_WRITE_FAULT;
+  const DWORD error = AskSpooler(printer, stored.ValueName(printer));
+  const bool read = stored.Read(reply);
+  // A reply of nothing takes the request's place as any other does, but the monitor does not tell it from a failure.
+  return read && reply->empty() ? ERROR_SUCCESS : error;
+}
+
 }  // namespace
 
 XpmlAnswer XpmlClient::Send(std::string_view request, ResponsePointer* response) const {
@@ -69,6 +79,10 @@ XpmlAnswer XpmlClient::Send(std::string_view request, ResponsePointer* response)
 }
 
 XpmlAnswer XpmlClient::SendHttp(std::string_view request, ResponsePointer* response) const {
+  if (info_.serverName.IsEmpty()) {  // the spooler does not know the printer
+    SetLastError(ERROR_INVALID_PRINTER_NAME);
+    return XpmlAnswer::None;
+  }
   const NetworkSettings settings(name_);
   if (!settings.IsOn(info_.remote ? SettingId::NetworkCommunication : SettingId::TcpEnabled)) {
     SetLastError(ERROR_NOT_SUPPORTED);
@@ -95,21 +109,13 @@ XpmlAnswer XpmlClient::SendHttp(std::string_view request, ResponsePointer* respo
 }
 
 XpmlAnswer XpmlClient::SendLocal(std::string_view request, ResponsePointer* response) const {
-  StoredRequest stored;
-  if (!stored.Store(request)) {
-    SetLastError(request.empty() ? ERROR_INVALID_PARAMETER : ERROR_WRITE_FAULT);
-    return XpmlAnswer::None;
-  }
-  const DWORD error = AskSpooler(name_, stored.ValueName(name_));
   std::string reply;
-  const bool read = stored.Read(&reply);
-  // A reply of nothing takes the request's place as any other does, but the monitor does not tell it from a failure.
-  if (error != ERROR_SUCCESS && !(read && reply.empty())) {
+  if (const DWORD error = AskThroughSpooler(name_, request, &reply); error != ERROR_SUCCESS) {
     SetLastError(error);
     return XpmlAnswer::None;
   }
   auto made = std::make_unique<HTTPResponse>();
-  if (read && !reply.empty()) {
+  if (!reply.empty()) {
     made->SetHeader("Content-Length", OString::FromUnsigned(reply.size()));
     made->SetBinaryBody(std::move(reply));
   }

@@ -17,9 +17,9 @@ enum class XpmlAnswer { None = 0, Http = 1, Spooler = 2 };
 /// Sends XPML requests to the monitor that drives a printer, of this computer or of another one. One thread at a time.
 ///
 /// Without an answer `response` stays as it was, and the thread's last error tells why: what SendRequest and the
-/// spooler say, ERROR_NOT_SUPPORTED for a way that is closed by the settings or leads to another computer, and
-/// ERROR_WRITE_FAULT for a request that the registry does not take. An answer may still be the second one: when the
-/// first was lost on its way the request runs again.
+/// spooler say, ERROR_INVALID_PRINTER_NAME for a printer that the spooler does not know, ERROR_NOT_SUPPORTED for HTTP
+/// when the settings close that way, and ERROR_WRITE_FAULT for a request that the registry does not take. An answer may
+/// still be the second one: when the first was lost on its way the request runs again.
 class XpmlClient {
  public:
   using ResponsePointer = std::unique_ptr<HTTPResponse>;
