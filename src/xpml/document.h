@@ -97,7 +97,7 @@ class XPML_Document {
   enum class Mode { Text, MatchingStart, Tag, Entity };
 
   const char* Step(const char* at, const char* runEnd, const char* end);
-  const char* MatchStart(const char* at);
+  const char* MatchStart(const char* at, const char* end);
   const char* ReadPlain(const char* at, const char* runEnd, const char* end);
   const char* ReadSection(const char* at, const char* runEnd);
   const char* ReadTag(const char* at, const char* runEnd);

@@ -116,7 +116,7 @@ bool XPML_Document::ParseFrom(const char* at, const char* end) {
 const char* XPML_Document::Step(const char* at, const char* runEnd, const char* end) {
   switch (mode_) {
     case Mode::MatchingStart:
-      return MatchStart(at);
+      return MatchStart(at, end);
     case Mode::Tag:
       return ReadTag(at, runEnd);
     case Mode::Entity:
@@ -127,7 +127,8 @@ const char* XPML_Document::Step(const char* at, const char* runEnd, const char* 
   return inSection_ ? ReadSection(at, runEnd) : ReadPlain(at, runEnd, end);
 }
 
-const char* XPML_Document::MatchStart(const char* at) {
+/// What turns out to be no start may be followed by one: nothing that a chunk begins with changes what it is.
+const char* XPML_Document::MatchStart(const char* at, const char* end) {
   startMatch_[startMatchCount_] = *at;
   const std::string_view matched(startMatch_, startMatchCount_ + 1);
   const bool matches = kStart.substr(0, matched.size()) == matched;
@@ -135,14 +136,15 @@ const char* XPML_Document::MatchStart(const char* at) {
     ++startMatchCount_;
     return at + 1;
   }
+  const bool again = !matches && *at == kStart[0];
   if (matches) {
     inSection_ = true;
   } else {
-    AppendBytes(matched);
+    AppendBytes(again ? matched.substr(0, matched.size() - 1) : matched);
   }
   mode_ = Mode::Text;
   startMatchCount_ = 0;
-  return at + 1;
+  return again ? ReadPlain(at, at + 1, end) : at + 1;
 }
 
 const char* XPML_Document::ReadPlain(const char* at, const char* runEnd, const char* end) {
@@ -153,7 +155,7 @@ const char* XPML_Document::ReadPlain(const char* at, const char* runEnd, const c
       position_ = bracket;
       FlushText();
       mode_ = Mode::MatchingStart;
-      return MatchStart(bracket);
+      return MatchStart(bracket, end);
     }
     ++bracket;
   }

@@ -80,7 +80,11 @@ class ModelDocument {
 
   void Take(const std::string& chunk, size_t at) {
     const char byte = chunk[at];
-    if (matching_) {
+    if (matching_ && byte == '<') {
+      Current() += std::exchange(match_, "");
+      matching_ = false;
+      Take(chunk, at);
+    } else if (matching_) {
       Match(byte);
     } else if (inTag_) {
       if (byte != '>') {

@@ -224,6 +224,22 @@ TEST(XpmlParser, TakesMarkupAsItIsWritten) {
   for (const auto& [request, expected] : cases) EXPECT_EQ(Reply(request), expected) << request;
 }
 
+TEST(XpmlParser, FindsASectionWhereverTheChunksEnd) {
+  const std::string stream = "a<<x<xp<xpml>b<reverse>dc</reverse></xpml><<<xpml/><";
+  for (size_t first = 0; first <= stream.size(); ++first) {
+    for (size_t second = first; second <= stream.size(); ++second) {
+      TextBuffer reply;
+      XPML_Document document;
+      BindDocumentToPort(nullptr, document, reply);
+      for (const auto& [from, to] : {std::pair(size_t{0}, first), {first, second}, {second, stream.size()}}) {
+        document.Parse(stream.data() + from, static_cast<int>(to - from));
+      }
+      document.EndStream();
+      ASSERT_EQ(reply.View(), "a<<x<xpbcd<<<xpml/><") << first << ", " << second;
+    }
+  }
+}
+
 TEST(XpmlParser, HandlesAttributesByTheirRules) {
   struct Seen {
     std::string name, value, flag;
