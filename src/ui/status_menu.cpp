@@ -30,7 +30,8 @@ constexpr PrinterCommand kPrinterCommands[] = {
 };
 
 void Show(HMENU menu, HWND window, POINT place, const OString& printer) {
-  EnableMenuItem(menu, kStatusMonitoring, MF_BYCOMMAND | (HasStatusSettings(printer) ? MF_ENABLED : MF_GRAYED));
+  const bool known = HasStatusSettings(printer) || FindRegisteredWindow(printer, PrinterWindow::StatusMonitoring);
+  EnableMenuItem(menu, kStatusMonitoring, MF_BYCOMMAND | (known ? MF_ENABLED : MF_GRAYED));
   // The menu of a window that is not in front would not close when the user clicks elsewhere.
   SetForegroundWindow(window);
   TrackPopupMenu(menu, TPM_RIGHTBUTTON, place.x, place.y, 0, window, nullptr);

@@ -38,10 +38,10 @@ bool CanOpen(const OString& printer) {
   return false;
 }
 
-void RunWindow(const MonitorCommandLine& line) {
-  if (!CanOpen(line.printer)) return;
-  StatusWindow window(line.printer);
-  if (window.Create(line.hidden)) window.RunUntilClosed();
+void RunWindow(const OString& printer, bool hidden) {
+  if (!CanOpen(printer)) return;
+  StatusWindow window(printer);
+  if (window.Create(hidden)) window.RunUntilClosed();
 }
 
 bool IsWantedAtLogon(const OString& printer) {
@@ -76,10 +76,10 @@ void RunStatusMonitor(const OString& commandLine) {
   switch (line.verb) {
     case MonitorVerb::Open:
       if (running && !line.newWindow) return BringForward(running);
-      return RunWindow(line);
+      return RunWindow(line.printer, line.hidden);
     case MonitorVerb::Init:
       if (running && !line.newWindow) return;
-      if (IsWantedAtLogon(line.printer)) RunWindow(line);
+      if (IsWantedAtLogon(line.printer)) RunWindow(line.printer, false);
       return;
     case MonitorVerb::Show:
       if (running) BringForward(running);
