@@ -64,7 +64,11 @@ void PortContext::ConnectTo() {
 void PortContext::Close() {
   ready_ = false;
   closing_ = true;
-  while (users_ > 0) Sleep(kUsersSlice);
+  while (users_ > 0) {
+    // Whoever waits for the printer's status need not any longer.
+    SetEvent(events_.StatusUpdated());
+    Sleep(kUsersSlice);
+  }
   statusMonitor_.Stop();
   try {
     if (!IsTcp()) documents_.AbandonAll();
@@ -239,6 +243,10 @@ DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& typ
   DWORD code = 0;
   const bool published = monitoring_.IsPossible();
   {
+    if (closing_) {
+      Warn("The port is being closed: what a special operation had for the printer was not sent.");
+      return kStatusOffline;
+    }
     // The plug-in may write, which takes a document and the connection.
     RequestDocument document(*this);
     if (!document.HasBegun()) {

@@ -151,7 +151,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   /// cannot be written of the former is kept, of the latter lost with a warning.
   void PrintPacket(XPML_Document& document, std::string_view bytes);
   /// Runs a plug-in's special operation with the printer. A status code, 0 for success; any other silences the port
-  /// until the next job, and is published where the printer's status is.
+  /// until the next job, and is published where the printer's status is. Nothing once the port is being closed.
   DWORD RunSpecialOperation(const OString& reader, const OString& type, DWORD copies, std::string_view data);
 
   /// Whether the spooler is deleting the job in progress, or has deleted it.

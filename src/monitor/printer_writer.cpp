@@ -15,22 +15,26 @@ size_t PrinterWriter::Write(std::string_view bytes, WriteOutcome* outcome) {
     outcome->failure = std::current_exception();
     return 0;
   }
-  return WriteAdmitted(bytes, outcome);
+  return WriteAdmitted(Source::Job, bytes, outcome);
 }
 
-size_t PrinterWriter::WriteAdmitted(std::string_view bytes, WriteOutcome* outcome) {
+size_t PrinterWriter::WriteRequest(std::string_view bytes, WriteOutcome* outcome) {
+  return WriteAdmitted(Source::Request, bytes, outcome);
+}
+
+size_t PrinterWriter::WriteAdmitted(Source source, std::string_view bytes, WriteOutcome* outcome) {
   if (bytes.empty() || IsSilenced()) return 0;
   size_t done = 0;
   // What the connection took before it threw must not be sent again.
   try {
-    WriteAll(bytes, &done, outcome);
+    WriteAll(source, bytes, &done, outcome);
   } catch (...) {
     outcome->failure = std::current_exception();
   }
   return done;
 }
 
-void PrinterWriter::WriteAll(std::string_view bytes, size_t* done, WriteOutcome* outcome) {
+void PrinterWriter::WriteAll(Source source, std::string_view bytes, size_t* done, WriteOutcome* outcome) {
   Connection& connection = port_.PrinterConnection();
   const ConnectionUse use(connection);
   if (IsSilenced()) return;
@@ -38,6 +42,7 @@ void PrinterWriter::WriteAll(std::string_view bytes, size_t* done, WriteOutcome*
   DWORD lastProgress = GetTickCount();
   for (bool again = false; *done < bytes.size(); again = true) {
     if (again && port_.JobIsDeleted()) return;
+    if (source == Source::Request && port_.IsClosing()) return;
     if (connection.GetStatus(STATUS_DISCONNECTED) & STATUS_DISCONNECTED) {
       outcome->unreachable = true;
       return;

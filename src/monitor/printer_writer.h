@@ -29,8 +29,8 @@ class PrinterWriter {
   /// room, or the job is being deleted. The bytes that were taken; what stopped the rest is added to `*outcome`.
   /// Nothing is written once a plug-in has reported a status. Any thread, one at a time for the time of the write.
   size_t Write(std::string_view bytes, WriteOutcome* outcome);
-  /// The same for bytes that flow control has admitted.
-  size_t WriteAdmitted(std::string_view bytes, WriteOutcome* outcome);
+  /// The same for the bytes of a request, which flow control has admitted. The port's close does not wait for them.
+  size_t WriteRequest(std::string_view bytes, WriteOutcome* outcome);
 
   /// A plug-in reported a status: nothing goes to the printer until the next job, and what would is dropped. Any
   /// thread.
@@ -39,7 +39,10 @@ class PrinterWriter {
   bool IsSilenced() const { return silenced_; }
 
  private:
-  void WriteAll(std::string_view bytes, size_t* done, WriteOutcome* outcome);
+  enum class Source { Job, Request };
+
+  size_t WriteAdmitted(Source source, std::string_view bytes, WriteOutcome* outcome);
+  void WriteAll(Source source, std::string_view bytes, size_t* done, WriteOutcome* outcome);
   bool WriteSome(std::string_view bytes, size_t* done);
 
   PortContext& port_;

@@ -31,7 +31,7 @@ void RequestPacket::Deliver() {
   if (port_.Documents().IsAskingPrinter() || !AwaitRoom()) return;
   RequestDocument document(port_);
   if (!document.HasBegun()) return;
-  done_ = port_.Writer().WriteAdmitted(bytes_, &outcome_);
+  done_ = port_.Writer().WriteRequest(bytes_, &outcome_);
   try {
     if (done_ > 0) port_.StatusWatch().Touch();
     // Within a job the block is the job's, and has no data of its own yet.
@@ -42,15 +42,16 @@ void RequestPacket::Deliver() {
   document.End();
 }
 
-/// Waits within the send timeout until the printer has room. The status thread that is asked for it needs the
-/// documents' lock, so nobody may hold that meanwhile.
+/// Waits within the send timeout until the printer has room, unless the port is being closed. The status thread that is
+/// asked for it needs the documents' lock, so nobody may hold that meanwhile.
 bool RequestPacket::AwaitRoom() {
   const DWORD start = GetTickCount();
-  while (!port_.Flow().Admits(bytes_.size(), &outcome_)) {
+  while (!port_.IsClosing()) {
+    if (port_.Flow().Admits(bytes_.size(), &outcome_)) return true;
     if (port_.Writer().IsSilenced() || outcome_.Failed() || GetTickCount() - start > port_.SendTimeout()) return false;
     Sleep(kPause);
   }
-  return true;
+  return false;
 }
 
 }  // namespace portwise

@@ -11,7 +11,7 @@ namespace portwise {
 class PortContext;
 
 /// Bytes that a request prints: a document of their own, or within a job a part of the job's. Delivered within the send
-/// timeout, or lost with a warning. For one packet.
+/// timeout and before the port's close, or lost with a warning. For one packet.
 class RequestPacket {
  public:
   RequestPacket(PortContext& port, std::string_view bytes) : port_(port), bytes_(bytes) {}

@@ -8,6 +8,13 @@ constexpr int kMaxStopping = 256;
 constexpr DWORD kClosePatience = 5000;  // ms, as is the next
 constexpr DWORD kCloseSlice = 100;
 
+using Stage = Network_ClientThread::Stage;
+
+/// Whether `client` has waited longer than `other`, of which there may be none.
+bool WaitsLonger(const Network_ClientThread* client, const Network_ClientThread* other) {
+  return !other || static_cast<LONG>(other->LastProgress() - client->LastProgress()) > 0;
+}
+
 }  // namespace
 
 bool ClientList::RegisterClient(Network_ClientThread* client) {
@@ -21,19 +28,37 @@ bool ClientList::MakeRoom() {
   int stopping = 0;
   Network_ClientThread* waiting = nullptr;
   Network_ClientThread* sending = nullptr;
-  const DWORD now = GetTickCount();
   for (Network_ClientThread* client : clients_) {
     if (client->IsStopping()) {
       ++stopping;
-    } else if (client->CurrentStage() == Network_ClientThread::Stage::Receiving) {
+    } else if (client->CurrentStage() == Stage::Receiving) {
       if (!waiting) waiting = client;
-    } else if (client->CurrentStage() == Network_ClientThread::Stage::Sending) {
-      if (!sending || now - client->LastProgress() > now - sending->LastProgress()) sending = client;
+    } else if (client->CurrentStage() == Stage::Sending) {
+      if (WaitsLonger(client, sending)) sending = client;
     }
   }
   if (clients_.Size() - stopping < kMaxClients) return true;
   if (stopping >= kMaxStopping || (!waiting && !sending)) return false;
   (waiting ? waiting : sending)->RequestStop();
+  return true;
+}
+
+bool ClientList::MakeRoomInBudget(const Network_ClientThread* client, const RequestBudget& budget, size_t bytes) {
+  const OScopedLock lock(lock_);
+  size_t coming = budget.Left();
+  for (const Network_ClientThread* each : clients_) {
+    if (each != client && each->IsStopping() && each->CurrentStage() != Stage::Handling) coming += each->BudgetTaken();
+  }
+  while (coming < bytes) {
+    Network_ClientThread* longest = nullptr;
+    for (Network_ClientThread* each : clients_) {
+      if (each == client || each->IsStopping() || each->CurrentStage() == Stage::Handling) continue;
+      if (each->BudgetTaken() > 0 && WaitsLonger(each, longest)) longest = each;
+    }
+    if (!longest) return false;
+    coming += longest->BudgetTaken();
+    longest->RequestStop();
+  }
   return true;
 }
 

@@ -51,9 +51,10 @@ void ClientPool::Run(void* context) {
   do {
     worker->client->ThreadProc();
     worker->client.reset();
+    // What was learned of printers for this client is out of date for the next one, and grows with each name. Whoever
+    // has seen the pool closed may end the library.
+    ThreadLocalSlot::DestroyObjects();
   } while (worker->pool.AwaitClient(*worker));
-  // Whoever has seen the pool closed may end the library.
-  ThreadLocalSlot::DestroyObjects();
   const OScopedLock lock(worker->pool.lock_);
   --worker->pool.threads_;
 }

@@ -14,14 +14,15 @@ constexpr size_t kMaxSend = 200000;
 constexpr DWORD kLinger = 2000;  // ms
 constexpr int kDropped = 4096;
 constexpr DWORD kUnavailable = 503;
-
-/// A receive that failed for the moment only.
-bool IsPassing(int error) { return error == WSAEWOULDBLOCK || error == WSAENOBUFS; }
+// Those that are closed for others need a moment to go.
+constexpr DWORD kRoomPause = 10;  // ms, as is the next
+constexpr DWORD kRoomPatience = 500;
+constexpr DWORD kBufferPause = 100;
 
 }  // namespace
 
 Network_ClientThread::Network_ClientThread(WebServerBase& server, unique_socket socket)
-    : server_(server), socket_(std::move(socket)), request_(server.Budget()) {}
+    : server_(server), socket_(std::move(socket)), share_(server.Budget()) {}
 
 Network_ClientThread::~Network_ClientThread() { server_.Clients().UnregisterClient(this); }
 
@@ -52,29 +53,61 @@ void Network_ClientThread::Serve() {
     std::string response;
     if (!server_.HandleRequest(request_.Bytes(), &response, &keep)) return;
     request_.Clear();
+    if (!Hold(response.capacity())) {
+      keep = false;
+      MakeUnavailable(&response);
+    }
     if (!Send(response)) return;
+    response = std::string();
+    share_.Hold(0);
   }
   Linger();
 }
 
 bool Network_ClientThread::ReceiveRequest() {
   stage_ = Stage::Receiving;
+  progress_ = GetTickCount();
   while (!stopping_) {
+    if (!Hold(request_.NextCapacity())) {
+      request_.Refuse();
+      return false;
+    }
     char* const room = request_.Room();
     if (!room) return false;
     const int received = recv(socket_.Get(), room, static_cast<int>(request_.RoomSize()), 0);
     if (received > 0) {
+      progress_ = GetTickCount();
       request_.Filled(static_cast<size_t>(received));
       server_.Statistics().CountReceived(static_cast<size_t>(received));
       if (server_.IsRequestComplete(request_)) return true;
       if (request_.Refusal() != 0) return false;
     } else {
-      if (received == 0 || !IsPassing(WSAGetLastError())) return false;
+      if (received == 0) return false;
+      const int error = WSAGetLastError();
       request_.NotFilled();
-      if (Await(server_.ClientIdleTimeout()) == 0) return false;
+      if (!AwaitMore(error, server_.ClientIdleTimeout())) return false;
     }
   }
   return false;
+}
+
+/// Takes what the client needs in all of the memory that they have together; clients that have waited longer give way.
+bool Network_ClientThread::Hold(size_t bytes) {
+  const DWORD begin = GetTickCount();
+  while (!share_.Hold(bytes)) {
+    if (stopping_ || GetTickCount() - begin > kRoomPatience ||
+        !server_.Clients().MakeRoomInBudget(this, server_.Budget(), share_.Missing(bytes))) {
+      return false;
+    }
+    Sleep(kRoomPause);
+  }
+  return true;
+}
+
+void Network_ClientThread::MakeUnavailable(std::string* response) {
+  *response = std::string();
+  share_.Hold(0);
+  server_.MakeRefusal(kUnavailable, response);
 }
 
 bool Network_ClientThread::Send(std::string_view response) {
@@ -104,6 +137,10 @@ void Network_ClientThread::TurnAway() {
   std::string response;
   server_.MakeRefusal(kUnavailable, &response);
   send(socket_.Get(), response.data(), static_cast<int>(response.size()), 0);
+  // A close with bytes unread would take the response back.
+  shutdown(socket_.Get(), SD_SEND);
+  char dropped[kDropped];
+  recv(socket_.Get(), dropped, kDropped, 0);
 }
 
 void Network_ClientThread::Refuse() {
@@ -111,6 +148,7 @@ void Network_ClientThread::Refuse() {
   server_.MakeRefusal(request_.Refusal(), &response);
   refused_ = true;
   request_.Clear();
+  share_.Hold(0);
   if (Send(response)) Linger();
 }
 
@@ -125,7 +163,7 @@ void Network_ClientThread::Linger() {
   for (DWORD passed = 0; passed < kLinger && !stopping_; passed = GetTickCount() - begin) {
     const int received = recv(socket_.Get(), dropped, kDropped, 0);
     if (received > 0) continue;
-    if (received == 0 || !IsPassing(WSAGetLastError()) || Await(kLinger - passed) == 0) return;
+    if (received == 0 || !AwaitMore(WSAGetLastError(), kLinger - passed)) return;
   }
 }
 
@@ -136,6 +174,13 @@ bool Network_ClientThread::Select() {
   if (!networkEvent_ || !stopEvent_) return false;
   stop_ = stopEvent_.Get();
   return WSAEventSelect(socket_.Get(), networkEvent_.Get(), kEvents) == 0;
+}
+
+/// Waits after a receive that failed; false when it failed for good, or the client is to be waited for no longer.
+bool Network_ClientThread::AwaitMore(int error, DWORD timeout) {
+  // Where the system has no buffers left, the wait ends at once.
+  if (error == WSAENOBUFS) Sleep(kBufferPause);
+  return (error == WSAEWOULDBLOCK || error == WSAENOBUFS) && Await(timeout) != 0;
 }
 
 /// What happens at the socket next; 0 when the client is to be waited for no longer. With a timeout of 0 there is none.

@@ -3,9 +3,11 @@
 #include <winsock2.h>
 
 #include <atomic>
+#include <string>
 #include <string_view>
 
 #include "core/socket_handle.h"
+#include "network/request_budget.h"
 #include "network/request_buffer.h"
 
 namespace portwise {
@@ -33,26 +35,32 @@ class Network_ClientThread {
   /// Answers that nobody has time for the client, as far as its system takes that at once.
   void TurnAway();
 
-  /// Ends the waits for the client. Any thread, as the three below, as long as the client is in the list.
+  /// Ends the waits for the client. Any thread, as all below, as long as the client is in the list.
   void RequestStop();
   /// Ends the connection under a thread that has not ended in time.
   void Abandon();
   bool IsStopping() const { return stopping_; }
   Stage CurrentStage() const { return stage_; }
-  /// When the client last took a part of its response.
+  /// When the client last sent something, or took a part of its response.
   DWORD LastProgress() const { return progress_; }
+  /// What it holds of the memory that the clients have together.
+  size_t BudgetTaken() const { return share_.Taken(); }
 
  private:
   void Serve();
   bool ReceiveRequest();
+  bool Hold(size_t bytes);
+  void MakeUnavailable(std::string* response);
   bool Send(std::string_view response);
   void Refuse();
   void Linger();
   bool Select();
+  bool AwaitMore(int error, DWORD timeout);
   LONG Await(DWORD timeout);
 
   WebServerBase& server_;
   unique_socket socket_;
+  BudgetShare share_;  // for the request, until there is a response, and then for that
   RequestBuffer request_;
   bool refused_ = false;
   unique_socket_event networkEvent_;

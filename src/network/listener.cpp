@@ -10,7 +10,6 @@ constexpr DWORD kFailurePause = 100;  // ms
 }  // namespace
 
 int Listener::Open(DWORD address, DWORD port) {
-  if (!library_) return WSAVERNOTSUPPORTED;
   if (port == 0 || port > 0xFFFF) return WSAEADDRNOTAVAIL;
   return TryOpen(address, static_cast<WORD>(port)) ? 0 : WSAGetLastError();
 }
@@ -59,7 +58,15 @@ void Listener::Pause(DWORD milliseconds) {
 
 void Listener::End() {
   ended_ = true;
-  WSASetEvent(shutdown_.Get());
+  const OScopedLock lock(endLock_);
+  if (shutdown_) WSASetEvent(shutdown_.Get());
+}
+
+void Listener::Close() {
+  const OScopedLock lock(endLock_);
+  shutdown_.Reset();
+  accept_.Reset();
+  socket_.Reset();
 }
 
 }  // namespace portwise

@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-#include "connection/socket_library.h"
 #include "core/socket_handle.h"
+#include "core/synchronizer.h"
 
 namespace portwise {
 
@@ -23,15 +23,18 @@ class Listener {
   /// Waits for as long, or until End.
   void Pause(DWORD milliseconds);
 
-  /// Ends the waits for good. Any thread, once the listener is open.
+  /// Gives up the port; clients that wait are refused.
+  void Close();
+
+  /// Ends the waits for good. Any thread.
   void End();
 
  private:
   bool TryOpen(DWORD address, WORD port);
 
-  const SocketLibrary library_;
   std::atomic<bool> ended_{false};
-  unique_socket_event shutdown_;
+  OCriticalSection endLock_;
+  unique_socket_event shutdown_;  // changed under endLock_ once it may be set
   unique_socket_event accept_;
   unique_socket socket_;
 };

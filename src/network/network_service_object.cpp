@@ -45,12 +45,13 @@ NetworkServiceObject& NetworkServiceObject::Instance() {
 /// A thread that finds another one at it leaves it to that one.
 void NetworkServiceObject::Start() {
   if (IsRunning() || !lifecycle_.TryLock()) return;
+  ended_ = false;
   Guarded("NetworkServiceObject::Start", [this] { ApplySettings(); });
   lifecycle_.Unlock();
 }
 
 void NetworkServiceObject::ApplySettings() {
-  if (IsRunning()) return;
+  if (IsRunning() || ended_) return;
   computerName_ = ComputerName();
   const ORegistry registry;
   const auto isOn = [&](SettingId id) {
@@ -67,7 +68,13 @@ void NetworkServiceObject::ApplySettings() {
 void NetworkServiceObject::Restart() {
   if (restarting_.exchange(true)) return;
   const auto restart = [](void*) { Guarded("RestartNetworkService", RestartNetworkService); };
-  if (!StartDetachedThread(restart, nullptr)) restarting_ = false;
+  try {
+    if (StartDetachedThread(restart, nullptr)) return;
+  } catch (...) {
+    restarting_ = false;
+    throw;
+  }
+  restarting_ = false;
 }
 
 void NetworkServiceObject::StartAnew() {
@@ -91,6 +98,7 @@ void NetworkServiceObject::OpenPortOf(const OString& printer) {
 }
 
 void NetworkServiceObject::End() {
+  ended_ = true;
   // Where the process ends, whoever was at it may never let go.
   const DWORD begin = GetTickCount();
   while (!lifecycle_.TryLock()) {

@@ -47,6 +47,7 @@ class NetworkServiceObject final : public WebServerHTTP, public NetworkService {
   EventLogReport faults_{&log_};
   OCriticalSection lifecycle_;           // around starts and ends
   std::atomic<bool> restarting_{false};  // a restart has been asked for and has not begun
+  std::atomic<bool> ended_{false};       // since the last start by Start: a restart under way does not start it again
   std::atomic<ULONGLONG> warnedOf_{0};   // the port with the error that was told last
 };
 

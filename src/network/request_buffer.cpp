@@ -3,41 +3,37 @@
 #include <algorithm>
 #include <new>
 
+#include "network/request_budget.h"
+
 namespace portwise {
 namespace {
 
-constexpr size_t kFirstRoom = 4096;
+constexpr size_t kFirstRoom = BudgetShare::kFree;
 constexpr DWORD kTooLarge = 413;
 constexpr DWORD kUnavailable = 503;
 
 }  // namespace
 
-bool RequestBudget::Take(size_t bytes) {
-  size_t taken = taken_;
-  do {
-    if (bytes > kBytes - std::min(taken, kBytes)) return false;
-  } while (!taken_.compare_exchange_weak(taken, taken + bytes));
-  return true;
-}
-
 char* RequestBuffer::Room() {
-  if (size_ == capacity_) {
-    const size_t more = capacity_ == 0 ? kFirstRoom : capacity_;
-    std::unique_ptr<char[]> grown;
-    if (budget_.Take(more)) {
-      grown.reset(new (std::nothrow) char[capacity_ + more]);
-      if (!grown) budget_.Return(more);
-    }
+  if (const size_t capacity = NextCapacity(); capacity > capacity_) {
+    std::unique_ptr<char[]> grown(new (std::nothrow) char[capacity]);
     if (!grown) {
-      refusal_ = kUnavailable;
+      Refuse();
       return nullptr;
     }
     std::copy_n(bytes_.get(), size_, grown.get());
     bytes_ = std::move(grown);
-    capacity_ += more;
+    capacity_ = capacity;
   }
   return bytes_.get() + size_;
 }
+
+size_t RequestBuffer::NextCapacity() const {
+  if (size_ < capacity_) return capacity_;
+  return capacity_ == 0 ? kFirstRoom : 2 * capacity_;
+}
+
+void RequestBuffer::Refuse() { refusal_ = kUnavailable; }
 
 size_t RequestBuffer::RoomSize() const { return std::min(capacity_ - size_, kMaxReceive); }
 
@@ -52,7 +48,6 @@ bool RequestBuffer::LookForRequest() {
 }
 
 void RequestBuffer::Clear() {
-  budget_.Return(capacity_);
   bytes_.reset();
   capacity_ = 0;
   size_ = 0;

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -11,24 +10,10 @@
 
 namespace portwise {
 
-/// What all requests that are arriving or being answered may take of the memory together. Any thread.
-class RequestBudget {
- public:
-  static constexpr size_t kBytes = size_t{256} << 20;
-
-  bool Take(size_t bytes);
-  void Return(size_t bytes) { taken_ -= bytes; }
-  size_t Taken() const { return taken_; }
-
- private:
-  std::atomic<size_t> taken_{0};
-};
-
 /// The bytes of one request while they arrive. Without any it takes no memory. One thread at a time.
 class RequestBuffer {
  public:
-  explicit RequestBuffer(RequestBudget& budget) : budget_(budget) {}
-  ~RequestBuffer() { Clear(); }
+  RequestBuffer() = default;
   RequestBuffer(const RequestBuffer&) = delete;
   RequestBuffer& operator=(const RequestBuffer&) = delete;
 
@@ -36,8 +21,10 @@ class RequestBuffer {
   static constexpr size_t kMaxReceive = 100000;
 
   /// Room for the next receive, behind the bytes that are there: some kilobytes at first, and more the more has come.
-  /// Null when the budget or the memory is used up, and the request is refused then.
+  /// Null when the memory is used up, and the request is refused then.
   char* Room();
+  /// How many bytes the buffer takes once there is that room.
+  size_t NextCapacity() const;
   size_t RoomSize() const;
   /// So many bytes have been put there.
   void Filled(size_t bytes) { size_ += bytes; }
@@ -50,11 +37,12 @@ class RequestBuffer {
   bool LookForRequest();
   /// The HTTP status that refuses the request; 0 while nothing does.
   DWORD Refusal() const { return refusal_; }
+  /// There is nothing to spare for the rest of it.
+  void Refuse();
 
   void Clear();
 
  private:
-  RequestBudget& budget_;
   std::unique_ptr<char[]> bytes_;
   size_t capacity_ = 0;
   size_t size_ = 0;

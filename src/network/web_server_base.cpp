@@ -31,17 +31,20 @@ bool WebServerBase::Run(DWORD port, DWORD clientIdleTimeout, DWORD bindAddress) 
   port_ = port;
   clientIdleTimeout_ = clientIdleTimeout;
   statistics_.Reset();
+  if (!library_ || !*library_) library_ = std::make_unique<SocketLibrary>();
   listener_ = std::make_unique<Listener>();
   threads_.Open();
   ResetEvent(launched_.Get());
   if (!acceptThread_.Start([](void* self) { static_cast<WebServerBase*>(self)->AcceptThread(); }, this)) return false;
-  return WaitForSingleObject(launched_.Get(), kLaunchPatience) == WAIT_OBJECT_0;
+  if (WaitForSingleObject(launched_.Get(), kLaunchPatience) != WAIT_OBJECT_0) return false;
+  if (!running_ && threads_.ThreadCount() == 0) library_.reset();
+  return true;
 }
 
 void WebServerBase::AcceptThread() {
   NetMonExceptionHandler guard("WebServerBase::AcceptThread", NetMonExceptionHandler::kReportEventLog);
   const BOOL listening = RunGuarded(guard, [this] {
-    const int error = listener_->Open(bindAddress_, port_);
+    const int error = *library_ ? listener_->Open(bindAddress_, port_) : WSAVERNOTSUPPORTED;
     if (error != 0) {
       OnListenFailed(error);
       return FALSE;
@@ -50,12 +53,17 @@ void WebServerBase::AcceptThread() {
     OnListening();
     return TRUE;
   });
+  if (!listening) {
+    listener_->Close();
+    running_ = false;
+  }
   SetEvent(launched_.Get());
   if (!listening) return;
   while (listener_->Await()) {
     for (int i = 0; i < kAcceptsInARow && RunGuarded(guard, [this] { return AcceptClient(); }); ++i) {
     }
   }
+  listener_->Close();
   running_ = false;
 }
 
@@ -97,13 +105,11 @@ bool WebServerBase::Shutdown() {
   const bool stopped = ended && running_;
   if (!stopped) {
     clients_.CloseAllClients();
-    threads_.Close(kThreadsEndPatience);
-  }
-  if (ended && !stopped) {
-    // The clients needed the socket library until now.
-    listener_.reset();
-  } else {
-    listener_.release();
+    // Clients that were given up go on using the socket library.
+    if (threads_.Close(kThreadsEndPatience) && ended) {
+      listener_.reset();
+      library_.reset();
+    }
   }
   running_ = false;
   return ended;

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "connection/socket_library.h"
 #include "core/handles.h"
 #include "core/worker_thread.h"
 #include "network/client_list.h"
@@ -71,8 +72,8 @@ class WebServerBase {
   void AcceptThread();
   BOOL AcceptClient();
 
-  WorkerThread acceptThread_;
-  std::unique_ptr<Listener> listener_;
+  std::unique_ptr<SocketLibrary> library_;  // while it runs, or threads that may use it are left
+  std::unique_ptr<Listener> listener_;      // stays where it is as long as the accept thread may use it
   unique_handle launched_;
   ServerStatistics statistics_;
   DWORD bindAddress_ = 0;
@@ -82,6 +83,7 @@ class WebServerBase {
   RequestBudget budget_;
   ClientList clients_;
   ClientPool threads_;
+  WorkerThread acceptThread_;
 };
 
 }  // namespace portwise

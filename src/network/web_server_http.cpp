@@ -25,8 +25,10 @@ void AnswerXpml(const HTTPRequest& request, HTTPResponse& response) {
   const OString share = request.GetParameter("share");
   const std::string commands = request.GetParameterBytes("xpml");
   PortUse port;
-  if (!printer.IsEmpty()) port = Ports()->FindByPrinterName(printer);
-  if (!share.IsEmpty()) port = Ports()->FindByShareName(share);
+  // At the process's end the list goes before a thread that was given up.
+  PortList* const ports = Ports();
+  if (ports && !printer.IsEmpty()) port = ports->FindByPrinterName(printer);
+  if (ports && !share.IsEmpty()) port = ports->FindByShareName(share);
   if (!port || commands.empty()) {
     response.SetStatus(kBadRequest);
     return;

@@ -187,12 +187,33 @@ TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
   EXPECT_NEAR(static_cast<double>(after.files), static_cast<double>(before.files), 32);
   after.files = before.files;
   EXPECT_EQ(after, before);
-  // What requests hold together is bounded as well.
-  EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes));
-  EXPECT_THAT(Ask("G"), StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
-  server_.Budget().Return(RequestBudget::kBytes);
-  ExpectAnswers();
   setrlimit(RLIMIT_NOFILE, &files);
+}
+
+TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
+  constexpr std::size_t kLeft = 12000000;
+  server_.onRequest = [](std::string_view bytes, std::string* response, bool*) {
+    if (bytes.starts_with("GET /large")) response->assign(5000000, 'x');
+    return !response->empty();
+  };
+  EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - kLeft));
+  std::vector<WebClient> deaf;
+  for (int i = 0; i < 6; ++i) {
+    deaf.emplace_back(port_, 4096);
+    EXPECT_TRUE(deaf.back().Send("GET /large HTTP/1.1\r\n\r\n").Waits(5000));
+  }
+  AwaitClients(2);
+  EXPECT_GT(server_.Budget().Taken(), RequestBudget::kBytes - kLeft + 9000000);
+  const std::string half = "POST /x HTTP/1.1\r\nContent-Length: 7000000\r\n\r\n" + std::string(6999999, 'x');
+  WebClient silent(port_);
+  silent.Send(half);
+  AwaitClients(1);
+  EXPECT_TRUE(BodyOf(WebClient(port_).Send(half).Send("x").Read()) == half + "x");
+  EXPECT_TRUE(silent.Waits(0)) << "it has been closed";
+  EXPECT_TRUE(server_.Budget().Take(kLeft));
+  ExpectAnswers();
+  EXPECT_THAT(Ask(half.substr(0, 8000)), StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
+  server_.Budget().Return(RequestBudget::kBytes);
 }
 
 TEST_F(Server, WaitsWhereTheProcessHasNoFilesLeft) {
@@ -282,6 +303,12 @@ TEST_F(Server, RunsRequestsAgainstPortsAndTellsOfPrinters) {
   EXPECT_THAT(info,
               AllOf(HasSubstr("Content-Type: text/plain\r\n"), HasSubstr("\r\n\r\nName: \t\t\tLabels\r\nShare Name: "),
                     HasSubstr("\r\nManufacturer: \t\tMaker\r\nOEM: \t\t\thttp://maker\r\nPrint Processor: \t")));
+  // The thread that says so serves the next one as well.
+  EXPECT_THAT(get("info?printer=Late"), HasSubstr("\r\nManufacturer: \t\t\r\n"));
+  AwaitClients(0);
+  Sleep(100);
+  spooler_.printers["Late"] = spooler_.printers["Labels"];
+  EXPECT_THAT(get("info?printer=Late"), HasSubstr("\r\nManufacturer: \t\tMaker\r\n"));
   EXPECT_TRUE(lmClosePortW(port));
   EXPECT_THAT(get("xpml?printer=Labels&" + upper), StartsWith("HTTP/1.1 400"));
 }
@@ -289,6 +316,19 @@ TEST_F(Server, RunsRequestsAgainstPortsAndTellsOfPrinters) {
 TEST_F(Server, APortInUseIsNotClosed) {
   const HANDLE port = Open("Out");
   PortUse use = Ports()->FindByPortName("Out");
+  std::atomic<int> writes = 0;
+  below_.onWrite = [&](DWORD, DWORD* written) {
+    ++writes;
+    Sleep(10);
+    *written = 0;
+    return FALSE;
+  };
+  const DWORD begin = GetTickCount();
+  std::thread writer([&] {
+    TextBuffer reply;
+    use.Get()->ExecuteRequest("<packet>!</packet>", reply);
+  });
+  while (writes == 0) Sleep(1);
   std::atomic<bool> closed = false;
   std::thread closer([&] {
     lmClosePortW(port);
@@ -297,6 +337,8 @@ TEST_F(Server, APortInUseIsNotClosed) {
   while (Ports()->FindByPortName("Out")) Sleep(1);
   Sleep(50);
   EXPECT_FALSE(closed);
+  writer.join();
+  EXPECT_LT(GetTickCount() - begin, 5000u) << "what it has to print does not keep it for the send timeout";
   use = PortUse();
   closer.join();
 }
