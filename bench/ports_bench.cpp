@@ -23,7 +23,7 @@
 #include "monitor/entry_points.h"
 #include "monitor/port_list.h"
 #include "settings/registry.h"
-#include "tests/connection/fake_port_link.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/temporary_home.h"
 #include "tests/support/test_plugin.h"
