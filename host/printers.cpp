@@ -2,8 +2,12 @@
 
 #include <winspool.h>
 
+#include <mutex>
+#include <unordered_map>
+
 #include "host/names.h"
 #include "host/registry_key.h"
+#include "platform/registry/registry_control.h"
 
 namespace portwise {
 
@@ -29,19 +33,7 @@ struct {
     {"Parameters", &Printer::parameters},
 };
 
-}  // namespace
-
-std::string PrinterKeyPath(const std::string& name) { return std::string(kPrinters) + "\\" + KeyOfName(name); }
-
-std::vector<Printer> ListPrinters() {
-  std::vector<Printer> printers;
-  for (const std::string& name : RegistryKey::Open(kPrinters).Subkeys()) {
-    if (auto printer = FindPrinter(NameOfKey(name))) printers.push_back(*printer);
-  }
-  return printers;
-}
-
-std::optional<Printer> FindPrinter(const std::string& name) {
+std::optional<Printer> ReadPrinter(const std::string& name) {
   if (!NameOrRemoteFault("printer", name).empty()) return std::nullopt;
   RegistryKey key = RegistryKey::Open(PrinterKeyPath(name));
   if (!key) return std::nullopt;
@@ -55,6 +47,54 @@ std::optional<Printer> FindPrinter(const std::string& name) {
   printer.attributes = key.GetNumber("Attributes").value_or(PRINTER_ATTRIBUTE_LOCAL);
   return printer;
 }
+
+/// What was read of the registry in its present version. Every request asks for its printer several times, and a
+/// printer is a dozen values.
+class PrinterCache {
+ public:
+  static PrinterCache& Get() {
+    static auto* cache = new PrinterCache;
+    return *cache;
+  }
+
+  std::optional<Printer> Find(const std::string& name) {
+    // The version is older than what is read: what changes in between is read again.
+    const auto version = platform::CurrentRegistryVersion();
+    if (!version) return ReadPrinter(name);
+    const std::u16string key = NameKey(name);
+    {
+      std::lock_guard lock(mutex_);
+      if (version_ != version) printers_.clear();
+      version_ = version;
+      if (auto found = printers_.find(key); found != printers_.end()) return found->second;
+    }
+    std::optional<Printer> printer = ReadPrinter(name);
+    if (printer) {
+      std::lock_guard lock(mutex_);
+      if (version_ == version) printers_.insert_or_assign(key, *printer);
+    }
+    return printer;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::optional<platform::RegistryVersion> version_;
+  std::unordered_map<std::u16string, Printer> printers_;
+};
+
+}  // namespace
+
+std::string PrinterKeyPath(const std::string& name) { return std::string(kPrinters) + "\\" + KeyOfName(name); }
+
+std::vector<Printer> ListPrinters() {
+  std::vector<Printer> printers;
+  for (const std::string& name : RegistryKey::Open(kPrinters).Subkeys()) {
+    if (auto printer = FindPrinter(NameOfKey(name))) printers.push_back(*printer);
+  }
+  return printers;
+}
+
+std::optional<Printer> FindPrinter(const std::string& name) { return PrinterCache::Get().Find(name); }
 
 std::vector<std::string> PrintersOnPort(const std::string& port) {
   std::vector<std::string> names;

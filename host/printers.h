@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// The printers, at the place of the registry where Windows keeps them. Any thread; names ignore case. Nothing is
-/// cached: whoever changes the registry changes the printers.
+/// The printers, at the place of the registry where Windows keeps them. Any thread; names ignore case. Whoever
+/// changes the registry changes the printers: what was read serves only as long as nobody has written there.
 namespace portwise {
 
 struct Printer {

@@ -4,7 +4,7 @@
 /* What the status window asks of a printer driver's user interface: a COM object that is made in the status window's
  * process and called on the thread of its windows, in an apartment of its own. The driver writes the object's class id,
  * such as {00000000-0000-0000-0000-000000000000}, to the printer's setting "Settings:User Interface Class". Without it
- * the window's menu item "Status Monitoring..." is grey. */
+ * the window's menu item "Status Monitoring..." is grey, unless they are open. */
 
 #include <windows.h>
 

@@ -18,6 +18,7 @@ namespace {
 
 std::atomic<int> busyTimeout = 5000;
 std::atomic<bool> writeFailed = false;
+std::atomic<std::uint64_t> connectionCount = 0;
 
 /// What Home() depends on, except for the current folder: finding the home anew costs as much as a look-up.
 std::string HomeKey() {
@@ -115,7 +116,8 @@ struct CloseAtExit {
 
 }  // namespace
 
-Connection::Connection(const std::string& path, std::int64_t homeNumber) : path_(path), homeNumber_(homeNumber) {
+Connection::Connection(const std::string& path, std::int64_t homeNumber)
+    : path_(path), homeNumber_(homeNumber), number_(++connectionCount) {
   const int result = sqlite3_open_v2(path.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   try {
     if (result != SQLITE_OK) Fail(result);
@@ -264,6 +266,16 @@ std::string RegistryFault() {
   if (result == ERROR_SUCCESS && !writeFailed) return {};
   const std::string text = FaultText(path);
   return text.empty() && result != ERROR_SUCCESS ? "the registry " + path + " cannot be used" : text;
+}
+
+std::optional<RegistryVersion> CurrentRegistryVersion() {
+  std::optional<RegistryVersion> version;
+  Answer([&]() -> LSTATUS {
+    Session session(Use::Read);
+    version = RegistryVersion{session->Number(), session->DataVersion()};
+    return ERROR_SUCCESS;
+  });
+  return version;
 }
 
 }  // namespace portwise::platform

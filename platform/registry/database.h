@@ -61,6 +61,10 @@ class Connection {
   const std::string& Path() const { return path_; }
   /// Tells the homes of one process apart: keys of another home are not keys of this one.
   std::int64_t HomeNumber() const { return homeNumber_; }
+  /// Counts the process's connections from 1.
+  std::uint64_t Number() const { return number_; }
+  /// Differs from what it was before when another connection, of any process, has written in between.
+  std::int64_t DataVersion() { return ReadNumber("PRAGMA data_version"); }
 
  private:
   void Configure();
@@ -69,6 +73,7 @@ class Connection {
 
   std::string path_;
   std::int64_t homeNumber_;
+  std::uint64_t number_;
   sqlite3* database_ = nullptr;
   std::unordered_map<const char*, sqlite3_stmt*> statements_;
 };

@@ -17,7 +17,7 @@ struct MonitorCommandLine {
 
   MonitorVerb verb = MonitorVerb::None;
   OString printer;         ///< empty when the verb was the last word
-  bool hidden = false;     ///< "-i": the window starts as its icon only
+  bool hidden = false;     ///< "-i" of `open`: the window starts as its icon only
   bool newWindow = false;  ///< "-f": even when one runs
   LONG job = 0;            ///< "-ji"
   OString jobName;         ///< "-jn"

@@ -245,6 +245,20 @@ TEST_F(RegistryTest, HomesAreApart) {
   EXPECT_EQ(fs::status(File()).permissions(), static_cast<fs::perms>(0660));
 }
 
+TEST_F(RegistryTest, EveryWriteMakesANewVersion) {
+  const HKEY key = Create(u"Version");
+  EXPECT_EQ(Set(key, u"v", "first"), ERROR_SUCCESS);
+  auto version = platform::CurrentRegistryVersion();
+  EXPECT_EQ(Get(key, u"v"), "first");
+  ASSERT_TRUE(version && platform::CurrentRegistryVersion() == version);
+  EXPECT_EQ(Set(key, u"v", "second"), ERROR_SUCCESS);
+  EXPECT_NE(std::exchange(version, platform::CurrentRegistryVersion()), platform::CurrentRegistryVersion());
+  Sql(File().c_str(), "UPDATE entries SET data = x'00'");  // as another process would
+  EXPECT_NE(platform::CurrentRegistryVersion(), version);
+  TemporaryHome other;
+  EXPECT_NE(platform::CurrentRegistryVersion(), version);
+}
+
 TEST_F(RegistryTest, AccessLists) {
   struct Case {
     LPCWSTR top;  // protected list of the top key

@@ -139,7 +139,7 @@ TEST_F(StatusWindowTest, StartsAtLogonWhenItIsWanted) {
   Run(u"init P");
   EXPECT_TRUE(platform::OwnWindows().windows.empty());
   Set("Show On Error", true);
-  EXPECT_TRUE(IsVisible(Open(u"init P")));
+  EXPECT_TRUE(IsVisible(Open(u"init P -i")));
   Run(u"@ open \"P\" -i");
   ASSERT_EQ(Commands().size(), 1u);
   EXPECT_TRUE(Commands()[0].starts_with("rundll32 ") && Commands()[0].ends_with(",StatusMonitor  open \"P\" -i|0"));
@@ -326,6 +326,11 @@ TEST_F(StatusWindowTest, HasMenus) {
   EXPECT_TRUE(Choose(window, Action::RightClickIcon, 112));
   EXPECT_TRUE(Eventually([&] { return IsVisible(window); }));
   EXPECT_EQ(Commands(), started);
+  Run(u"hide P");
+  RegisterWindow("P", PrinterWindow::StatusMonitoring, window);
+  EXPECT_TRUE(Choose(window, Action::RightClickIcon, 111)) << "open, whoever can show it anew";
+  EXPECT_TRUE(Eventually([&] { return IsVisible(window); }));
+  UnregisterWindow("P", PrinterWindow::StatusMonitoring, window);
 
   std::string asked;
   platform::RegisterComClass(kPageClass, [&asked](REFIID, void** object) {
