@@ -35,29 +35,6 @@ OrderError NoSuchData(const Json& order) {
                                               TextOf(order, "key") + "\\" + TextOf(order, "value"));
 }
 
-Message GetData(const Message& request) {
-  auto value = RegistryKey::Open(DataKeyPath(request.head)).GetValue(RequireValueName(request.head));
-  if (!value) throw NoSuchData(request.head);
-  return {{{"error", 0u}, {"type", value->type}}, value->data};
-}
-
-Message SetData(const Message& request) {
-  RequireAdminister(request.head);
-  const auto type = static_cast<DWORD>(NumberOf(request.head, "type", UINT32_MAX));
-  const std::string path = DataKeyPath(request.head);
-  const std::string name = RequireValueName(request.head);
-  RequireSaved(RegistryKey::Create(path).SetValue(name, {type, request.body}));
-  return {{{"error", 0u}}, {}};
-}
-
-Message DeleteData(const Message& request) {
-  RequireAdminister(request.head);
-  const std::string path = DataKeyPath(request.head);
-  if (!RegistryKey::Open(path, KEY_READ | KEY_WRITE).DeleteValue(RequireValueName(request.head)))
-    throw NoSuchData(request.head);
-  return {{{"error", 0u}}, {}};
-}
-
 /// Adds the names of all values of the keys below `path`.
 void ListBelow(const std::string& path, const std::string& key, Json* list) {
   RegistryKey open = RegistryKey::Open(key.empty() ? path : path + "\\" + key);
@@ -66,13 +43,38 @@ void ListBelow(const std::string& path, const std::string& key, Json* list) {
   for (const std::string& name : open.ValueNames()) list->push_back({{"key", key}, {"value", name}});
 }
 
-Message ListData(const Message& request) {
+}  // namespace
+
+Message GetPrinterData(const Message& request) {
+  auto value = RegistryKey::Open(DataKeyPath(request.head)).GetValue(RequireValueName(request.head));
+  if (!value) throw NoSuchData(request.head);
+  return {{{"error", 0u}, {"type", value->type}}, value->data};
+}
+
+Message SetPrinterData(const Message& request) {
+  RequireAdminister(request.head);
+  const auto type = static_cast<DWORD>(NumberOf(request.head, "type", UINT32_MAX));
+  const std::string path = DataKeyPath(request.head);
+  const std::string name = RequireValueName(request.head);
+  RequireSaved(RegistryKey::Create(path).SetValue(name, {type, request.body}));
+  return {{{"error", 0u}}, {}};
+}
+
+Message DeletePrinterData(const Message& request) {
+  RequireAdminister(request.head);
+  const std::string path = DataKeyPath(request.head);
+  if (!RegistryKey::Open(path, KEY_READ | KEY_WRITE).DeleteValue(RequireValueName(request.head)))
+    throw NoSuchData(request.head);
+  return {{{"error", 0u}}, {}};
+}
+
+Message ListPrinterData(const Message& request) {
   Json list = Json::array();
   ListBelow(PrinterKeyPath(RequirePrinter(request.head, "printer").name), {}, &list);
   return {{{"error", 0u}}, list.dump(-1, ' ', false, Json::error_handler_t::replace)};
 }
 
-Message GetDriver(const Message& request) {
+Message GetDriverOf(const Message& request) {
   auto driver = FindDriver(RequirePrinter(request.head, "printer").driver);
   if (!driver)
     throw OrderError(ERROR_UNKNOWN_PRINTER_DRIVER,
@@ -95,23 +97,6 @@ Message GetDriver(const Message& request) {
            {"oemUrl", driver->oemUrl},
            {"provider", driver->provider}},
           {}};
-}
-
-struct {
-  const char* name;
-  Message (*carryOut)(const Message& request);
-} constexpr kOrders[] = {
-    {"printer-data-get", GetData},   {"printer-data-set", SetData}, {"printer-data-delete", DeleteData},
-    {"printer-data-list", ListData}, {"driver-get", GetDriver},
-};
-
-}  // namespace
-
-std::optional<Message> CarryPrinterDataOrder(const std::string& name, const Message& request) {
-  for (const auto& order : kOrders) {
-    if (name == order.name) return order.carryOut(request);
-  }
-  return std::nullopt;
 }
 
 }  // namespace portwise

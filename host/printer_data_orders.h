@@ -1,8 +1,5 @@
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "host/order.h"
 
 namespace portwise {
@@ -10,9 +7,12 @@ namespace portwise {
 /// The key whose values are a printer's data when no key is named.
 inline constexpr char kDriverDataKey[] = "PrinterDriverData";
 
-/// Carries out the orders that read and change only a printer's data and its driver: "printer-data-get",
-/// "printer-data-set", "printer-data-delete", "printer-data-list" and "driver-get". Nothing when `name` is another
-/// order. Throws OrderError. Any thread.
-std::optional<platform::Message> CarryPrinterDataOrder(const std::string& name, const platform::Message& request);
+/// The orders that read and change only a printer's data and its driver: "printer-data-get", "printer-data-set",
+/// "printer-data-delete", "printer-data-list" and "driver-get". They throw OrderError. Any thread.
+platform::Message GetPrinterData(const platform::Message& request);
+platform::Message SetPrinterData(const platform::Message& request);
+platform::Message DeletePrinterData(const platform::Message& request);
+platform::Message ListPrinterData(const platform::Message& request);
+platform::Message GetDriverOf(const platform::Message& request);
 
 }  // namespace portwise

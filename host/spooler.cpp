@@ -3,6 +3,7 @@
 #include <winspool.h>
 
 #include <cstring>
+#include <type_traits>
 
 #include "host/job_control.h"
 #include "host/job_info.h"
@@ -15,21 +16,47 @@ namespace portwise {
 
 using platform::Message;
 
+namespace {
+
+OrderError NoSuchOrder(const std::string& name) {
+  return OrderError(ERROR_INVALID_FUNCTION, "there is no order " + name);
+}
+
+}  // namespace
+
+template <auto kCarry>
+Message Spooler::As(Spooler& spooler, const Message& request, bool local) {
+  if constexpr (std::is_invocable_v<decltype(kCarry), const Message&>) {
+    return kCarry(request);
+  } else if constexpr (std::is_invocable_v<decltype(kCarry), Spooler&, const Message&>) {
+    return (spooler.*kCarry)(request);
+  } else {
+    return (spooler.*kCarry)(request, local);
+  }
+}
+
 const Spooler::Operation Spooler::kOperations[] = {
-    {"printer-list", &Spooler::PrinterList},
-    {"printer-get", &Spooler::PrinterGet},
-    {"printer-add", &Spooler::PrinterAdd},
-    {"printer-set", &Spooler::PrinterSet},
-    {"printer-status-set", &Spooler::PrinterStatusSet},
-    {"printer-remove", &Spooler::PrinterRemove},
-    {"port-list", &Spooler::PortList},
-    {"port-get", &Spooler::PortGet},
-    {"port-add", &Spooler::PortAdd},
-    {"port-set", &Spooler::PortSet},
-    {"port-remove", &Spooler::PortRemove},
-    {"job-list", &Spooler::JobList},
-    {"job-get", &Spooler::JobGet},
-    {"job-set", &Spooler::JobSet},
+    {"printer-list", As<&Spooler::PrinterList>},
+    {"printer-get", As<&Spooler::PrinterGet>},
+    {"printer-add", As<&Spooler::PrinterAdd>},
+    {"printer-set", As<&Spooler::PrinterSet>},
+    {"printer-status-set", As<&Spooler::PrinterStatusSet>},
+    {"printer-remove", As<&Spooler::PrinterRemove>},
+    {"printer-data-get", As<&Spooler::PrinterDataGet>},
+    {"printer-data-set", As<SetPrinterData>},
+    {"printer-data-delete", As<DeletePrinterData>},
+    {"printer-data-list", As<ListPrinterData>},
+    {"driver-get", As<GetDriverOf>},
+    {"port-list", As<&Spooler::PortList>},
+    {"port-get", As<&Spooler::PortGet>},
+    {"port-add", As<&Spooler::PortAdd>},
+    {"port-set", As<&Spooler::PortSet>},
+    {"port-remove", As<&Spooler::PortRemove>},
+    {"job-list", As<&Spooler::JobList>},
+    {"job-get", As<&Spooler::JobGet>},
+    {"job-set", As<&Spooler::JobSet>},
+    {"job-control", As<&Spooler::JobControl>},
+    {"job-report", As<&Spooler::JobReport>},
 };
 
 std::unique_ptr<Spooler> Spooler::Start(const std::string& home, std::string* why) {
@@ -62,15 +89,11 @@ bool Spooler::Stop(std::chrono::steady_clock::time_point limit) {
 
 Message Spooler::Carry(const Message& request, bool local) {
   try {
-    std::string name = TextOf(request.head, "op");
-    if (name == "job-control") return JobControl(request.head, local);
-    if (name == "job-report" && local) return JobReport(request.head);
-    if (name == "printer-data-get") return PrinterDataGet(request, local);
+    const std::string name = TextOf(request.head, "op");
     for (const Operation& operation : kOperations) {
-      if (name == operation.name) return (this->*operation.carryOut)(request);
+      if (name == operation.name) return operation.carryOut(*this, request, local);
     }
-    if (auto reply = CarryPrinterDataOrder(name, request)) return *reply;
-    return platform::Failure(ERROR_INVALID_FUNCTION, "there is no order " + name);
+    throw NoSuchOrder(name);
   } catch (const OrderError& error) {
     return platform::Failure(error.Code(), error.what());
   } catch (const std::bad_alloc&) {
@@ -161,10 +184,10 @@ Message Spooler::JobSet(const Message& request) {
   return Carried();
 }
 
-Message Spooler::JobControl(const Json& order, bool local) {
-  Job job = RequireJob(order);
+Message Spooler::JobControl(const Message& request, bool local) {
+  Job job = RequireJob(request.head);
   std::string why;
-  auto command = static_cast<DWORD>(NumberOf(order, "command", UINT32_MAX));
+  auto command = static_cast<DWORD>(NumberOf(request.head, "command", UINT32_MAX));
   DWORD error = ControlJob(*store_, job.id, command, local, &why);
   queues_.Wake(job.printer);
   if (error != ERROR_SUCCESS) throw OrderError(error, why);
@@ -184,7 +207,7 @@ Message Spooler::PrinterDataGet(const Message& request, bool local) {
     if (answer.given) return {{{"error", 0u}, {"type", DWORD{REG_BINARY}}}, answer.data};
   }
   try {
-    return *CarryPrinterDataOrder("printer-data-get", request);
+    return GetPrinterData(request);
   } catch (const OrderError& error) {
     if (error.Code() != ERROR_FILE_NOT_FOUND || !asked) throw;
     if (answer.needed > 0) return {{{"error", 0u}, {"type", DWORD{REG_BINARY}}, {"needed", answer.needed}}, {}};
@@ -193,8 +216,10 @@ Message Spooler::PrinterDataGet(const Message& request, bool local) {
   }
 }
 
-/// The word of a port on the job that it is running.
-Message Spooler::JobReport(const Json& order) {
+/// The word of a port on the job that it is running: an order of the monitor's alone.
+Message Spooler::JobReport(const Message& request, bool local) {
+  const Json& order = request.head;
+  if (!local) throw NoSuchOrder(TextOf(order, "op"));
   const Job job = RequireJob(order);
   const std::string reason = TextOf(order, "reason");
   const std::string undelivered = TextOf(order, "undelivered");

@@ -41,11 +41,15 @@ class Spooler final : public platform::SpoolerService {
  private:
   using Json = nlohmann::json;
   using Message = platform::Message;
+  /// An order's name and what carries it out; `local` tells the monitor's orders from those of clients.
   struct Operation {
     const char* name;
-    Message (Spooler::*carryOut)(const Message& request);
+    Message (*carryOut)(Spooler& spooler, const Message& request, bool local);
   };
   static const Operation kOperations[];
+  /// A method of the spooler or a function, with or without `local`, as an entry of the table.
+  template <auto kCarry>
+  static Message As(Spooler& spooler, const Message& request, bool local);
 
   Spooler(std::unique_ptr<MonitorLibrary> monitor, std::unique_ptr<JobStore> store);
   Message Carry(const Message& request, bool local);
@@ -64,8 +68,8 @@ class Spooler final : public platform::SpoolerService {
   Message JobList(const Message& request);
   Message JobGet(const Message& request);
   Message JobSet(const Message& request);
-  Message JobControl(const Json& order, bool local);
-  Message JobReport(const Json& order);
+  Message JobControl(const Message& request, bool local);
+  Message JobReport(const Message& request, bool local);
   Message PrinterDataGet(const Message& request, bool local);
 
   Json Describe(const Printer& printer);

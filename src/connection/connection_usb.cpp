@@ -1,7 +1,7 @@
 #include "connection/connection_usb.h"
 
+#include "core/open_printer.h"
 #include "core/operating_system_info.h"
-#include "core/printer_handle.h"
 #include "settings/spooler_buffer.h"
 
 namespace portwise {
@@ -50,12 +50,9 @@ DWORD Connection_USB::GetStatus(DWORD mask) {
 }
 
 bool Connection_USB::IsDisconnected() const {
-  OString name = Port().JobPrinter();
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-  HANDLE handle = nullptr;
-  if (!OpenPrinterW(const_cast<LPWSTR>(name.Wide()), &handle, &defaults)) return GetLastError() != ERROR_ACCESS_DENIED;
-  const unique_printer printer(handle);
-  return (AttributesOf(handle) & PRINTER_ATTRIBUTE_WORK_OFFLINE) != 0;
+  const unique_printer printer = OpenPrinterByName(Port().JobPrinter(), PRINTER_ALL_ACCESS);
+  if (!printer) return GetLastError() != ERROR_ACCESS_DENIED;
+  return (AttributesOf(printer.Get()) & PRINTER_ATTRIBUTE_WORK_OFFLINE) != 0;
 }
 
 }  // namespace portwise

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "logging/log_events.h"
 #include "settings/spooler_buffer.h"
 
@@ -96,14 +96,12 @@ void JobLogValues::BeginJob(const OString& printer, const OString& port, const O
 }
 
 void JobLogValues::FillFromSpooler(DWORD job) {
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-  OString name = printerName;
-  HANDLE handle = nullptr;
-  if (!OpenPrinterW(const_cast<LPWSTR>(name.Wide()), &handle, &defaults)) return;
-  const unique_printer printer(handle);
+  const unique_printer printer = OpenPrinterByName(printerName, PRINTER_ALL_ACCESS);
+  if (!printer) return;
   OBuffer buffer;
-  const auto* info = FetchFromSpooler<JOB_INFO_2W>(
-      buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) { return GetJobW(handle, job, 2, data, size, needed); });
+  const auto* info = FetchFromSpooler<JOB_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
+    return GetJobW(printer.Get(), job, 2, data, size, needed);
+  });
   if (!info) return;
   jobName = info->pDocument;
   const int dot = jobName.ReverseFind('.');

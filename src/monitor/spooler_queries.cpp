@@ -1,16 +1,10 @@
 #include "monitor/spooler_queries.h"
 
+#include "core/open_printer.h"
 #include "settings/spooler_buffer.h"
 
 namespace portwise {
 namespace {
-
-unique_printer OpenByName(const OString& name, PRINTER_DEFAULTSW* defaults = nullptr) {
-  unique_printer printer;
-  OString text = name;
-  if (!OpenPrinterW(const_cast<LPWSTR>(text.Wide()), printer.Put(), defaults)) printer.Detach();
-  return printer;
-}
 
 /// `*count` structures in `buffer`; none when the spooler fails.
 const PRINTER_INFO_2W* ListPrinters(DWORD flags, OBuffer& buffer, DWORD* count) {
@@ -23,14 +17,11 @@ const PRINTER_INFO_2W* ListPrinters(DWORD flags, OBuffer& buffer, DWORD* count) 
 
 }  // namespace
 
-unique_printer OpenForChanges(const OString& printer) {
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-  return OpenByName(printer, &defaults);
-}
+unique_printer OpenForChanges(const OString& printer) { return OpenPrinterByName(printer, PRINTER_ALL_ACCESS); }
 
 DWORD JobsQueued(const OString& printer) {
   const DWORD error = GetLastError();
-  const unique_printer handle = OpenByName(printer);
+  const unique_printer handle = OpenPrinterByName(printer, 0);
   OBuffer buffer;
   const auto* info = FetchFromSpooler<PRINTER_INFO_2W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
     return GetPrinterW(handle.Get(), 2, data, size, needed);
@@ -60,7 +51,7 @@ OStringArray LocalPrinters() {
 
 DWORD JobStatus(const OString& printer, DWORD job) {
   const DWORD error = GetLastError();
-  const unique_printer handle = OpenByName(printer);
+  const unique_printer handle = OpenPrinterByName(printer, 0);
   OBuffer buffer;
   const auto* info = FetchFromSpooler<JOB_INFO_1W>(buffer, [&](LPBYTE data, DWORD size, LPDWORD needed) {
     return GetJobW(handle.Get(), job, 1, data, size, needed);
@@ -82,7 +73,7 @@ bool ReadJob(const OString& printer, DWORD job, SpoolerJob* info) {
 }
 
 bool ControlJob(const OString& printer, DWORD job, DWORD command) {
-  const unique_printer handle = OpenByName(printer);
+  const unique_printer handle = OpenPrinterByName(printer, 0);
   return handle && SetJobW(handle.Get(), job, 0, nullptr, command);
 }
 

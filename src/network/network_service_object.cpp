@@ -2,7 +2,7 @@
 
 #include "core/computer_name.h"
 #include "core/detached_thread.h"
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "monitor/net_mon_exception_handler.h"
 #include "settings/logical_path.h"
 #include "settings/registry.h"
@@ -86,11 +86,8 @@ void NetworkServiceObject::StartAnew() {
 
 /// What the spooler is asked of the printer's data goes to the monitor, through the open port.
 void NetworkServiceObject::OpenPortOf(const OString& printer) {
-  unique_printer handle;
-  if (!OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), nullptr)) {
-    handle.Detach();
-    return;
-  }
+  const unique_printer handle = OpenPrinterByName(printer, 0);
+  if (!handle) return;
   const OString request = "<network action='start'/>";
   DWORD type = 0, needed = 0;
   BYTE reply[1];

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "core/synchronizer.h"
 #include "plugin/plugin_loader.h"
 #include "plugin/plugin_session.h"
@@ -55,12 +55,8 @@ class PluginSlot {
     Unload();
     std::shared_ptr<Session> session;
     {
-      unique_printer printer;
-      PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ALL_ACCESS};
-      if (!OpenPrinterW(const_cast<LPWSTR>(printerName.Wide()), printer.Put(), &defaults)) {
-        printer.Detach();
-        return PluginLoad::PrinterNotOpened;
-      }
+      const unique_printer printer = OpenPrinterByName(printerName, PRINTER_ALL_ACCESS);
+      if (!printer) return PluginLoad::PrinterNotOpened;
       unused_ = LoadPluginLibrary(printerName);
       session = Session::Accept(unused_, printerName, portName, connection);
     }

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "core/computer_name.h"
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "settings/printer_info_cache.h"
 #include "settings/session_printer.h"
 #include "settings/spooler_buffer.h"
@@ -72,13 +72,9 @@ bool PrinterInfo::IsBidirectional(const OString& printerName) {
 
 void PrinterInfo::Load() {
   const DWORD error = GetLastError();
-  unique_printer printer;
-  PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_USE};
-  if (OpenPrinterW(const_cast<LPWSTR>(printerName.Wide()), printer.Put(), &defaults)) {
+  if (const unique_printer printer = OpenPrinterByName(printerName, PRINTER_ACCESS_USE)) {
     LoadPrinter(printer.Get());
     if (!loaded_) LoadDriver(printer.Get());
-  } else {
-    printer.Detach();
   }
   if (!loaded_ && !dataFile.IsEmpty()) {
     oemPrefix = dataFile.Left(3).ToLower();

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "monitor/spooler_queries.h"
 #include "settings/spooler_buffer.h"
 
@@ -13,12 +13,7 @@ namespace {
 
 constexpr DWORD kHighestPriority = 99;
 
-unique_printer OpenForUse(const OString& printer) {
-  unique_printer handle;
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ACCESS_USE};
-  if (!OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), &defaults)) handle.Detach();
-  return handle;
-}
+unique_printer OpenForUse(const OString& printer) { return OpenPrinterByName(printer, PRINTER_ACCESS_USE); }
 
 /// With every right, or with those of somebody who may change no job but his own.
 unique_printer OpenToChangeJobs(const OString& printer) {

@@ -5,7 +5,7 @@
 
 #include <objbase.h>
 
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "settings/driver_settings.h"
 #include "ui/monitor_command_line.h"
 #include "ui/started_commands.h"
@@ -30,16 +30,8 @@ class ComApartment {
   const bool made_;
 };
 
-bool CanOpen(const OString& printer) {
-  unique_printer handle;
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ACCESS_USE};
-  if (OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), &defaults)) return true;
-  handle.Detach();
-  return false;
-}
-
 void RunWindow(const OString& printer, bool hidden) {
-  if (!CanOpen(printer)) return;
+  if (!OpenPrinterByName(printer, PRINTER_ACCESS_USE)) return;
   StatusWindow window(printer);
   if (window.Create(hidden)) window.RunUntilClosed();
 }

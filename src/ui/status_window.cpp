@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "core/module_instance.h"
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "query/printer_status.h"
 #include "settings/driver_settings.h"
 #include "settings/printer_info.h"
@@ -36,11 +36,7 @@ UINT PollingInterval(const OString& printer) {
 }
 
 bool IsDeleted(const OString& printer) {
-  unique_printer handle;
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ACCESS_USE};
-  if (OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), &defaults)) return false;
-  handle.Detach();
-  return GetLastError() == ERROR_INVALID_PRINTER_NAME;
+  return !OpenPrinterByName(printer, PRINTER_ACCESS_USE) && GetLastError() == ERROR_INVALID_PRINTER_NAME;
 }
 
 }  // namespace

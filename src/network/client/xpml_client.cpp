@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/printer_handle.h"
+#include "core/open_printer.h"
 #include "network/client/request_sender.h"
 #include "network/http/http_request.h"
 #include "settings/printer_registry.h"
@@ -48,12 +48,8 @@ void AddPrinter(const PrinterInfo& info, const OString& name, HTTPRequest* post)
 
 /// What the spooler answers when it is asked for a value, which the monitor stores a reply for.
 DWORD AskSpooler(const OString& printer, const OString& value) {
-  unique_printer handle;
-  PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_ADMINISTER};
-  if (!OpenPrinterW(const_cast<LPWSTR>(printer.Wide()), handle.Put(), &defaults)) {
-    handle.Detach();
-    return GetLastError();
-  }
+  const unique_printer handle = OpenPrinterByName(printer, PRINTER_ACCESS_ADMINISTER);
+  if (!handle) return GetLastError();
   std::string name = value.InCodePage(kCodePageAnsi);
   BYTE length[sizeof(DWORD)] = {};
   DWORD type = 0, needed = 0;
