@@ -9,6 +9,7 @@
 #include <chrono>
 #include <random>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -143,7 +144,9 @@ BENCHMARK(BM_Job_Empty)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK(BM_Job_Monitor)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 
-void BM_Job_bare_send(benchmark::State& state) {
+/// Sends the job's buffers one after the other, each when `look` has seen it.
+template <class Look>
+void MeasureSends(benchmark::State& state, Look look) {
   CountingPrinter printer;
   const std::string& data = JobData();
   Measure(state, printer, [&] {
@@ -154,14 +157,30 @@ void BM_Job_bare_send(benchmark::State& state) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) state.SkipWithError("connect");
     for (size_t at = 0; at < data.size();) {
-      const ssize_t sent = ::send(socket, data.data() + at, std::min(kBuffer, data.size() - at), MSG_NOSIGNAL);
+      const std::string_view buffer = std::string_view(data).substr(at, kBuffer);
+      look(buffer);
+      const ssize_t sent = ::send(socket, buffer.data(), buffer.size(), MSG_NOSIGNAL);
       if (sent <= 0) break;
       at += static_cast<size_t>(sent);
     }
     ::close(socket);
   });
 }
+
+void BM_Job_bare_send(benchmark::State& state) {
+  MeasureSends(state, [](std::string_view) {});
+}
 BENCHMARK(BM_Job_bare_send)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
+
+/// The least that one does who looks for commands in what he sends.
+void BM_Job_searched_send(benchmark::State& state) {
+  MeasureSends(state, [](std::string_view buffer) {
+    size_t found = 0;
+    for (size_t at = buffer.find('<'); at != buffer.npos; at = buffer.find('<', at + 1)) ++found;
+    benchmark::DoNotOptimize(found);
+  });
+}
+BENCHMARK(BM_Job_searched_send)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 
 }  // namespace
 }  // namespace portwise

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -18,9 +19,13 @@ constexpr int kSliceMilliseconds = 100;
 volatile sig_atomic_t happened = 0;
 const char* volatile lastWords = "";
 struct sigaction before[std::size(kSignals)];
+termios terminal;
+bool onTerminal = false;
 
 void Note(int signal) {
   if (happened) {
+    // One who is in the background would be stopped here.
+    if (onTerminal && tcgetpgrp(STDIN_FILENO) == getpgrp()) tcsetattr(STDIN_FILENO, TCSANOW, &terminal);
     const char* words = lastWords;
     if (write(STDOUT_FILENO, words, std::strlen(words)) < 0) _exit(1);
     _exit(128 + signal);
@@ -33,6 +38,7 @@ void Note(int signal) {
 Interruption::Interruption(const char* farewell) {
   happened = 0;
   lastWords = farewell;
+  onTerminal = tcgetattr(STDIN_FILENO, &terminal) == 0;
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     struct sigaction action = {};
     action.sa_handler = Note;
