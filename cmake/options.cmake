@@ -5,9 +5,13 @@ set(PORTWISE_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefin
 set(PORTWISE_DEBUG_INFO "-g1" CACHE STRING "Debug information of what is not the library")
 
 add_library(portwise-options INTERFACE)
-target_compile_options(portwise-options INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor)
 # A processor fault becomes an exception at the instruction where it happens.
-target_compile_options(portwise-options INTERFACE -fnon-call-exceptions -fasynchronous-unwind-tables)
+if(MSVC)
+  target_compile_options(portwise-options INTERFACE /W4 /utf-8 /permissive- /EHa)
+else()
+  target_compile_options(portwise-options INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor
+                                                    -fnon-call-exceptions -fasynchronous-unwind-tables)
+endif()
 target_compile_definitions(portwise-options INTERFACE UNICODE _UNICODE)
 if(NOT WIN32)
   # A frame larger than what lies below the stack would step over it. On Windows every compiler touches page by page.
@@ -22,6 +26,12 @@ if(PORTWISE_SANITIZE)
 endif()
 if(PORTWISE_FUZZ)
   target_compile_options(portwise-options INTERFACE -fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
+endif()
+
+# A library for Windows needs nothing of its compiler where it runs. Its exports are those of its .def file, undecorated.
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
+if(NOT MSVC)
+  set(PORTWISE_WINDOWS_LIBRARY_OPTIONS -static -Wl,--enable-stdcall-fixup)
 endif()
 
 # portwise_folder(name [USES folders...] SOURCES files...): the object library of one folder under src/. It sees the

@@ -1,13 +1,17 @@
-# PCRE2 with 8-bit code units, as the target portwise-pcre2. Debian's package brings no file for find_package.
-
-find_path(PCRE2_INCLUDE_DIR pcre2.h REQUIRED)
-find_library(PCRE2_LIBRARY pcre2-8 REQUIRED)
-mark_as_advanced(PCRE2_INCLUDE_DIR PCRE2_LIBRARY)
+# PCRE2 with 8-bit code units, as the target portwise-pcre2. vcpkg brings a file for find_package, Debian's package none.
 
 add_library(portwise-pcre2 INTERFACE)
-target_include_directories(portwise-pcre2 SYSTEM INTERFACE ${PCRE2_INCLUDE_DIR})
-target_link_libraries(portwise-pcre2 INTERFACE ${PCRE2_LIBRARY})
 target_compile_definitions(portwise-pcre2 INTERFACE PCRE2_CODE_UNIT_WIDTH=8)
+if(DEFINED VCPKG_TARGET_TRIPLET)
+  find_package(PCRE2 CONFIG REQUIRED COMPONENTS 8BIT)
+  target_link_libraries(portwise-pcre2 INTERFACE PCRE2::8BIT)
+else()
+  find_path(PCRE2_INCLUDE_DIR pcre2.h REQUIRED)
+  find_library(PCRE2_LIBRARY pcre2-8 REQUIRED)
+  mark_as_advanced(PCRE2_INCLUDE_DIR PCRE2_LIBRARY)
+  target_include_directories(portwise-pcre2 SYSTEM INTERFACE ${PCRE2_INCLUDE_DIR})
+  target_link_libraries(portwise-pcre2 INTERFACE ${PCRE2_LIBRARY})
+endif()
 if(WIN32)
   target_compile_definitions(portwise-pcre2 INTERFACE PCRE2_STATIC)
 endif()

@@ -28,6 +28,9 @@ std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
 
+/// The windows themselves say nothing of a printer that is not there.
+void ExpectPrinter(const std::string& printer) { Client().Ask({{"op", "printer-get"}, {"name", printer}}); }
+
 /// Runs the entry point on a thread of its own, as a program of its own would, and shows its windows meanwhile.
 void RunShown(const std::string& target, const std::string& commandLine, int show, WayToClose close) {
   const EntryPoint entry(target);
@@ -43,6 +46,8 @@ void RunShown(const std::string& target, const std::string& commandLine, int sho
 
 void RunStatus(const UiArguments& arguments) {
   std::string line = arguments.verb + " " + Quoted(arguments.printer);
+  // What a printer that was deleted has left is still closed and cleaned up.
+  if (arguments.verb == "open" || arguments.verb == "init") ExpectPrinter(arguments.printer);
   if (arguments.iconOnly) line += " -i";
   if (arguments.another) line += " -f";
   RunShown("portwise.dll,StatusMonitor", line, SW_SHOWNORMAL, WayToClose::ForGood);
@@ -50,6 +55,7 @@ void RunStatus(const UiArguments& arguments) {
 
 void RunQuery(const UiArguments& arguments) {
   std::string line = "open " + Quoted(arguments.printer);
+  ExpectPrinter(arguments.printer);
   if (arguments.job > 0) line += " -ji " + std::to_string(arguments.job);
   if (!arguments.document.empty()) line += " -jn " + Quoted(arguments.document);
   RunShown("portwise.dll,Query", line, SW_SHOWNORMAL, WayToClose::TitleBar);
@@ -73,7 +79,7 @@ void AddUiCommand(CLI::App& app) {
   status->add_option("--verb", arguments->verb, "What is done with the window")
       ->check(CLI::IsMember({"open", "init", "show", "hide", "close", "cleanup"}))
       ->capture_default_str();
-  status->add_flag("--icon-only", arguments->iconOnly, "Begin with the notification icon alone");
+  status->add_flag("--icon-only", arguments->iconOnly, "With open: begin with the notification icon alone");
   status->add_flag("--another", arguments->another, "Open one more when one is there");
   status->callback([arguments] { RunStatus(*arguments); });
 

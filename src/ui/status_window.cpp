@@ -63,6 +63,8 @@ bool StatusWindow::Create(bool hidden) {
                                                  reinterpret_cast<LPARAM>(this));
   if (!window) return false;
   ShowWindow(window, hidden ? SW_HIDE : SW_SHOW);
+  // Of a process that was started hidden, the system does with the first call what the starter wished.
+  if (!hidden && !IsWindowVisible(window)) ShowWindow(window, SW_SHOW);
   return true;
 }
 

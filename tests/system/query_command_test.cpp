@@ -38,7 +38,8 @@ TEST_F(Query, SaysWhatWentWrong) {
   ExpectRun(R"(query Dock 'a\x1')", 1, "two hexadecimal digits");
   ExpectRun(R"(query Dock 'a\')", 1, "there is no escape \\;");
   ExpectRun("query Dock ''", 1, "the command is empty");
-  ExpectRun("query Nobody x", 1, "there is no printer Nobody");
+  for (const char* command : {"query Nobody x", "ui status Nobody", "ui query Nobody --job 1"})
+    ExpectRun(command, 1, "there is no printer Nobody");
   device_.Order("silent 1");
   ExpectRun(R"(query Dock '\e?ID\r\n' --timeout 1)", 2, "no complete answer");
   ExpectRun(R"(query Dock '\e?ID\r\n' --pattern 'ID [^p]' --timeout 1)", 2, "no complete answer");
