@@ -12,8 +12,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::CheckPieces(input, kRequestLimits, whole);
   if (!whole) return 0;
 
-  // What was read, sent on by a client, arrives as the same.
   constexpr std::string_view kNames[] = {"printer", "share", "xpml"};
+  HTTPRequest inPlace;
+  PORTWISE_CHECK(inPlace.ParseInPlace(input) && inPlace.Uri() == request.Uri());
+  for (const auto name : kNames) PORTWISE_CHECK(inPlace.GetParameterBytes(name) == request.GetParameterBytes(name));
+
+  // What was read, sent on by a client, arrives as the same.
   for (const char* method : {"POST", "GET"}) {
     HTTPRequest sent;
     sent.SetMethod(method);

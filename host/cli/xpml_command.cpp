@@ -47,6 +47,9 @@ std::string ReadRequest(const std::string& argument) {
       throw CommandError("what answers for printer " + driver.Name() +
                          " is no network service of a monitor, or one that refuses a request which is too large or "
                          "comes while there is too much to do");
+    case ERROR_CAN_NOT_COMPLETE:
+      throw CommandError("the network service has run the request for printer " + driver.Name() +
+                         ", but had no memory for the reply, or the port was closed meanwhile");
     case ERROR_NOT_SUPPORTED:
       throw CommandError(
           "the settings of printer " + driver.Name() + " close the way over the network (\"NETWORK:" +
@@ -70,8 +73,9 @@ std::string AskAnyWay(const DriverChannel& driver, const std::string& request) {
   if (request.find('\0') != request.npos) return driver.AskStored(request);
   const ClientLibrary library;
   const auto reply = library.Ask(library.Send(), driver.Name(), request);
-  if (!reply) driver.Fail(GetLastError());
-  return *reply;
+  if (reply) return *reply;
+  if (GetLastError() == ERROR_CAN_NOT_COMPLETE) FailOverHttp(driver, ERROR_CAN_NOT_COMPLETE);
+  driver.Fail(GetLastError());
 }
 
 std::string AskThroughRegistry(const DriverChannel& driver, const std::string& request) {

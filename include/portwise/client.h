@@ -37,8 +37,9 @@ typedef struct PortwiseResponse PortwiseResponse;
  *
  * Without an answer GetLastError is a socket error (10060 after a timeout, 10061 where no service listens, 11001 for a
  * computer that is not known), ERROR_INVALID_PRINTER_NAME for a printer that the service or the spooler does not have,
- * ERROR_NOT_SUPPORTED when the settings close the way, ERROR_INVALID_PARAMETER for a null argument, or another error of
- * the spooler or the system.
+ * ERROR_CAN_NOT_COMPLETE for a request that has run, but to which the service has no reply, ERROR_NOT_SUPPORTED when
+ * the settings close the way, ERROR_INVALID_PARAMETER for a null argument, or another error of the spooler, such as
+ * that there is none (1722), or of the system.
  *
  * The settings "NETWORK:" of the printer say where the service is, how often it is tried and how long each pause may
  * be: 3 times and 1000 ms unless they are changed. */

@@ -66,6 +66,7 @@ constexpr Row kTexts[] = {
     {ERROR_ARITHMETIC_OVERFLOW, "A number is too large for its type."},
     {ERROR_OPERATION_ABORTED, "The operation was broken off."},
     {ERROR_STACK_OVERFLOW, "The stack is used up."},
+    {ERROR_CAN_NOT_COMPLETE, "The function cannot be completed."},
     {ERROR_INVALID_FLAGS, "The flags are not valid."},
     {ERROR_BADDB, "The registry database is damaged."},
     {ERROR_BADKEY, "The registry key is not valid."},

@@ -237,6 +237,12 @@ void PortContext::SetMonitor(JobMonitor& monitor, MonitorInterface& plugin) {
   plugin_ = &plugin;
 }
 
+void PortContext::WarnOfClose() {
+  if (!warnedOfClose_.exchange(true)) {
+    Warn("The port is being closed: what requests still had for the printer was not sent.");
+  }
+}
+
 DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& type, DWORD copies,
                                        std::string_view data) {
   const auto size = static_cast<DWORD>(data.size());
@@ -244,7 +250,7 @@ DWORD PortContext::RunSpecialOperation(const OString& reader, const OString& typ
   const bool published = monitoring_.IsPossible();
   {
     if (closing_) {
-      Warn("The port is being closed: what a special operation had for the printer was not sent.");
+      WarnOfClose();
       return kStatusOffline;
     }
     // The plug-in may write, which takes a document and the connection.

@@ -88,6 +88,9 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   FaultReport* Faults() override { return &faults_; }
   bool IsClosing() override { return closing_; }
   void Warn(const OString& text) override { eventLog_.Warning(text, 0); }
+  /// Something for the printer was lost because the port is being closed: told once, since a request may have very much
+  /// for it.
+  void WarnOfClose();
 
   bool IsOpen() const { return portHandle_ != nullptr; }
   bool IsTcp() const { return connection_ && connection_->IsTcp(); }
@@ -187,6 +190,7 @@ class PortContext final : public PortLink, public PublishingPort, public StatusH
   PortFaultReport faults_{*this, &eventLog_};  // asks the documents for the job
   PortSettings settings_;
   std::atomic<bool> closing_{false};
+  std::atomic<bool> warnedOfClose_{false};
   std::unique_ptr<Connection> connection_;  // its last close asks whether the port is being closed
   PortMonitorFunctions functions_;
   COMMTIMEOUTS timeouts_ = {};

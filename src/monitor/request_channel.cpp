@@ -43,6 +43,12 @@ class Answer {
   DWORD* const returned_;
 };
 
+bool Run(PortContext& port, std::string_view request, TextBuffer& reply) {
+  const bool done = ExecuteRequest(&port, request, reply);
+  if (!done) SetLastError(ERROR_OPERATION_ABORTED);
+  return done;
+}
+
 /// The request lies in the registry, and so does its reply afterwards; the answer is the reply's length.
 bool AnswerStored(PortContext& port, std::string_view valueName, const Answer& answer) {
   const size_t comma = valueName.find(',');
@@ -63,7 +69,7 @@ bool AnswerStored(PortContext& port, std::string_view valueName, const Answer& a
   const int read = registry.GetBinary(path, request.Data(), size);
   if (read < 1) return false;
   TextBuffer reply;
-  ExecuteRequest(&port, {reinterpret_cast<const char*>(request.Data()), static_cast<size_t>(read)}, reply);
+  if (!Run(port, {reinterpret_cast<const char*>(request.Data()), static_cast<size_t>(read)}, reply)) return false;
   const auto length = static_cast<DWORD>(reply.Length());
   if (registry.SetBinary(path, reply.Data(), length) < 1) return false;
   return answer.Give(&length, sizeof length);
@@ -71,7 +77,7 @@ bool AnswerStored(PortContext& port, std::string_view valueName, const Answer& a
 
 bool AnswerInline(PortContext& port, std::string_view request, const Answer& answer) {
   TextBuffer reply;
-  ExecuteRequest(&port, request, reply);
+  if (!Run(port, request, reply)) return false;
   if (!answer.Give(reply.Data(), reply.Length())) return false;
   return true;
 }

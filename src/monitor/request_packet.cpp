@@ -19,7 +19,9 @@ void RequestPacket::Print() {
   } catch (...) {
     outcome_.failure = std::current_exception();
   }
-  if (done_ < bytes_.size() && !port_.Writer().IsSilenced()) {
+  if (done_ == 0 && port_.IsClosing()) {
+    port_.WarnOfClose();
+  } else if (done_ < bytes_.size() && !port_.Writer().IsSilenced()) {
     port_.Warn("The printer did not take the last " + OString::FromUnsigned(bytes_.size() - done_) +
                " bytes that a request had to print.");
   }

@@ -11,7 +11,8 @@ namespace portwise {
 class PortContext;
 
 /// Bytes that a request prints: a document of their own, or within a job a part of the job's. Delivered within the send
-/// timeout and before the port's close, or lost with a warning. For one packet.
+/// timeout and before the port's close, or lost with a warning, one for all that are lost because of the close. For one
+/// packet.
 class RequestPacket {
  public:
   RequestPacket(PortContext& port, std::string_view bytes) : port_(port), bytes_(bytes) {}

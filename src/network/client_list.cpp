@@ -5,6 +5,8 @@ namespace {
 
 /// Clients that are told to stop still have to be woken up: so many of them may be there at once.
 constexpr int kMaxStopping = 256;
+/// A client that has done nothing for so long may be closed for the memory that another one needs (ms).
+constexpr DWORD kGivesWay = 2000;
 constexpr DWORD kClosePatience = 5000;  // ms, as is the next
 constexpr DWORD kCloseSlice = 100;
 
@@ -45,6 +47,7 @@ bool ClientList::MakeRoom() {
 
 bool ClientList::MakeRoomInBudget(const Network_ClientThread* client, const RequestBudget& budget, size_t bytes) {
   const OScopedLock lock(lock_);
+  const DWORD now = GetTickCount();
   size_t coming = budget.Left();
   for (const Network_ClientThread* each : clients_) {
     if (each != client && each->IsStopping() && each->CurrentStage() != Stage::Handling) coming += each->BudgetTaken();
@@ -53,6 +56,8 @@ bool ClientList::MakeRoomInBudget(const Network_ClientThread* client, const Requ
     Network_ClientThread* longest = nullptr;
     for (Network_ClientThread* each : clients_) {
       if (each == client || each->IsStopping() || each->CurrentStage() == Stage::Handling) continue;
+      // It may have done something since the time was taken.
+      if (static_cast<LONG>(now - each->LastProgress()) < static_cast<LONG>(kGivesWay)) continue;
       if (each->BudgetTaken() > 0 && WaitsLonger(each, longest)) longest = each;
     }
     if (!longest) return false;

@@ -17,9 +17,9 @@ class ClientList {
   bool RegisterClient(Network_ClientThread* client);
   void UnregisterClient(Network_ClientThread* client);
 
-  /// Closes clients until what they hold of the budget, with what is left of it, comes to `bytes`: those that have
-  /// sent or taken nothing for longest. Another one's share comes back a moment later. False, when there are not enough
-  /// that do not belong to `client` and are not being handled.
+  /// Closes clients until what they hold of the budget, with what is left of it, comes to `bytes`: those that have sent
+  /// or taken nothing for longest, and for two seconds at least. Another one's share comes back a moment later. False
+  /// when there are not enough such clients beside `client`.
   bool MakeRoomInBudget(const Network_ClientThread* client, const RequestBudget& budget, size_t bytes);
 
   /// Stops all clients and waits until they have gone; those that have not after five seconds are taken out of the

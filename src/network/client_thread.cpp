@@ -11,9 +11,15 @@ namespace {
 
 constexpr LONG kEvents = FD_READ | FD_WRITE | FD_CLOSE;
 constexpr size_t kMaxSend = 200000;
-constexpr DWORD kLinger = 2000;  // ms
+constexpr DWORD kLinger = 2000;  // ms, as is the next
+constexpr DWORD kLongestLinger = 30000;
 constexpr int kDropped = 4096;
 constexpr DWORD kUnavailable = 503;
+/// So much each client's texts may take besides the budget, so that small requests are answered whatever the others do.
+constexpr size_t kFreeTexts = size_t{64} << 10;
+/// What the system takes of a large response before somebody has read it: not more than a slow reader takes in the time
+/// after which it counts as one that does not read.
+constexpr int kSystemBuffer = 128 << 10;
 // Those that are closed for others need a moment to go.
 constexpr DWORD kRoomPause = 10;  // ms, as is the next
 constexpr DWORD kRoomPatience = 500;
@@ -24,7 +30,24 @@ constexpr DWORD kBufferPause = 100;
 Network_ClientThread::Network_ClientThread(WebServerBase& server, unique_socket socket)
     : server_(server), socket_(std::move(socket)), share_(server.Budget()) {}
 
-Network_ClientThread::~Network_ClientThread() { server_.Clients().UnregisterClient(this); }
+class Network_ClientThread::Texts final : public TextAllowance {
+ public:
+  explicit Texts(Network_ClientThread& client) : client_(client) {}
+
+ private:
+  bool Cover(size_t bytes) override {
+    return client_.Hold(client_.request_.Capacity() + bytes - std::min(bytes, kFreeTexts), false);
+  }
+
+  Network_ClientThread& client_;
+};
+
+Network_ClientThread::~Network_ClientThread() {
+  // Whoever looks for memory must find in the list whatever is taken of it.
+  request_.Clear();
+  share_.Hold(0);
+  server_.Clients().UnregisterClient(this);
+}
 
 void Network_ClientThread::ThreadProc() {
   NetMonExceptionHandler guard("Network_ClientThread::ThreadProc", NetMonExceptionHandler::kReportEventLog);
@@ -46,29 +69,31 @@ void Network_ClientThread::Serve() {
   while (keep) {
     keep = false;
     if (!ReceiveRequest()) {
+      // One that gives way to others hears of it, unless it has not said anything yet.
+      if (stopping_ && !request_.Bytes().empty()) request_.Refuse();
       if (request_.Refusal() != 0) Refuse();
       return;
     }
-    stage_ = Stage::Handling;
-    std::string response;
-    if (!server_.HandleRequest(request_.Bytes(), &response, &keep)) return;
-    request_.Clear();
-    if (!Hold(response.capacity())) {
-      keep = false;
-      MakeUnavailable(&response);
-    }
-    if (!Send(response)) return;
-    response = std::string();
-    share_.Hold(0);
+    if (!Answer(&keep)) return;
   }
   Linger();
 }
 
+bool Network_ClientThread::Answer(bool* keep) {
+  stage_ = Stage::Handling;
+  Texts texts(*this);
+  ServerResponse response(&texts);
+  if (!server_.HandleRequest(request_, &response, keep)) return false;
+  request_.Clear();
+  texts.Return(0);  // what the request's bytes took is counted no longer
+  return Send(response.head, response.body.View());
+}
+
 bool Network_ClientThread::ReceiveRequest() {
-  stage_ = Stage::Receiving;
   progress_ = GetTickCount();
+  stage_ = Stage::Receiving;
   while (!stopping_) {
-    if (!Hold(request_.NextCapacity())) {
+    if (!Hold(request_.NextCapacity(), true)) {
       request_.Refuse();
       return false;
     }
@@ -91,33 +116,41 @@ bool Network_ClientThread::ReceiveRequest() {
   return false;
 }
 
-/// Takes what the client needs in all of the memory that they have together; clients that have waited longer give way.
-bool Network_ClientThread::Hold(size_t bytes) {
+/// Takes what the client needs in all of the memory that they have together; clients that do nothing give way. One that
+/// waits does so a while although nobody gives way, since others may come to their end.
+bool Network_ClientThread::Hold(size_t bytes, bool waits) {
   const DWORD begin = GetTickCount();
   while (!share_.Hold(bytes)) {
-    if (stopping_ || GetTickCount() - begin > kRoomPatience ||
-        !server_.Clients().MakeRoomInBudget(this, server_.Budget(), share_.Missing(bytes))) {
-      return false;
-    }
+    if (stopping_ || GetTickCount() - begin > kRoomPatience) return false;
+    if (!server_.Clients().MakeRoomInBudget(this, server_.Budget(), share_.Missing(bytes)) && !waits) return false;
     Sleep(kRoomPause);
   }
   return true;
 }
 
-void Network_ClientThread::MakeUnavailable(std::string* response) {
-  *response = std::string();
-  share_.Hold(0);
-  server_.MakeRefusal(kUnavailable, response);
+bool Network_ClientThread::Send(std::string_view head, std::string_view body) {
+  // A client that has just begun to be sent to has not been idle.
+  progress_ = GetTickCount();
+  stage_ = Stage::Sending;
+  const size_t size = head.size() + body.size();
+  if (size > kMaxSend) {
+    setsockopt(socket_.Get(), SOL_SOCKET, SO_SNDBUF, reinterpret_cast<const char*>(&kSystemBuffer),
+               sizeof kSystemBuffer);
+    if (!SendPart(head) || !SendPart(body)) return false;
+  } else {
+    if (!SendPart(std::string(head).append(body))) return false;
+  }
+  server_.Statistics().CountSent(size);
+  server_.OnDataSent(size);
+  return true;
 }
 
-bool Network_ClientThread::Send(std::string_view response) {
-  stage_ = Stage::Sending;
-  progress_ = GetTickCount();
+bool Network_ClientThread::SendPart(std::string_view bytes) {
   size_t sent = 0;
   bool closed = false;
-  while (sent < response.size()) {
-    const size_t piece = std::min(response.size() - sent, kMaxSend);
-    const int taken = send(socket_.Get(), response.data() + sent, static_cast<int>(piece), 0);
+  while (sent < bytes.size()) {
+    const size_t piece = std::min(bytes.size() - sent, kMaxSend);
+    const int taken = send(socket_.Get(), bytes.data() + sent, static_cast<int>(piece), 0);
     if (taken >= 0) {
       sent += static_cast<size_t>(taken);
       progress_ = GetTickCount();
@@ -128,8 +161,6 @@ bool Network_ClientThread::Send(std::string_view response) {
     closed = (happened & FD_CLOSE) != 0;
     if (happened == 0 || (closed && (happened & FD_WRITE) == 0)) return false;
   }
-  server_.Statistics().CountSent(sent);
-  server_.OnDataSent(sent);
   return true;
 }
 
@@ -149,21 +180,25 @@ void Network_ClientThread::Refuse() {
   refused_ = true;
   request_.Clear();
   share_.Hold(0);
-  if (Send(response)) Linger();
+  if (Send(response, {})) Linger();
 }
 
 /// A client that has sent more than was asked for would lose the response, were the connection closed before that has
-/// been taken. Of what is refused the rest may still be on its way.
+/// been taken. Of what is refused the rest may still be on its way, and goes on coming until the client has read why.
 void Network_ClientThread::Linger() {
   char dropped[kDropped];
   if (recv(socket_.Get(), dropped, kDropped, 0) <= 0 && !refused_) return;
   shutdown(socket_.Get(), SD_SEND);
   stage_ = Stage::Receiving;
   const DWORD begin = GetTickCount();
-  for (DWORD passed = 0; passed < kLinger && !stopping_; passed = GetTickCount() - begin) {
+  DWORD heard = begin;
+  for (DWORD now = begin; now - heard < kLinger && now - begin < kLongestLinger && !stopping_; now = GetTickCount()) {
     const int received = recv(socket_.Get(), dropped, kDropped, 0);
-    if (received > 0) continue;
-    if (received == 0 || !AwaitMore(WSAGetLastError(), kLinger - passed)) return;
+    if (received > 0) {
+      if (refused_) heard = now;
+    } else if (received == 0 || !AwaitMore(WSAGetLastError(), kLinger - (now - heard))) {
+      return;
+    }
   }
 }
 

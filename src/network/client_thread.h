@@ -9,6 +9,7 @@
 #include "core/socket_handle.h"
 #include "network/request_budget.h"
 #include "network/request_buffer.h"
+#include "network/server_response.h"
 
 namespace portwise {
 
@@ -47,11 +48,15 @@ class Network_ClientThread {
   size_t BudgetTaken() const { return share_.Taken(); }
 
  private:
+  /// What a request and its response take of the memory that the clients have together, beside the request's bytes.
+  class Texts;
+
   void Serve();
   bool ReceiveRequest();
-  bool Hold(size_t bytes);
-  void MakeUnavailable(std::string* response);
-  bool Send(std::string_view response);
+  bool Answer(bool* keep);
+  bool Hold(size_t bytes, bool waits);
+  bool Send(std::string_view head, std::string_view body);
+  bool SendPart(std::string_view bytes);
   void Refuse();
   void Linger();
   bool Select();
@@ -60,7 +65,7 @@ class Network_ClientThread {
 
   WebServerBase& server_;
   unique_socket socket_;
-  BudgetShare share_;  // for the request, until there is a response, and then for that
+  BudgetShare share_;
   RequestBuffer request_;
   bool refused_ = false;
   unique_socket_event networkEvent_;

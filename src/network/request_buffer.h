@@ -31,6 +31,7 @@ class RequestBuffer {
   /// Nothing has been put there: gives the room back when it is all that there is.
   void NotFilled();
 
+  size_t Capacity() const { return capacity_; }
   std::string_view Bytes() const { return {bytes_.get(), size_}; }
   /// Looks at what has come since the last look; true when a whole request is there. One that will never be whole is
   /// refused.

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "connection/socket_library.h"
 #include "core/handles.h"
@@ -14,6 +13,7 @@
 #include "network/client_pool.h"
 #include "network/listener.h"
 #include "network/request_buffer.h"
+#include "network/server_response.h"
 #include "network/server_statistics.h"
 
 namespace portwise {
@@ -38,8 +38,9 @@ class WebServerBase {
   /// Whether enough has arrived to be handled. Asked after each receive.
   virtual bool IsRequestComplete(RequestBuffer& request) = 0;
   /// Makes the response. False closes the connection without one; `keepConnection`, false at first, says that another
-  /// request may come over the connection.
-  virtual bool HandleRequest(std::string_view request, std::string* response, bool* keepConnection) = 0;
+  /// request may come over the connection. May give the memory of the request back as soon as it needs that no longer;
+  /// what the response's body takes, and its allowance otherwise, is bounded for all clients together.
+  virtual bool HandleRequest(RequestBuffer& request, ServerResponse* response, bool* keepConnection) = 0;
   /// Makes the response to a request that is refused with a status code of HTTP.
   virtual void MakeRefusal(DWORD status, std::string* response) = 0;
   /// The service listens, or cannot listen (a WSA code). On the accept thread, before Run returns.

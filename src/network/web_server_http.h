@@ -12,7 +12,7 @@ class WebServerHTTP : public WebServerBase {
   DWORD OnDataSent(size_t bytes) override;
   bool IsRequestComplete(RequestBuffer& request) override { return request.LookForRequest(); }
   /// Never keeps the connection.
-  bool HandleRequest(std::string_view request, std::string* response, bool* keepConnection) override;
+  bool HandleRequest(RequestBuffer& request, ServerResponse* response, bool* keepConnection) override;
   void MakeRefusal(DWORD status, std::string* response) override;
 };
 

@@ -11,7 +11,11 @@ constexpr std::string_view kSection = "xpml";
 
 }  // namespace
 
-XPML_Document::XPML_Document() {
+XPML_Document::XPML_Document(TextAllowance* allowance)
+    : elements_(allowance),
+      topText_(TextBuffer::kNoLimit, TextBuffer::kNoLimit, allowance),
+      tagText_(allowance),
+      holdText_(allowance) {
   RegisterCommands(GeneralCommands(), nullptr);
   Reset();
 }

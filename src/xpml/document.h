@@ -31,8 +31,8 @@ struct PendingOutput {
 /// One thread at a time; the document has no lock.
 class XPML_Document {
  public:
-  /// Registers the general commands.
-  XPML_Document();
+  /// Registers the general commands. The memory of what it holds is taken of the allowance, when there is one.
+  explicit XPML_Document(TextAllowance* allowance = nullptr);
   virtual ~XPML_Document();
   XPML_Document(const XPML_Document&) = delete;
   XPML_Document& operator=(const XPML_Document&) = delete;
@@ -125,7 +125,7 @@ class XPML_Document {
 
   // The plain text not yet handed on: first topText_, then the bytes of the chunk between runBegin_ and runEnd_. The
   // run exists only while Parse runs.
-  TextBuffer topText_{TextBuffer::kNoLimit};
+  TextBuffer topText_;
   const char* runBegin_ = nullptr;
   const char* runEnd_ = nullptr;
   std::string_view plainText_;

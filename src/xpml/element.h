@@ -37,6 +37,7 @@ class XPML_Element {
   std::string_view name_;
   std::vector<XPML_Attribute> attributes_;
   size_t parentBase_ = 0;  // the content stack's mark
+  size_t cost_ = 0;        // what the stack has taken of the allowance
 };
 
 }  // namespace portwise

@@ -1,5 +1,7 @@
 #include "xpml/element_stack.h"
 
+#include <new>
+
 namespace portwise {
 namespace {
 
@@ -9,12 +11,29 @@ constexpr size_t kWalkedAttributes = 256;
 
 constexpr size_t kSpareElements = 64;
 
+/// What an element is reckoned to take of the memory: much more than its tag, since each attribute is a record of its
+/// own, and another one in the index.
+size_t CostOf(size_t tag) { return sizeof(XPML_Element) + 8 * tag; }
+
 }  // namespace
 
+ElementStack::~ElementStack() {
+  while (depth_ > 0) Return(*elements_[--depth_]);
+}
+
 void ElementStack::Open(std::string_view name, std::string_view attributes) {
-  if (depth_ == elements_.size()) elements_.push_back(std::make_unique<XPML_Element>());
+  TextAllowance* const allowance = content_.Allowance();
+  const size_t cost = CostOf(name.size() + attributes.size());
+  if (allowance && !allowance->Take(cost)) throw std::bad_alloc();
+  try {
+    if (depth_ == elements_.size()) elements_.push_back(std::make_unique<XPML_Element>());
+    elements_[depth_]->Open(name, attributes);
+  } catch (...) {
+    if (allowance) allowance->Return(cost);
+    throw;
+  }
   XPML_Element& element = *elements_[depth_];
-  element.Open(name, attributes);
+  element.cost_ = cost;
   openAttributes_ += element.Attributes().size();
   element.parentBase_ = content_.Push();
   ++depth_;
@@ -28,15 +47,23 @@ bool ElementStack::Close() {
   }
   openAttributes_ -= element.Attributes().size();
   const bool kept = content_.Pop(element.parentBase_);
+  Return(element);
   element.Trim();
   TrimSpare();
   return kept;
 }
 
+void ElementStack::Return(const XPML_Element& element) {
+  if (TextAllowance* const allowance = content_.Allowance()) allowance->Return(element.cost_);
+}
+
 void ElementStack::Clear() {
   index_.Clear();
   indexed_ = openAttributes_ = 0;
-  while (depth_ > 0) elements_[--depth_]->Trim();
+  while (depth_ > 0) {
+    Return(*elements_[--depth_]);
+    elements_[depth_]->Trim();
+  }
   TrimSpare();
   content_.Free();
 }

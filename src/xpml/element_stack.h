@@ -14,6 +14,12 @@ namespace portwise {
 /// open, and the cost of opening, closing and looking up to the length of the tags, however deep they nest.
 class ElementStack {
  public:
+  /// The allowance is that of all open elements with their contents; there need not be one.
+  explicit ElementStack(TextAllowance* allowance) : content_(allowance) {}
+  ElementStack(const ElementStack&) = delete;
+  ElementStack& operator=(const ElementStack&) = delete;
+  ~ElementStack();
+
   bool IsEmpty() const { return depth_ == 0; }
   size_t Depth() const { return depth_; }
   /// The innermost element; null when none is open.
@@ -21,6 +27,7 @@ class ElementStack {
   /// The innermost element's content.
   TextStack& Content() { return content_; }
 
+  /// Throws std::bad_alloc when there is no memory for it; nothing has changed then.
   void Open(std::string_view name, std::string_view attributes);
   /// Closes the innermost element; its content joins its parent's. That of the outermost element stays in Content
   /// until it is taken. False when it did not fit there, and is dropped.
@@ -33,6 +40,7 @@ class ElementStack {
   const XPML_Attribute* FindAttribute(std::string_view element, std::string_view attribute) const;
 
  private:
+  void Return(const XPML_Element& element);
   void TrimSpare();
   void IndexElements() const;
 

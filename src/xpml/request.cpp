@@ -1,10 +1,10 @@
 #include "xpml/request.h"
 
-#include <algorithm>
-#include <climits>
-
 namespace portwise {
 namespace {
+
+/// A request of many commands looks behind each part whether it is to end.
+constexpr size_t kPart = 16384;
 
 CommandSet* portCommands = nullptr;
 
@@ -26,15 +26,17 @@ void BindDocumentToPort(PortContext* port, XPML_Document& document, TextBuffer& 
   RegisterPortCommands(port, document);
 }
 
-void ExecuteRequest(PortContext* port, std::string_view request, TextBuffer& reply) {
-  XPML_Document document;
+bool ExecuteRequest(PortContext* port, std::string_view request, TextBuffer& reply) {
+  XPML_Document document(reply.Allowance());
   BindDocumentToPort(port, document, reply);
   document.Parse("<xpml>", 6);
   while (!request.empty()) {
-    const std::string_view part = request.substr(0, INT_MAX);
+    const std::string_view part = request.substr(0, kPart);
     document.Parse(part.data(), static_cast<int>(part.size()));
     request.remove_prefix(part.size());
+    if (!request.empty() && portCommands && portCommands->IsClosing(port)) return false;
   }
+  return true;
 }
 
 }  // namespace portwise

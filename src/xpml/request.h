@@ -14,6 +14,8 @@ class CommandSet {
   virtual ~CommandSet() = default;
   /// Registers every port command with the port as context.
   virtual void RegisterOn(XPML_Document& document, PortContext* port) = 0;
+  /// Whether the port is being closed, so that requests against it are to end.
+  virtual bool IsClosing(PortContext* port) = 0;
 };
 
 /// `commands` must outlive all documents; null takes the commands away. Not thread-safe against documents being bound.
@@ -28,7 +30,10 @@ void BindDocumentToPort(PortContext* port, XPML_Document& document, TextBuffer& 
 
 /// Runs a request against a port: the text is parsed as if it stood inside a section, and what the commands leave
 /// behind, with the text between them, is appended to `reply`. Runs on the calling thread; text after an "</xpml>" of
-/// the request is replied as it stands.
-void ExecuteRequest(PortContext* port, std::string_view request, TextBuffer& reply);
+/// the request is replied as it stands. All of it takes what memory it needs of the reply's allowance.
+///
+/// False when the request has not come to its end because the port is being closed: what it had done by then stays
+/// done.
+bool ExecuteRequest(PortContext* port, std::string_view request, TextBuffer& reply);
 
 }  // namespace portwise

@@ -1,11 +1,12 @@
 #include "xpml/text_buffer.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
 namespace portwise {
 
-TextBuffer::~TextBuffer() { std::free(data_); }
+TextBuffer::~TextBuffer() { Free(); }
 
 bool TextBuffer::Grow(size_t count) {
   size_t capacity = capacity_ < 1 ? 64 : capacity_;
@@ -13,8 +14,15 @@ bool TextBuffer::Grow(size_t count) {
     if (capacity > kNoLimit) return false;
     capacity *= 2;
   }
+  if (allowance_ && !allowance_->TryTake(capacity - capacity_)) {
+    capacity = std::min(capacity, (length_ + count) + (length_ + count) / 8);
+    if (!allowance_->Take(capacity - capacity_)) return false;
+  }
   void* grown = std::realloc(data_, capacity);
-  if (!grown) return false;
+  if (!grown) {
+    if (allowance_) allowance_->Return(capacity - capacity_);
+    return false;
+  }
   data_ = static_cast<char*>(grown);
   capacity_ = capacity;
   return true;
@@ -44,12 +52,13 @@ bool TextBuffer::Terminate() {
 
 void TextBuffer::Free() {
   std::free(std::exchange(data_, nullptr));
+  if (allowance_ && capacity_ > 0) allowance_->Return(capacity_);
   base_ = length_ = capacity_ = 0;
 }
 
 bool TextBuffer::Take(TextBuffer& from) {
-  // The memory can change hands only where nothing but the content lies in it.
-  if (base_ == 0 && from.base_ == 0 && from.Length() <= limit_) {
+  // The memory can change hands only where nothing but the content lies in it, and it is of one allowance.
+  if (base_ == 0 && from.base_ == 0 && from.Length() <= limit_ && allowance_ == from.allowance_) {
     std::swap(length_, from.length_);
     std::swap(data_, from.data_);
     std::swap(capacity_, from.capacity_);

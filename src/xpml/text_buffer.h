@@ -5,17 +5,23 @@
 #include <cstring>
 #include <string_view>
 
+#include "xpml/text_allowance.h"
+
 namespace portwise {
 
-/// Growable bytes, which may hold NUL. The capacity starts at 64 and doubles. An operation that would pass the
-/// buffer's limit, or that finds no memory, returns false and leaves the content as it was.
+/// Growable bytes, which may hold NUL. The capacity starts at 64 and doubles, or grows by less where the allowance is
+/// short. An operation that would pass the buffer's limit, or that finds no memory, returns false and leaves the
+/// content as it was.
 class TextBuffer {
  public:
   static constexpr size_t kMaxLength = size_t{256} << 20;
   static constexpr size_t kNoLimit = static_cast<size_t>(-1) / 4;
 
-  /// `limit` is that of the content, `total` that of all that lies in the memory.
-  explicit TextBuffer(size_t limit = kMaxLength, size_t total = kNoLimit) : limit_(limit), total_(total) {}
+  /// `limit` is that of the content, `total` that of all that lies in the memory. What the buffer takes of the memory
+  /// it takes of the allowance, when it has one; what the allowance refuses is memory that is not there.
+  explicit TextBuffer(size_t limit = kMaxLength, size_t total = kNoLimit, TextAllowance* allowance = nullptr)
+      : limit_(limit), total_(total), allowance_(allowance) {}
+  explicit TextBuffer(TextAllowance* allowance) : TextBuffer(kMaxLength, kNoLimit, allowance) {}
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
   ~TextBuffer();
@@ -62,6 +68,7 @@ class TextBuffer {
   }
   /// Empties the content and gives the memory back.
   void Free();
+  TextAllowance* Allowance() const { return allowance_; }
   /// Replaces the content by that of another buffer, which is empty then. When it returns false both are as they were.
   bool Take(TextBuffer& from);
 
@@ -77,6 +84,7 @@ class TextBuffer {
 
   const size_t limit_;
   const size_t total_;
+  TextAllowance* const allowance_;
   char* data_ = nullptr;
   size_t capacity_ = 0;
 };
@@ -88,7 +96,7 @@ class TextStack : public TextBuffer {
   /// All open elements together, so that a short request cannot ask for the limit of one in each of very many.
   static constexpr size_t kMaxOpen = 2 * kMaxLength;
 
-  TextStack() : TextBuffer(kMaxLength, kMaxOpen) {}
+  explicit TextStack(TextAllowance* allowance = nullptr) : TextBuffer(kMaxLength, kMaxOpen, allowance) {}
 
   /// Begins an empty content on top; returns what `Pop` needs to end it.
   size_t Push() {

@@ -88,6 +88,7 @@ class ClientTest : public testing::Test {
 
 TEST_F(ClientTest, BelievesOnlyWholeAnswersAndTriesAsOftenAsItIsSet) {
   const std::string good = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nab\0c"s;
+  const std::string hasRun = "HTTP/1.1 500 Internal Server Error\r\nX-Request-Has-Run: yes\r\n\r\n";
   const std::string half = good.substr(0, good.size() - 1);
   const struct {
     std::vector<Answer> answers;
@@ -107,6 +108,7 @@ TEST_F(ClientTest, BelievesOnlyWholeAnswersAndTriesAsOftenAsItIsSet) {
       {{{"", Answer::Silence}}, 3, WSAETIMEDOUT, ""},
       {{{"HTTP/1.1 400 Bad Request\r\n\r\n"}}, 3, ERROR_INVALID_PRINTER_NAME, ""},
       {{{"HTTP/1.1 201 Created\r\n\r\n"}}, 3, ERROR_INVALID_DATA, ""},
+      {{{hasRun}}, 1, ERROR_CAN_NOT_COMPLETE, ""},
       {{{"no server of HTTP\n\n"}}, 3, ERROR_INVALID_DATA, ""},
       {{{"HTTP/1.1 200 OK\r\nContent-Length: 4294967300\r\n\r\nabcd"}}, 3, ERROR_INVALID_DATA, ""},
       {{{"HTTP/1.1 200 OK\r\n" + std::string(70000, 'x'), Answer::Silence}}, 3, ERROR_INVALID_DATA, ""},
@@ -122,6 +124,8 @@ TEST_F(ClientTest, BelievesOnlyWholeAnswersAndTriesAsOftenAsItIsSet) {
       EXPECT_EQ(error_, row.error) << shown;
     }
   }
+  EXPECT_EQ(Ask({{hasRun}}, u"Labels", "printer=Labels", &SendXPMLRequest), 0);
+  EXPECT_EQ(error_, DWORD{ERROR_CAN_NOT_COMPLETE}) << "it must not run through the spooler either";
   registry.SetDword("NETWORK:Connection Retries", 0);
   EXPECT_EQ(Ask({{half}}), 0);
   EXPECT_EQ(connections_, 1u);

@@ -7,11 +7,13 @@
 
 #include "core/exception.h"
 #include "network/web_server_http.h"
+#include "platform/eventlog/event_reader.h"
 #include "tests/support/faults.h"
 #include "tests/support/holdings.h"
 #include "tests/support/monitor_fixture.h"
 #include "tests/support/network_settings.h"
 #include "tests/support/web_client.h"
+#include "xpml/request.h"
 
 namespace portwise {
 namespace {
@@ -23,13 +25,25 @@ using testing::Not;
 using testing::StartsWith;
 
 constexpr std::string_view kTick = "GET /tickcount HTTP/1.1\r\n\r\n";
+constexpr std::string_view kLarge = "GET /large HTTP/1.1\r\n\r\n";
+constexpr std::size_t kLargeSize = 5000000;
+constexpr char kUnavailable[] = "HTTP/1.1 503 Service Unavailable\r\n";
+
+bool AnswerLarge(std::string_view request, std::string* response, bool*) {
+  if (request == kLarge) response->assign(kLargeSize, 'x');
+  return !response->empty();
+}
 
 /// The server with resources of the test's own: what `onRequest` says for their URI.
 class TestServer final : public WebServerHTTP {
  public:
-  bool HandleRequest(std::string_view request, std::string* response, bool* keep) override {
-    if (onRequest && onRequest(request, response, keep)) return !response->empty();
-    return WebServerHTTP::HandleRequest(request, response, keep);
+  bool HandleRequest(RequestBuffer& request, ServerResponse* response, bool* keep) override {
+    std::string own;
+    if (!onRequest || !onRequest(request.Bytes(), &own, keep)) {
+      return WebServerHTTP::HandleRequest(request, response, keep);
+    }
+    if (!response->body.Append(own)) MakeRefusal(503, &response->head);
+    return !own.empty();
   }
   std::function<bool(std::string_view, std::string*, bool*)> onRequest;
 };
@@ -191,29 +205,86 @@ TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
 }
 
 TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
-  constexpr std::size_t kLeft = 12000000;
-  server_.onRequest = [](std::string_view bytes, std::string* response, bool*) {
-    if (bytes.starts_with("GET /large")) response->assign(5000000, 'x');
-    return !response->empty();
-  };
+  constexpr std::size_t kLeft = 18000000;
+  platform::SetTimeScale(20);
+  server_.onRequest = AnswerLarge;
   EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - kLeft));
   std::vector<WebClient> deaf;
-  for (int i = 0; i < 6; ++i) {
+  for (int i = 0; i < 4; ++i) {
     deaf.emplace_back(port_, 4096);
-    EXPECT_TRUE(deaf.back().Send("GET /large HTTP/1.1\r\n\r\n").Waits(5000));
+    EXPECT_TRUE(deaf.back().Send(kLarge).Waits(5000));
+    Sleep(2500);
   }
   AwaitClients(2);
-  EXPECT_GT(server_.Budget().Taken(), RequestBudget::kBytes - kLeft + 9000000);
-  const std::string half = "POST /x HTTP/1.1\r\nContent-Length: 7000000\r\n\r\n" + std::string(6999999, 'x');
+  const std::string half = "POST /x HTTP/1.1\r\nContent-Length: 5000000\r\n\r\n" + std::string(4999999, 'x');
   WebClient silent(port_);
   silent.Send(half);
-  AwaitClients(1);
+  AwaitClients(2);
+  Sleep(2500);
+  EXPECT_TRUE(server_.Budget().Take(1000000));
   EXPECT_TRUE(BodyOf(WebClient(port_).Send(half).Send("x").Read()) == half + "x");
-  EXPECT_TRUE(silent.Waits(0)) << "it has been closed";
-  EXPECT_TRUE(server_.Budget().Take(kLeft));
+  EXPECT_THAT(silent.Read(), StartsWith(kUnavailable)) << "it has given way";
+  AwaitClients(0);
+  EXPECT_TRUE(server_.Budget().Take(kLeft - 1000000));
   ExpectAnswers();
-  EXPECT_THAT(Ask(half.substr(0, 8000)), StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
+  EXPECT_THAT(Ask(half.substr(0, 8000)), StartsWith(kUnavailable));
   server_.Budget().Return(RequestBudget::kBytes);
+}
+
+TEST_F(Server, NobodyWhoSendsOrReadsGivesWayToOthers) {
+  constexpr std::size_t kLeft = 24000000;
+  server_.onRequest = AnswerLarge;
+  EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - kLeft));
+  const std::string post = "POST /x HTTP/1.1\r\nContent-Length: 3000000\r\n\r\n" + std::string(3000000, 'x');
+  std::vector<std::string> answers(12);
+  std::vector<std::thread> clients;
+  for (std::string& answer : answers) {
+    clients.emplace_back([&answer, &post, reads = clients.size() % 2 == 0, this] {
+      WebClient client(port_, 65536);
+      if (reads) client.Send(kLarge);
+      for (std::size_t at = 0; !reads && at < post.size(); at += 100000)
+        client.Send(post.substr(at, 100000)), Sleep(20);
+      answer = client.Read(10000, 5);
+    });
+    Sleep(50);
+  }
+  int refused = 0;
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    clients[i].join();
+    const bool isRefused = answers[i].starts_with(kUnavailable) && answers[i].size() < 1000;
+    const bool isWhole = answers[i].size() == kLargeSize || BodyOf(answers[i]) == post;
+    EXPECT_TRUE(isRefused || isWhole) << i << ": " << answers[i].size() << answers[i].substr(0, 20);
+    refused += isRefused;
+  }
+  EXPECT_TRUE(refused > 0 && refused < 11) << refused;
+  server_.Budget().Return(RequestBudget::kBytes - kLeft);
+}
+
+TEST_F(Server, AReplyTakesNoMoreMemoryThanThereIs) {
+  spooler_.printers["Labels"] = {"Out", ""};
+  const HANDLE port = Open("Out");
+  const auto run = [&](const std::string& commands) {
+    const std::string form = "printer=Labels&xpml=" + commands;
+    return Ask("POST /xpml HTTP/1.1\r\nContent-Length: " + std::to_string(form.size()) +
+               "\r\nContent-Type: application/x-www-form-urlencoded\r\n\r\n" + form);
+  };
+  const auto get = [](int times) {
+    std::string commands;
+    for (int i = 0; i < times; ++i) commands += "<get name='LONG'/>";
+    return commands;
+  };
+  run("<set name='LONG'>" + std::string(100000, 'x') + "</set>");
+  EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - 3000000));
+  EXPECT_EQ(BodyOf(run(get(10))).size(), 1000001u);
+  std::string nested;
+  for (int i = 0; i < 50000; ++i) nested += "<a>";
+  for (const std::string& commands : {get(50), "<a>" + get(50), nested}) {
+    EXPECT_THAT(run(commands), AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("\r\nX-Request-Has-Run: yes\r\n")));
+  }
+  EXPECT_TRUE(server_.Budget().Take(3000000));
+  EXPECT_EQ(BodyOf(run("<uppercase>" + std::string(3000, 'x') + "</uppercase>")).size(), 3001u);
+  server_.Budget().Return(RequestBudget::kBytes);
+  EXPECT_TRUE(lmClosePortW(port));
 }
 
 TEST_F(Server, WaitsWhereTheProcessHasNoFilesLeft) {
@@ -325,8 +396,11 @@ TEST_F(Server, APortInUseIsNotClosed) {
   };
   const DWORD begin = GetTickCount();
   std::thread writer([&] {
+    std::string request = "<packet>!</packet>";
+    for (int i = 0; i < 100000; ++i) request += "<packet>.</packet>?";
     TextBuffer reply;
-    use.Get()->ExecuteRequest("<packet>!</packet>", reply);
+    EXPECT_FALSE(ExecuteRequest(use.Get(), request, reply));
+    EXPECT_LT(reply.Length(), 10000u) << "it ends early";
   });
   while (writes == 0) Sleep(1);
   std::atomic<bool> closed = false;
@@ -341,6 +415,10 @@ TEST_F(Server, APortInUseIsNotClosed) {
   EXPECT_LT(GetTickCount() - begin, 5000u) << "what it has to print does not keep it for the send timeout";
   use = PortUse();
   closer.join();
+  std::int64_t after = 0;
+  std::vector<platform::Event> events;
+  platform::ReadEvents(&after, {}, 100, &events);
+  EXPECT_LE(events.size(), 2u) << "of the packet that waited, and of all others";
 }
 
 }  // namespace

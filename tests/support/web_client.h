@@ -54,8 +54,8 @@ class WebClient {
     return *this;
   }
   /// All that comes until the connection ends; what it was then is at the end of it: nothing, " (reset)" or " (open)"
-  /// when nothing more came for a while.
-  std::string Read(int milliseconds = 10000) {
+  /// when nothing more came for a while. With a pause it reads slowly.
+  std::string Read(int milliseconds = 10000, int pause = 0) {
     std::string all;
     char chunk[65536];
     while (true) {
@@ -64,6 +64,7 @@ class WebClient {
       if (size == 0) return all;
       if (size < 0) return all + " (reset)";
       all.append(chunk, static_cast<std::size_t>(size));
+      ::usleep(static_cast<useconds_t>(pause) * 1000);
     }
   }
   /// Whether bytes wait to be read, or the connection's end.

@@ -47,6 +47,7 @@ DWORD Exchange(std::string_view bytes, const OString& host, DWORD port, DWORD ti
   }
   if (!response->Parse(received.data(), received.size(), true)) return ERROR_INVALID_DATA;
   if (response->StatusCode() == kStatusDone) return ERROR_SUCCESS;
+  if (response->HasHeader(kHasRunHeader)) return kHasRunWithoutReply;
   return response->StatusCode() == kStatusBadRequest ? ERROR_INVALID_PRINTER_NAME : ERROR_INVALID_DATA;
 }
 

@@ -46,6 +46,11 @@ void AddPrinter(const PrinterInfo& info, const OString& name, HTTPRequest* post)
   }
 }
 
+/// Why nothing is known of the printer: there is none of that name, or there is no spooler.
+DWORD WhyUnknown(const OString& printer) {
+  return OpenPrinterByName(printer, 0) ? ERROR_INVALID_PRINTER_NAME : GetLastError();
+}
+
 /// What the spooler answers when it is asked for a value, which the monitor stores a reply for.
 DWORD AskSpooler(const OString& printer, const OString& value) {
   const unique_printer handle = OpenPrinterByName(printer, PRINTER_ACCESS_ADMINISTER);
@@ -71,12 +76,13 @@ DWORD AskThroughSpooler(const OString& printer, std::string_view request, std::s
 
 XpmlAnswer XpmlClient::Send(std::string_view request, ResponsePointer* response) const {
   const XpmlAnswer answer = SendHttp(request, response);
-  return answer != XpmlAnswer::None || info_.remote ? answer : SendLocal(request, response);
+  if (answer != XpmlAnswer::None || info_.remote || GetLastError() == kHasRunWithoutReply) return answer;
+  return SendLocal(request, response);
 }
 
 XpmlAnswer XpmlClient::SendHttp(std::string_view request, ResponsePointer* response) const {
-  if (info_.serverName.IsEmpty()) {  // the spooler does not know the printer
-    SetLastError(ERROR_INVALID_PRINTER_NAME);
+  if (info_.serverName.IsEmpty()) {
+    SetLastError(WhyUnknown(name_));
     return XpmlAnswer::None;
   }
   const NetworkSettings settings(name_);
@@ -100,7 +106,7 @@ XpmlAnswer XpmlClient::SendHttp(std::string_view request, ResponsePointer* respo
       *response = std::move(received);
       return XpmlAnswer::Http;
     }
-    if (retries == 0) return XpmlAnswer::None;
+    if (retries == 0 || GetLastError() == kHasRunWithoutReply) return XpmlAnswer::None;
   }
 }
 

@@ -42,13 +42,16 @@ void HTTPParameters::AddEncoded(std::string_view text) {
   text_.append(text);
 }
 
-std::string HTTPParameters::Get(std::string_view name) const {
-  std::string_view text = text_;
+std::optional<std::string> HTTPParameters::Find(std::string_view text, std::string_view name) {
   for (Piece piece; NextPiece(&text, &piece);) {
     if (piece.name.size() > kLongestByte * name.size() || !EqualsNoCase(DecodeUrl(piece.name), name)) continue;
-    return std::string(TrimHttp(DecodeUrl(piece.value)));
+    // The value may be most of a large request, of which there should not be one copy more.
+    std::string value = DecodeUrl(piece.value);
+    value.erase(0, std::min(value.find_first_not_of(kHttpSpace), value.size()));
+    value.erase(value.find_last_not_of(kHttpSpace) + 1);
+    return value;
   }
-  return std::string();
+  return std::nullopt;
 }
 
 std::string HTTPParameters::Encode() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,7 +22,10 @@ class HTTPParameters {
 
   /// The first value of that name, the case of ASCII letters aside, without white space at both ends; empty without
   /// one.
-  std::string Get(std::string_view name) const;
+  std::string Get(std::string_view name) const { return Find(name).value_or(std::string()); }
+  std::optional<std::string> Find(std::string_view name) const { return Find(text_, name); }
+  /// The same in a query or a form as it travels; nothing without one.
+  static std::optional<std::string> Find(std::string_view text, std::string_view name);
 
   /// All of them as a query or a form carries them.
   std::string Encode() const;

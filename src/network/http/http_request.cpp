@@ -17,21 +17,41 @@ void HTTPRequest::Reset() {
   version_ = "HTTP/1.1";
   uri_ = "/";
   parameters_.Clear();
+  formInPlace_ = std::string_view();
   body_.clear();
   ParseHeaders(std::string_view());
 }
 
 bool HTTPRequest::Parse(const void* bytes, size_t length, bool decode) {
+  std::string_view body;
+  if (!ParseMessage({static_cast<const char*>(bytes), length}, decode, &body)) return false;
+  body_ = body;
+  if (decode && !body_.empty() && HoldsForm()) parameters_.AddEncoded(body_);
+  return true;
+}
+
+bool HTTPRequest::ParseInPlace(std::string_view bytes) {
+  std::string_view body;
+  if (!ParseMessage(bytes, true, &body)) return false;
+  if (HoldsForm()) formInPlace_ = body;
+  return true;
+}
+
+bool HTTPRequest::ParseMessage(std::string_view bytes, bool decode, std::string_view* body) {
   Reset();
   HTTPMessageParser message(kRequestLimits);
-  if (message.Look({static_cast<const char*>(bytes), length}) != HTTPMessageState::Complete) return false;
+  if (message.Look(bytes) != HTTPMessageState::Complete) return false;
   requestLine_ = HeadText(message.FirstLine());
   ParseHeaders(message.HeaderLines());
-  body_ = message.Body();
-  if (!decode) return true;
-  ParseRequestLine(message.FirstLine());
-  if (!body_.empty() && GetHeader("Content-Type") == kFormContentType) parameters_.AddEncoded(body_);
+  if (decode) ParseRequestLine(message.FirstLine());
+  *body = message.Body();
   return true;
+}
+
+std::string HTTPRequest::GetParameterBytes(std::string_view name) const {
+  if (formInPlace_.empty()) return parameters_.Get(name);
+  if (auto value = parameters_.Find(name)) return *std::move(value);
+  return HTTPParameters::Find(formInPlace_, name).value_or(std::string());
 }
 
 void HTTPRequest::ParseRequestLine(std::string_view line) {

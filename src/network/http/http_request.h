@@ -22,6 +22,10 @@ class HTTPRequest : public HTTPHeaders {
   /// with it the request line is taken apart too, and so is a body that holds parameters.
   bool Parse(const void* bytes, size_t length, bool decode);
 
+  /// The same with `decode`, but without a copy of the body, which may be large: its parameters are looked for in
+  /// `bytes`, which must stay there as long as somebody asks for one.
+  bool ParseInPlace(std::string_view bytes);
+
   /// Appends the request as it travels. A POST carries its parameters in the body, unless its content type is another
   /// one, and every other method in the target.
   void Serialize(std::string* out) const;
@@ -39,7 +43,7 @@ class HTTPRequest : public HTTPHeaders {
   /// The first parameter of that name, the case of ASCII letters aside, without white space at both ends; empty without
   /// one. As text in the ANSI code page, or as the bytes that were sent.
   OString GetParameter(std::string_view name) const { return OString(std::string_view(GetParameterBytes(name))); }
-  std::string GetParameterBytes(std::string_view name) const { return parameters_.Get(name); }
+  std::string GetParameterBytes(std::string_view name) const;
   /// Text is sent in its own code page.
   void AddParameter(std::string_view name, const OString& value) { parameters_.Add(name, value.NarrowView()); }
   void AddParameter(std::string_view name, std::string_view value) { parameters_.Add(name, value); }
@@ -49,6 +53,8 @@ class HTTPRequest : public HTTPHeaders {
 
  private:
   void Reset();
+  bool ParseMessage(std::string_view bytes, bool decode, std::string_view* body);
+  bool HoldsForm() const { return GetHeader("Content-Type") == kFormContentType; }
   void ParseRequestLine(std::string_view line);
 
   OString requestLine_;
@@ -56,6 +62,7 @@ class HTTPRequest : public HTTPHeaders {
   OString version_;
   OString uri_;
   HTTPParameters parameters_;
+  std::string_view formInPlace_;
   std::string body_;
 };
 

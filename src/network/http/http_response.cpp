@@ -44,12 +44,6 @@ void HTTPResponse::SetTextBody(const OString& text) {
   body_ = text.NarrowView();
 }
 
-void HTTPResponse::SetTerminatedTextBody(std::string bytes) {
-  SetContentType("text/plain");
-  body_ = std::move(bytes);
-  body_.push_back('\0');
-}
-
 void HTTPResponse::SetBinaryBody(std::string bytes) {
   SetContentType("application/octet-stream");
   body_ = std::move(bytes);
@@ -76,14 +70,18 @@ void HTTPResponse::ParseStatusLine(std::string_view line) {
 }
 
 void HTTPResponse::Serialize(std::string* out) const {
+  SerializeHead(body_.size(), out);
+  out->append(body_);
+}
+
+void HTTPResponse::SerializeHead(size_t bodyLength, std::string* out) const {
   HTTPHeaders headers = *this;
   headers.SetHeader("Date", HttpDate());
   headers.SetHeader("Server", ComputerName());
   headers.SetHeader("Accept-Ranges", "None");
-  if (!body_.empty()) headers.SetHeader("Content-Length", OString::FromUnsigned(body_.size()));
+  if (bodyLength > 0) headers.SetHeader("Content-Length", OString::FromUnsigned(bodyLength));
   out->append(version_.NarrowView()).append(" ").append(statusText_.NarrowView()).append("\r\n");
   headers.AppendHeaders(out);
-  out->append(body_);
 }
 
 }  // namespace portwise

@@ -10,6 +10,10 @@
 
 namespace portwise {
 
+/// In a response without a reply: the request has run nevertheless, at least in part, so that it should not be sent
+/// again.
+inline constexpr char kHasRunHeader[] = "X-Request-Has-Run";
+
 /// A response of HTTP/1.1. A plain value; one thread at a time.
 class HTTPResponse : public HTTPHeaders {
  public:
@@ -28,8 +32,6 @@ class HTTPResponse : public HTTPHeaders {
   void SetContentType(const OString& type) { SetHeader("Content-Type", type); }
   /// Plain text: the bytes of the text's 8-bit form.
   void SetTextBody(const OString& text);
-  /// Plain text that clients can take for a C string: a NUL is put behind the bytes.
-  void SetTerminatedTextBody(std::string bytes);
   void SetBinaryBody(std::string bytes);
   const std::string& Body() const { return body_; }
 
@@ -41,6 +43,8 @@ class HTTPResponse : public HTTPHeaders {
   /// Appends the response as it travels, with the date, the name of this computer and the length of the body among its
   /// headers.
   void Serialize(std::string* out) const;
+  /// Appends the head alone, for a body of that many bytes which lies elsewhere.
+  void SerializeHead(size_t bodyLength, std::string* out) const;
 
  private:
   void ParseStatusLine(std::string_view line);

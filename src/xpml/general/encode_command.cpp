@@ -80,7 +80,7 @@ void Apply(XPML_Document& document, std::string_view list, std::span<const Step>
         std::find_if(steps.begin(), steps.end(), [&](const Step& row) { return EqualsNoCase(name, row.name); });
     if (step == steps.end() || &*step == failed) continue;
     ++taken;
-    TextBuffer result(content.MostLength());
+    TextBuffer result(content.MostLength(), TextBuffer::kNoLimit, content.Allowance());
     const bool done = step->apply(document, content.View(), result) && content.Take(result);
     failed = done ? nullptr : &*step;
   }

@@ -24,13 +24,16 @@ void AppendVariable(std::string_view name, TextBuffer& text) {
     text.Append(shortValue, length);
     return;
   }
+  const size_t before = text.Length();
   // Another thread may make the value longer in between.
-  std::string value;
-  while (length >= value.size()) {
-    value.resize(length);
-    length = GetEnvironmentVariableA(terminated.c_str(), value.data(), length);
+  for (DWORD size = 0; length >= size;) {
+    size = length;
+    char* const content = text.Resize(before + size);
+    if (!content) break;
+    length = GetEnvironmentVariableA(terminated.c_str(), content + before, size);
+    if (length < size) return text.Truncate(before + length);
   }
-  text.Append(value.data(), length);
+  text.Truncate(before);
 }
 
 }  // namespace portwise

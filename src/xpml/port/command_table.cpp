@@ -56,4 +56,6 @@ void CommandTable::RegisterOn(XPML_Document& document, PortContext* port) {
   RegisterRows(document, port, std::make_index_sequence<std::size(kCommands)>());
 }
 
+bool CommandTable::IsClosing(PortContext* port) { return port && port->IsClosing(); }
+
 }  // namespace portwise

@@ -8,6 +8,7 @@ namespace portwise {
 class CommandTable final : public CommandSet {
  public:
   void RegisterOn(XPML_Document& document, PortContext* port) override;
+  bool IsClosing(PortContext* port) override;
 };
 
 }  // namespace portwise

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "xpml/text_buffer.h"
+
+namespace portwise {
+
+/// A response as it goes out: its head, and its body, which may be large and is therefore made in its place.
+struct ServerResponse {
+  explicit ServerResponse(TextAllowance* allowance) : body(allowance) {}
+
+  std::string head;
+  TextBuffer body;
+};
+
+}  // namespace portwise
