@@ -15,6 +15,11 @@ extern DWORD_PTR CONTEXT::*const kScratch;
 /// what belongs to the instruction.
 DWORD_PTR ReturnOffset(DWORD exceptionCode);
 
+/// Takes the context of a fault in code of others to the call that led from this library there, when a function between
+/// has been compiled by this compiler and expects no exception: its tables would end the process. What those functions
+/// own is not destroyed. False when the context is as it was. `frame` is where the search ends.
+bool LeaveCodeOfOthers(CONTEXT* context, ULONG_PTR frame);
+
 /// Lets the thread go on by the changed context; to be returned by an exception handler.
 EXCEPTION_DISPOSITION ContinueBy(EXCEPTION_RECORD* record, CONTEXT* context);
 

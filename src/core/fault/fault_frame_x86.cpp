@@ -133,6 +133,9 @@ DWORD_PTR CONTEXT::*const kScratch = &CONTEXT::Eax;
 // A return address lies behind its call, and the unwinder looks one byte before it.
 DWORD_PTR ReturnOffset(DWORD) { return 1; }
 
+// PortwiseThrowToFrame does.
+bool LeaveCodeOfOthers(CONTEXT*, ULONG_PTR) { return false; }
+
 EXCEPTION_DISPOSITION ContinueBy(EXCEPTION_RECORD* record, CONTEXT*) {
   record->ExceptionFlags &= ~static_cast<DWORD>(EXCEPTION_NONCONTINUABLE);
   return ExceptionContinueExecution;

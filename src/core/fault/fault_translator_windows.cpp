@@ -38,12 +38,13 @@ void KeepStack(ULONG_PTR stackPointer, ULONG_PTR frame) {
   std::memcpy(stack->bytes, reinterpret_cast<const void*>(stackPointer), stack->size);
 }
 
-void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context) {
+void ResumeInThrow(const EXCEPTION_RECORD& record, CONTEXT* context, ULONG_PTR frame) {
   constexpr DWORD kStepDirectionAlignment = 0x40500;  // what a function may rely on being clear
+  const bool isCall = LeaveCodeOfOthers(context, frame);
   const DWORD_PTR counter = context->*kCounter;
-  const bool fetch = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
+  const bool fetch = !isCall && record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters >= 2 &&
                      record.ExceptionInformation[1] == counter;
-  context->*kScratch = counter + ReturnOffset(record.ExceptionCode);
+  context->*kScratch = counter + (isCall ? 0 : ReturnOffset(record.ExceptionCode));
   context->*kCounter =
       reinterpret_cast<DWORD_PTR>(reinterpret_cast<void*>(fetch ? PortwiseFetchEntry : PortwiseFaultEntry));
   context->EFlags &= ~kStepDirectionAlignment;
@@ -101,6 +102,6 @@ extern "C" EXCEPTION_DISPOSITION PortwiseOnFault(EXCEPTION_RECORD* record, void*
   }
   thread->place = reinterpret_cast<ULONG_PTR>(frame);
   KeepStack(context->*kStackPointer, thread->place);
-  ResumeInThrow(thread->record, context);
+  ResumeInThrow(thread->record, context, thread->place);
   return ContinueBy(record, context);
 }
