@@ -21,7 +21,7 @@ struct Event {
   WORD type = 0;
   WORD category = 0;
   DWORD id = 0;
-  std::vector<std::u16string> strings;
+  std::vector<std::basic_string<WCHAR>> strings;
   std::string data;
   /// Of the process that reported it.
   DWORD process = 0;

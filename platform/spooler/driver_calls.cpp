@@ -1,3 +1,4 @@
+#include <windows.h>
 #include <winspool.h>
 
 #include <chrono>
@@ -61,9 +62,9 @@ void PackDriver(const Json& driver, Packer<DRIVER_INFO_6W>* packer) {
   info.dwlDriverVersion = ParseVersion(driver.value("driverVersion", std::string()));
   packer->Add(info);
   for (const auto& row : kTexts) {
-    if (std::u16string text = Field(driver, row.field); !text.empty()) packer->Text(row.member, text);
+    if (const auto text = Field(driver, row.field); !text.empty()) packer->Text(row.member, text);
   }
-  std::vector<std::u16string> files;
+  std::vector<std::basic_string<WCHAR>> files;
   for (const Json& file : driver.value("dependentFiles", Json::array()))
     files.push_back(ToUtf16(file.get<std::string>()));
   if (!files.empty()) packer->Texts(&DRIVER_INFO_6W::pDependentFiles, files);

@@ -1,8 +1,9 @@
+#include <windows.h>
 #include <winspool.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 
 #include "platform/kernel/fail.h"
 #include "platform/spooler/packer.h"
@@ -17,25 +18,13 @@ using Json = nlohmann::json;
 
 /// The time of a text such as "2024-02-29T23:59:58.125Z"; all zero for another text.
 SYSTEMTIME ParseTime(const std::string& text) {
-  SYSTEMTIME time{};
-  std::tm parts{};
-  int milliseconds = 0;
-  if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%d.%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour,
-                  &parts.tm_min, &parts.tm_sec, &milliseconds) != 7)
-    return time;
-  parts.tm_year -= 1900;
-  parts.tm_mon -= 1;
-  std::time_t seconds = timegm(&parts);
-  gmtime_r(&seconds, &parts);
-  time.wYear = static_cast<WORD>(parts.tm_year + 1900);
-  time.wMonth = static_cast<WORD>(parts.tm_mon + 1);
-  time.wDayOfWeek = static_cast<WORD>(parts.tm_wday);
-  time.wDay = static_cast<WORD>(parts.tm_mday);
-  time.wHour = static_cast<WORD>(parts.tm_hour);
-  time.wMinute = static_cast<WORD>(parts.tm_min);
-  time.wSecond = static_cast<WORD>(parts.tm_sec);
-  time.wMilliseconds = static_cast<WORD>(milliseconds);
-  return time;
+  unsigned short year, month, day, hour, minute, second, milliseconds;
+  if (std::sscanf(text.c_str(), "%hu-%hu-%huT%hu:%hu:%hu.%hu", &year, &month, &day, &hour, &minute, &second,
+                  &milliseconds) != 7)
+    return {};
+  const std::chrono::sys_days date(std::chrono::year(year) / month / day);
+  const auto weekday = static_cast<WORD>(std::chrono::weekday(date).c_encoding());
+  return {year, month, weekday, day, hour, minute, second, milliseconds};
 }
 
 /// A field for a member that holds UTF-16, or bytes of the ANSI code page, which is UTF-8.

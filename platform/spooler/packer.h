@@ -40,8 +40,8 @@ class Packer : public PackedStructures {
   void Add(const Structure& structure) { AddStructure(&structure, sizeof structure); }
 
   /// Sets a text member, up to the first NUL of the text.
-  void Text(LPWSTR Structure::*member, std::u16string_view text) {
-    const std::u16string ended(text.substr(0, text.find(u'\0')));
+  void Text(LPWSTR Structure::*member, std::basic_string_view<WCHAR> text) {
+    const std::basic_string<WCHAR> ended(text.substr(0, text.find(WCHAR{})));
     Point(Offset(member), ended.c_str(), (ended.size() + 1) * sizeof(WCHAR), alignof(WCHAR));
   }
 
@@ -52,9 +52,9 @@ class Packer : public PackedStructures {
   }
 
   /// Sets a member to texts one behind the other, each with its NUL, and one more NUL. Empty texts are left out.
-  void Texts(LPWSTR Structure::*member, const std::vector<std::u16string>& texts) {
-    std::u16string list;
-    for (const std::u16string& text : texts) list += text.empty() ? text : text + u'\0';
+  void Texts(LPWSTR Structure::*member, const std::vector<std::basic_string<WCHAR>>& texts) {
+    std::basic_string<WCHAR> list;
+    for (const auto& text : texts) list += text.empty() ? text : text + WCHAR{};
     Point(Offset(member), list.c_str(), (list.size() + 1) * sizeof(WCHAR), alignof(WCHAR));
   }
 

@@ -1,7 +1,7 @@
 #include <winspool.h>
 
 #include "platform/kernel/fail.h"
-#include "platform/spooler/channel.h"
+#include "platform/spooler/spooler_service.h"
 #include "platform/text.h"
 #include "platform/windows/dialogs.h"
 

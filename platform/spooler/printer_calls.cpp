@@ -1,3 +1,4 @@
+#include <windows.h>
 #include <winspool.h>
 
 #include "platform/kernel/fail.h"

@@ -1,3 +1,4 @@
+#include <windows.h>
 #include <winspool.h>
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace portwise::platform {
 
 namespace {
 
-constexpr WCHAR kDefaultKey[] = u"PrinterDriverData";
+constexpr WCHAR kDefaultKey[] = TEXT("PrinterDriverData");
 
 /// Orders something about one value; an error code other than ERROR_SUCCESS leaves `reply` as it was.
 DWORD OrderData(HANDLE printer, LPCWSTR key, LPCWSTR value, nlohmann::json order, const std::string& body = {},
@@ -67,7 +68,7 @@ DWORD WINAPI GetPrinterDataW(HANDLE printer, LPWSTR value, LPDWORD type, LPBYTE 
 
 DWORD WINAPI GetPrinterDataA(HANDLE printer, LPSTR value, LPDWORD type, LPBYTE data, DWORD size, LPDWORD needed) {
   // The ANSI code page is UTF-8.
-  std::u16string name = value ? ToUtf16(value) : std::u16string();
+  auto name = ToUtf16(value ? value : "");
   return GetPrinterDataW(printer, name.data(), type, data, size, needed);
 }
 

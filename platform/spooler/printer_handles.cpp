@@ -54,7 +54,7 @@ std::optional<Message> Order(const nlohmann::json& order, const std::string& bod
   return reply;
 }
 
-std::u16string Field(const nlohmann::json& object, const char* name) {
+std::basic_string<WCHAR> Field(const nlohmann::json& object, const char* name) {
   return ToUtf16(object.value(name, std::string()));
 }
 

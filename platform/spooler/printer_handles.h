@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/spooler/channel.h"
+#include "platform/spooler/spooler_service.h"
 
 namespace portwise::platform {
 
@@ -25,6 +25,6 @@ bool RemovePrinterHandle(HANDLE handle);
 std::optional<Message> Order(const nlohmann::json& order, const std::string& body = {});
 
 /// A text of an answer as UTF-16; empty when it is not there.
-std::u16string Field(const nlohmann::json& object, const char* name);
+std::basic_string<WCHAR> Field(const nlohmann::json& object, const char* name);
 
 }  // namespace portwise::platform

@@ -43,7 +43,7 @@ DWORD Attributes(const Json& printer) { return printer.value("attributes", DWORD
 /// The server's name; none for a printer of this computer.
 template <class Info>
 void PackServer(const Json& printer, Packer<Info>* packer) {
-  if (std::u16string server = Field(printer, "server"); !server.empty()) packer->Text(&Info::pServerName, server);
+  if (const auto server = Field(printer, "server"); !server.empty()) packer->Text(&Info::pServerName, server);
 }
 
 bool IsDevMode(const std::string& bytes) {
@@ -59,13 +59,13 @@ bool IsDevMode(const std::string& bytes) {
 }  // namespace
 
 void PackPrinter(const Json& printer, const std::string&, Packer<PRINTER_INFO_1W>* packer) {
-  const std::u16string name = Field(printer, "name");
-  const std::u16string comment = Field(printer, "comment");
+  const auto name = Field(printer, "name");
+  const auto comment = Field(printer, "comment");
   PRINTER_INFO_1W info{};
   info.Flags = PRINTER_ENUM_ICON8;
   packer->Add(info);
   packer->Text(&PRINTER_INFO_1W::pName, name);
-  packer->Text(&PRINTER_INFO_1W::pDescription, name + u"," + Field(printer, "driver") + u"," + comment);
+  packer->Text(&PRINTER_INFO_1W::pDescription, name + TEXT(",") + Field(printer, "driver") + TEXT(",") + comment);
   packer->Text(&PRINTER_INFO_1W::pComment, comment);
 }
 

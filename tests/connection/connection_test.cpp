@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "connection/connection_generic.h"
+#include "tests/support/api_function.h"
 #include "tests/support/fake_port_link.h"
 
 namespace portwise {
@@ -11,15 +12,14 @@ int timeoutCalls = 0;
 /// A port monitor that takes less than it is given.
 PortMonitorFunctions SparingFunctions() {
   PortMonitorFunctions functions;
-  functions.pfnStartDocPort = [](HANDLE, LPWSTR printer, DWORD, DWORD, LPBYTE) -> BOOL {
-    return OString(printer) == "Labels" ? 2 : FALSE;
-  };
-  functions.pfnWritePort = [](HANDLE, LPBYTE, DWORD size, LPDWORD written) -> BOOL {
+  functions.pfnStartDocPort = ApiFunction(
+      [](HANDLE, LPWSTR printer, DWORD, DWORD, LPBYTE) -> BOOL { return OString(printer) == "Labels" ? 2 : FALSE; });
+  functions.pfnWritePort = ApiFunction([](HANDLE, LPBYTE, DWORD size, LPDWORD written) -> BOOL {
     *written = size - 1;
     return FALSE;
-  };
-  functions.pfnEndDocPort = [](HANDLE) -> BOOL { return FALSE; };
-  functions.pfnSetPortTimeOuts = [](HANDLE, LPCOMMTIMEOUTS, DWORD) -> BOOL { return ++timeoutCalls; };
+  });
+  functions.pfnEndDocPort = ApiFunction([](HANDLE) -> BOOL { return FALSE; });
+  functions.pfnSetPortTimeOuts = ApiFunction([](HANDLE, LPCOMMTIMEOUTS, DWORD) -> BOOL { return ++timeoutCalls; });
   return functions;
 }
 

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -20,6 +18,14 @@
 #include "tests/support/faults.h"
 #include "tests/support/file_size_limit.h"
 #include "tests/support/temporary_home.h"
+#include "tests/support/wine.h"
+
+#ifdef _WIN32
+#include "tests/windows/minidumps.h"
+#else
+#include <signal.h>
+#include <unistd.h>
+#endif
 
 namespace portwise {
 namespace {
@@ -27,6 +33,19 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+
+#ifdef _WIN32
+using platform::WholeMinidumps;
+const std::string kProgram = "test-faults.exe";
+constexpr int kManyDumps = 3;
+#else
+/// All are whole.
+struct WholeMinidumps {
+  ~WholeMinidumps() {}
+};
+const std::string kProgram = "test-faults";
+constexpr int kManyDumps = 10;
+#endif
 
 struct Counted {
   static inline std::atomic<int> alive = 0;
@@ -80,12 +99,14 @@ Outcome Guarded(Body&& body) {
 }
 
 void InThread(std::function<void()> body) {
-  const auto start = [](LPVOID parameter) -> DWORD {
-    (*static_cast<std::function<void()>*>(parameter))();
-    ThreadLocalSlot::DestroyObjects();
-    return 0;
+  struct Starter {
+    static DWORD WINAPI Run(LPVOID parameter) {
+      (*static_cast<std::function<void()>*>(parameter))();
+      ThreadLocalSlot::DestroyObjects();
+      return 0;
+    }
   };
-  const HANDLE thread = CreateThread(nullptr, 0, start, &body, 0, nullptr);
+  const HANDLE thread = CreateThread(nullptr, 0, Starter::Run, &body, 0, nullptr);
   ASSERT_NE(thread, nullptr);
   EXPECT_EQ(WaitForSingleObject(thread, 60000), WAIT_OBJECT_0);
   CloseHandle(thread);
@@ -103,23 +124,27 @@ class Fault : public testing::Test {
 };
 
 TEST_F(Fault, BecomesALastErrorAndAReportInEveryThread) {
+  std::string address = "Error: " + OException(ERROR_INVALID_ADDRESS).Message();
+  address = address.substr(0, address.find_last_not_of("\r\n") + 1) + "\r\n";
   const struct {
     void (*body)();
     DWORD error;
-    const char* text;
+    std::string text;
   } cases[] = {
       {DivideByZero, 1359, "Error: Division by zero.\r\nCaught in [test]\r\nMiniDump File: C:\\ProgramData\\"},
       {IllegalInstruction, 1359, "Error: Illegal instruction.\r\n"},
       {DivideFloat, 1359, "Error: Floating point error.\r\n"},
       {OverflowQuotient, 534, "Error: A number is too large for its type.\r\n"},
-      {ReadNull, 487, "Error: The memory address is not valid.\r\n"},
-      {WriteAt16, 487, "Error: The memory"},
-      {ReadNowhere, 487, "Error: The memory"},
-      {CallNull, 487, "Error: The memory"},
+      {ReadNull, 487, address},
+      {WriteAt16, 487, address},
+      {ReadNowhere, 487, address},
+      {CallNull, 487, address},
       {Nothing, 0, ""},
   };
   const auto runAll = [&cases] {
     for (const auto& [body, error, text] : cases) {
+      if (body == OverflowQuotient && IsWine()) continue;
+      if (body == DivideFloat && sizeof(void*) == 4) continue;  // where Windows does not say what it was
       const Outcome outcome = Guarded(body);
       EXPECT_EQ(outcome.result, error == 0);
       EXPECT_EQ(outcome.error, error) << text;
@@ -190,6 +215,7 @@ TEST_F(Fault, LeavesNestedGuardsOneByOne) {
   EXPECT_EQ(SetFaultTranslator(nullptr), nullptr) << "as before the first guard";
 }
 
+#ifndef _WIN32
 TEST_F(Fault, OutsideOfGuardsGoesToTheHost) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto host = [] {
@@ -214,6 +240,7 @@ TEST_F(Fault, OutsideOfGuardsGoesToTheHost) {
       },
       testing::KilledBySignal(SIGABRT), "");
 }
+#endif
 
 TEST_F(Fault, RaisedCarriesItsLocation) {
   std::vector<std::thread> threads;
@@ -244,6 +271,18 @@ TEST_F(Fault, RaisedCarriesItsLocation) {
   EXPECT_EQ(Guarded([&] { RaiseException(1359, 1, 1, &other); }).error, 1287u) << "not this thread's record";
 }
 
+/// Without carriage returns, which files of text lose on Windows.
+std::string Plain(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+std::string Captured() {
+  const DWORD error = GetLastError();
+  const std::string text = Plain(testing::internal::GetCapturedStderr());
+  SetLastError(error);
+  return text;
+}
+
 std::vector<std::string> boxes;
 int answer = 0;
 int WINAPI ShowBox(HWND, LPCSTR text, LPCSTR caption, UINT style) {
@@ -264,16 +303,16 @@ TEST_F(Fault, IsReportedAsTheFlagsSay) {
     OExceptionHandler guard("scope", flags);
     RecordingReport report;
     guard.SetReport(&report);
-    SetLastError(77);
     testing::internal::CaptureStderr();
+    SetLastError(77);
     guard.Handle(exception);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              flags & 4 ? "+++ test-faults exception: It broke.\r\n" + lines + "at a\r\nat b" : "");
+    EXPECT_EQ(Captured(),
+              flags & 4 ? Plain("+++ " + kProgram + " exception: It broke.\r\n" + lines + "at a\r\nat b") : "");
     EXPECT_EQ(GetLastError(), flags & 8 ? 5u : 77u);
     EXPECT_EQ(report.text, flags & 1 ? "Error: It broke.\r\n" + lines : "");
     std::vector<std::string> expected;
-    if (flags & 2) expected.push_back("test-faults Error|20|" + box + "\r\nTrace call stack?");
-    if ((flags & 3) == 3) expected.push_back("test-faults Error|16|" + box + "\r\nat a\r\nat b");
+    if (flags & 2) expected.push_back(kProgram + " Error|20|" + box + "\r\nTrace call stack?");
+    if ((flags & 3) == 3) expected.push_back(kProgram + " Error|16|" + box + "\r\nat a\r\nat b");
     EXPECT_EQ(boxes, expected);
   }
   boxes.clear();
@@ -284,10 +323,9 @@ TEST_F(Fault, IsReportedAsTheFlagsSay) {
     return TRUE;
   });
   const std::string dump = "MiniDump File: C:\\ProgramData\\Corvane\\Drivers\\Dump\\faultdump_0000.dmp\r\n";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "+++ test-faults exception: Division by zero.\r\nCaught in [scope]\r\n\r\n" + dump);
+  EXPECT_EQ(Captured(), Plain("+++ " + kProgram + " exception: Division by zero.\r\nCaught in [scope]\r\n\r\n" + dump));
   ASSERT_EQ(boxes.size(), 1u);
-  EXPECT_THAT(boxes[0], StartsWith("test-faults Error|16|"));
+  EXPECT_THAT(boxes[0], StartsWith(kProgram + " Error|16|"));
   EXPECT_THAT(boxes[0], EndsWith("Caught in [scope]\r\n" + dump));
   EXPECT_EQ("MiniDump File: " + std::string(OString(guard.DumpPath()).Narrow()) + "\r\n", dump);
 }
@@ -315,9 +353,13 @@ TEST_F(Fault, InTheReportItselfEndsInTheCallsFailure) {
     WriteAt16();
     return TRUE;
   };
-  for (int i = 0; i < 20; ++i) EXPECT_FALSE(RunGuarded(guard, fail));
+  {
+    const WholeMinidumps whole;
+    EXPECT_FALSE(RunGuarded(guard, fail));
+  }
+  for (int i = 1; i < 20; ++i) EXPECT_FALSE(RunGuarded(guard, fail));
   EXPECT_EQ(GetLastError(), 487u);
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("faultdump_0019.dmp\r\n"));
+  EXPECT_THAT(Captured(), EndsWith("faultdump_0019.dmp\n"));
   const MinidumpReader dump(Dump(0));
   EXPECT_EQ(dump.ExceptionCode(), 0xC0000005u) << "that of the call and not of the report";
   EXPECT_EQ(dump.ExceptionParameter(1), 16u);
@@ -330,13 +372,22 @@ TEST_F(Fault, InTheReportItselfEndsInTheCallsFailure) {
 
 volatile uint64_t globalMarker = 0x1122334455667788;
 
-[[gnu::noinline]] void FaultWithMarker(uint64_t value) {
+[[gnu::noinline]] void KeepMarkerAndFault(uint64_t value) {
   volatile uint64_t marker = value;
   DivideByZero();
   marker = marker + 1;
 }
 
+/// Deeper in the stack than what handles the fault.
+[[gnu::noinline]] void FaultWithMarker(uint64_t value) {
+  volatile char room[8000];
+  room[0] = 1;
+  KeepMarkerAndFault(value);
+  room[1] = room[0];
+}
+
 TEST_F(Fault, LeavesAMinidumpThatTellsWhatHappened) {
+  const WholeMinidumps whole;
   std::atomic<DWORD> waiting = 0;
   std::atomic<bool> over = false;
   std::thread other([&] {
@@ -364,14 +415,15 @@ TEST_F(Fault, LeavesAMinidumpThatTellsWhatHappened) {
   EXPECT_GE(dump.Rip(), function);
   EXPECT_LT(dump.Rip(), function + 200);
   const auto threads = dump.Threads();
-  ASSERT_TRUE(threads.contains(faulting) && threads.contains(waiting) && threads.contains(GetCurrentProcessId()));
+  ASSERT_TRUE(threads.contains(faulting) && threads.contains(waiting) && threads.contains(GetCurrentThreadId()));
   const auto& stack = threads.at(faulting);
+  EXPECT_THAT(stack.stack, HasSubstr(bytes(0xFEEDFACE12345678)));
+  EXPECT_THAT(threads.at(waiting).stack, HasSubstr(bytes(0x0DDC0FFEE0DDF00D)));
+#ifndef _WIN32  // what the platform's own dumps promise
   EXPECT_EQ(stack.stackStart, dump.Rsp());
   EXPECT_EQ(stack.context.at, dump.ContextPlace());
   EXPECT_EQ(stack.context.size, 1232u);
-  EXPECT_THAT(stack.stack, HasSubstr(bytes(0xFEEDFACE12345678)));
   EXPECT_EQ(dump.Memory(stack.stackStart, 64), stack.stack.substr(0, 64));
-  EXPECT_THAT(threads.at(waiting).stack, HasSubstr(bytes(0x0DDC0FFEE0DDF00D)));
   EXPECT_EQ(dump.At<uint64_t>(threads.at(waiting).context.at + 0x98), threads.at(waiting).stackStart);
   EXPECT_EQ(dump.Memory(reinterpret_cast<uint64_t>(&globalMarker), 8), bytes(globalMarker));
   int known = 0;
@@ -388,9 +440,11 @@ TEST_F(Fault, LeavesAMinidumpThatTellsWhatHappened) {
   EXPECT_EQ(dump.At<uint32_t>(dump.Stream(15).at + 8), GetCurrentProcessId());
   EXPECT_GT(dump.At<uint32_t>(dump.Stream(12).at + 8), 0u) << "open handles";
   EXPECT_EQ(dump.At<uint32_t>(dump.Stream(14).at + 8), 0u);
+#endif
 }
 
 TEST_F(Fault, TellsWhereTheMemoryWasThatIsNotThere) {
+  const WholeMinidumps whole;
   Guarded([] { WriteAt16(); });
   Guarded([] { CallNull(); });
   const MinidumpReader write(Dump(0));
@@ -403,7 +457,8 @@ TEST_F(Fault, TellsWhereTheMemoryWasThatIsNotThere) {
 }
 
 TEST_F(Fault, DumpsFromManyThreadsAtOnceGetNamesOfTheirOwn) {
-  constexpr int kThreads = 10;
+  constexpr int kThreads = kManyDumps;
+  const WholeMinidumps whole;
   std::atomic<int> ready = 0;
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {

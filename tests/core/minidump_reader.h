@@ -54,8 +54,13 @@ class MinidumpReader {
   uint64_t ExceptionAddress() const { return At<uint64_t>(Stream(6).at + 24); }
   uint64_t ExceptionParameter(int index) const { return At<uint64_t>(Stream(6).at + 40 + 8 * index); }
   size_t ContextPlace() const { return At<uint32_t>(Stream(6).at + 164); }
+#ifdef __i386__
+  uint64_t Rip() const { return At<uint32_t>(ContextPlace() + 0xB8); }
+  uint64_t Rsp() const { return At<uint32_t>(ContextPlace() + 0xC4); }
+#else
   uint64_t Rip() const { return At<uint64_t>(ContextPlace() + 0xF8); }
   uint64_t Rsp() const { return At<uint64_t>(ContextPlace() + 0x98); }
+#endif
 
   struct Thread {
     uint64_t stackStart;

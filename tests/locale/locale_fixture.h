@@ -7,6 +7,7 @@
 #include <string>
 
 #include "core/folders.h"
+#include "core/module_instance.h"
 #include "core/ostring.h"
 #include "platform/home.h"
 #include "platform/kernel/modules.h"
@@ -20,6 +21,9 @@ namespace portwise {
 class LocaleTest : public testing::Test {
  protected:
   LocaleTest() {
+#ifdef _WIN32
+    SetModuleInstance(GetModuleHandleW(nullptr));  // which the library's DllMain does
+#endif
     WCHAR folder[MAX_PATH];
     GetSystemDirectoryW(folder, MAX_PATH);
     archive_ = platform::LinuxPath(folder) + "/portwise.ddz";

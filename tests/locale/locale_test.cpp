@@ -185,7 +185,7 @@ std::string Fixed(const std::string& bytes, const OString& face) {
 
 TEST(Dialogs, AreShownInTheShellsFont) {
   constexpr DWORD kSetFont = 0x40;
-  const std::u16string_view empty(TEXT("\0"), 1), ordinal(TEXT("\xFFFF\x0007"), 2), named(TEXT("A menu\0"), 7);
+  const WideView empty(TEXT("\0"), 1), ordinal(TEXT("\xFFFF\x0007"), 2), named(TEXT("A menu\0"), 7);
   for (const bool extended : {false, true}) {
     for (const auto menu : {empty, ordinal, named}) {
       for (const auto face : {TEXT(""), TEXT("Old"), TEXT("A rather long face name")}) {
@@ -214,7 +214,9 @@ TEST(Dialogs, AreShownInTheShellsFont) {
   old.dwOSVersionInfoSize = sizeof old;
   old.dwMajorVersion = 4;
   platform::SetSystemVersion(&old);
-  EXPECT_EQ(DialogFontFace(), "MS Sans Serif");
+  LOGFONTW font = {};
+  GetObjectW(GetStockObject(DEFAULT_GUI_FONT), sizeof font, &font);
+  EXPECT_EQ(DialogFontFace(), font.lfFaceName);
   platform::SetSystemVersion(nullptr);
   EXPECT_EQ(DialogFontFace(), "MS Shell Dlg");
 }

@@ -32,7 +32,7 @@ TEST(EventLog, ANewSourceGetsItsKeyAndAnOldOneKeepsIt) {
   EXPECT_TRUE(log.Information("text", 0));
   DWORD type = 0, size = 0;
   for (const char* name : {"EventMessageFile", "CategoryMessageFile"}) {
-    EXPECT_EQ(key.GetString(name), OString("C:\\Windows\\System32\\msgtable.dll"));
+    EXPECT_TRUE(key.GetString(name).EqualsNoCase("C:\\Windows\\System32\\msgtable.dll"));
     EXPECT_TRUE(key.GetValueInfo(name, &type, &size) && type == REG_SZ && size == 2 * 33) << type << ' ' << size;
   }
   EXPECT_EQ(key.GetDword("TypesSupported"), 7u);
@@ -76,13 +76,13 @@ TEST(EventLog, HeadersNamePortAndPrinter) {
   const struct {
     const char* source;
     DWORD id;
-    std::u16string text;
-  } rows[] = {{"Corvane Print Monitor", 0x80FF0500, u"Port: LPT1:text"},
-              {"Corvane Print Monitor", 0x40FF0400, u"Port: LPT1:text"},
-              {"Corvane Printer Driver", 0xC0FF0600, u"text"},
-              {"Corvane Print Monitor", 0x80FF0500, u"Port: LPT1:\tPrinter: P\r\ntext"},
-              {"Corvane Print Monitor", 0x40FF0400, u"Port: LPT1:\tPrinter: P\r\ntext"},
-              {"Corvane Printer Driver", 0xC0FF0600, u"Printer: P\r\ntext"}};
+    WideString text;
+  } rows[] = {{"Corvane Print Monitor", 0x80FF0500, TEXT("Port: LPT1:text")},
+              {"Corvane Print Monitor", 0x40FF0400, TEXT("Port: LPT1:text")},
+              {"Corvane Printer Driver", 0xC0FF0600, TEXT("text")},
+              {"Corvane Print Monitor", 0x80FF0500, TEXT("Port: LPT1:\tPrinter: P\r\ntext")},
+              {"Corvane Print Monitor", 0x40FF0400, TEXT("Port: LPT1:\tPrinter: P\r\ntext")},
+              {"Corvane Printer Driver", 0xC0FF0600, TEXT("Printer: P\r\ntext")}};
   const auto events = Events();
   ASSERT_EQ(events.size(), std::size(rows));
   for (std::size_t i = 0; i < events.size(); ++i) {
@@ -91,6 +91,7 @@ TEST(EventLog, HeadersNamePortAndPrinter) {
   }
 }
 
+#ifndef _WIN32
 TEST(EventLog, AFailedRegistrationIsTriedAgain) {
   TemporaryHome home;
   const auto file = home.Path() / "registry.db";
@@ -101,6 +102,7 @@ TEST(EventLog, AFailedRegistrationIsTriedAgain) {
   EXPECT_TRUE(log.Error("text", 0));
   EXPECT_EQ(Events().size(), 1u);
 }
+#endif
 
 TEST(EventLog, ThreadsReportThroughOneObject) {
   TemporaryHome home;

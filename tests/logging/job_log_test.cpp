@@ -13,6 +13,7 @@
 #include "platform/eventlog/event_reader.h"
 #include "settings/logical_path.h"
 #include "settings/printer_registry.h"
+#include "tests/support/environment.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/file_size_limit.h"
 #include "tests/support/files.h"
@@ -25,6 +26,28 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using Rows = std::vector<std::vector<std::string>>;
+
+#ifdef _WIN32
+/// The rows of a file whose lines end in CR LF.
+Rows ReadCsv(const std::string& text) {
+  Rows rows;
+  std::vector<std::string> fields(1);
+  bool quoted = false;
+  for (size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '"') {
+      if (!quoted && at > 0 && text[at - 1] == '"') fields.back() += '"';
+      quoted = !quoted;
+    } else if (!quoted && text[at] == ',') {
+      fields.emplace_back();
+    } else if (!quoted && text[at] == '\n') {
+      rows.push_back(std::exchange(fields, {""}));
+    } else if (quoted || text[at] != '\r') {
+      fields.back() += text[at];
+    }
+  }
+  return rows;
+}
+#endif
 
 class JobLogs : public testing::Test {
  protected:
@@ -70,6 +93,9 @@ class JobLogs : public testing::Test {
 
   std::string Folder() const { return (home_.Path() / "new" / "logs").string(); }
   std::string Text(const std::string& file) const { return ReadBytes(Folder() + "/" + file); }
+#ifdef _WIN32
+  Rows Read(const std::string& file) const { return ReadCsv(Text(file)); }
+#else
   /// The file as Python's reader of CSV takes it.
   Rows Read(const std::string& file) const {
     const std::string command =
@@ -81,6 +107,7 @@ class JobLogs : public testing::Test {
     EXPECT_EQ(pclose(reader), 0);
     return rows.is_array() ? rows.get<Rows>() : Rows();
   }
+#endif
 
   TemporaryHome home_;
   FakeSpooler spooler_;
@@ -106,8 +133,7 @@ TEST_F(JobLogs, RecordJobsPagesAndEvents) {
   Configure("events", LogType::Events, {{"EventID", 1}, {"Type", 0, 2}, {"Category", 1, 3}, {"PageIndex", 1, 4}});
   Configure("off", LogType::Jobs, count, {{"Enabled", 0}});
   Configure("odd", LogType::Jobs, count, {{"Format", 7}});
-  setenv("TZ", "UTC-3", 1);
-  tzset();
+  const EasternTime zone;
   JobLogger logger;
   Start(&logger);
   logger.JobEnd();
@@ -136,8 +162,6 @@ TEST_F(JobLogs, RecordJobsPagesAndEvents) {
                                       {"50", "Information", "0", "5"}}))
       << "901 is not asked for";
   EXPECT_EQ(std::distance(fs::directory_iterator(Folder()), fs::directory_iterator()), 3);
-  unsetenv("TZ");
-  tzset();
 
   PrinterRegistry("Labels").Delete("Settings:Logging", true);
   logger.Event(50, "still as loaded");
@@ -178,7 +202,7 @@ TEST_F(JobLogs, CsvKeepsEveryTextWhole) {
   Rows expected{{"The Description", "The EventID", "The Errors"}};
   for (const std::string& text : texts) {
     logger.Event(50, OString(text, CP_UTF8));
-    expected.push_back({text, "50", ""});
+    expected.push_back({Ansi(text), "50", ""});
   }
   // The name of the log is not one that files can have.
   EXPECT_EQ(Read("a,_b_.csv"), expected);

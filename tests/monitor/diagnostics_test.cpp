@@ -14,7 +14,7 @@
 namespace portwise {
 namespace {
 
-std::string Content(const char16_t* path) {
+std::string Content(const WCHAR* path) {
   std::ifstream file(platform::LinuxPath(path), std::ios::binary);
   std::ostringstream text;
   text << file.rdbuf();

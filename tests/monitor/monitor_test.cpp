@@ -8,6 +8,7 @@
 #include "monitor/port_list.h"
 #include "platform/test_clock.h"
 #include "settings/registry.h"
+#include "tests/support/api_function.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/monitor_fixture.h"
 
@@ -21,6 +22,7 @@ using Monitor = MonitorFixture;
 TEST_F(Monitor, OffersItsSevenOperationsAndNothingElse) {
   const MONITOR2* table = MonitorTable();
   EXPECT_EQ(table->cbSize, offsetof(MONITOR2, pfnSendRecvBidiDataFromPort));
+  EXPECT_EQ(table->cbSize, sizeof(void*) == 4 ? 76u : 152u);
   EXPECT_TRUE(table->pfnOpenPortEx && table->pfnStartDocPort && table->pfnWritePort && table->pfnReadPort &&
               table->pfnEndDocPort && table->pfnClosePort && table->pfnGetPrinterDataFromPort);
   EXPECT_FALSE(table->pfnEnumPorts || table->pfnOpenPort || table->pfnAddPort || table->pfnAddPortEx ||
@@ -155,7 +157,7 @@ TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
   EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(5u, 6u)));
   EXPECT_EQ(below_.output, "abcd");
   EXPECT_TRUE(lmClosePortW(port));
-  below_.table.pfnEndDocPort = [](HANDLE) -> BOOL { return FALSE; };
+  below_.table.pfnEndDocPort = ApiFunction([](HANDLE) -> BOOL { return FALSE; });
   const HANDLE failing = Open("FILE:");
   ASSERT_TRUE(Start(failing, 6));
   lmEndDocPortW(failing);

@@ -6,6 +6,8 @@
 #include "tests/support/fake_job_monitor.h"
 #include "tests/support/fake_plugins.h"
 #include "tests/support/monitor_fixture.h"
+#include "tests/support/print_ostring.h"
+#include "tests/support/wine.h"
 #include "tests/support/xpml_examples.h"
 #include "xpml/port/length_text.h"
 
@@ -244,15 +246,15 @@ TEST_F(PortCommands, ShutdownEndsTheConnectionForGood) {
 
 /// Of what a job's data say, its own printer is meant, whatever a request makes the port's.
 TEST_F(PortCommands, KeepTheJobsPrinterApartFromTheRequests) {
-  const OString sharing = "PRINT:Printers/B\u00fcro/PrinterDriverData/Security/Configuration Sharing";
+  const OString sharing("PRINT:Printers/B\u00fcro/PrinterDriverData/Security/Configuration Sharing", CP_UTF8);
   ORegistry().SetBool(OString(sharing.Narrow(), kCodePageUtf8), false);
   const std::string state = "<state action='get' name='Configuration Sharing'/>";
-  Expect({{"<printer name='B\u00fcro'>x</printer>" + state, "x0"},
+  Expect({{Ansi("<printer name='B\u00fcro'>x</printer>") + state, "x0"},
           {"<printer/><printer name=''/>" + state, "0"},
-          {"<printer name='gone'/>" + state + "<printer name='B\u00fcro'/>" + state, "10"}});
+          {"<printer name='gone'/>" + state + Ansi("<printer name='B\u00fcro'/>") + state, "10"}});
   ASSERT_TRUE(Start(handle_, 1));  // of "Labels"
-  Expect({{"<printer name='B\u00fcro'/>" + state, "1"}});
-  port_->SetPrinterName("B\u00fcro");
+  Expect({{Ansi("<printer name='B\u00fcro'/>") + state, "1"}});
+  port_->SetPrinterName(OString("B\u00fcro", CP_UTF8));
   Expect({{state, "0"}});
   DWORD written = 0;
   EXPECT_TRUE(Write(handle_,
@@ -293,7 +295,7 @@ TEST_F(PortCommands, SettingsTellDifferences) {
   const OString data = "PRINT:Printers/Labels/PrinterDriverData";
   registry.SetString(data + "/a];[b/x", "two\r\n[-DATA:]\r\nlines");
   registry.SetDword(data + "/Settings/n", 10);
-  registry.SetString("LOCAL:Common/t", "\xc3\xbc\"");
+  registry.SetString("LOCAL:Common/t", OString("\xc3\xbc\"", CP_UTF8));
   registry.SetString("LOCAL:XPML/t", "not a setting");
   const std::string odd = "[DATA:\\a];[b]\r\n\"x\"=\"two\"\r\n\r\n";
   const std::string settings = "[DATA:\\Settings]\r\n\"n\"=dword:0000000a\r\n\r\n";
@@ -315,7 +317,7 @@ TEST_F(PortCommands, SettingsTellDifferences) {
   registry.SetString(data + "/Settings/Deep/x", "gone");
   Expect({{"<settings action='Update'>" + settings + "[-DATA:\\a];[b]\r\n</settings>", ""},
           {"<settings action='update'>no registry text\r\n&#0;\n\n\r\n[none\r\n\"a\"=\"b\"</settings>", ""},
-          {"<settings action='unrestrict'>x</settings>", ""},
+          {IsWine() ? "" : "<settings action='unrestrict'>x</settings>", ""},
           {"<settings action='get'>x</settings><settings>y</settings>", "xy"}});
   EXPECT_EQ(checksum(), 0u) << "a key is replaced with all that it holds";
   EXPECT_EQ(Settings(""), settings + common);

@@ -347,7 +347,7 @@ TEST_F(PrintPathTest, RecordsWhatIsSent) {
     EXPECT_TRUE(lmEndDocPortW(handle_));
   }
   const auto read = [&](const char* name) {
-    std::ifstream file(home_.Path() / "drive_c" / "rec" / "deep" / name, std::ios::binary);
+    std::ifstream file(home_.Drive() / "rec" / "deep" / name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
   EXPECT_EQ(read("document_1.prn") + read("document_2.prn"), below_.output);

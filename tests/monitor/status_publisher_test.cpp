@@ -1,5 +1,6 @@
 #include "monitor/status_publisher.h"
 
+#include <windows.h>
 #include <winspool.h>
 
 #include <atomic>
@@ -79,7 +80,7 @@ class StatusPublisherTest : public LocaleTest {
     registry.SetDword(log + "Fields/Description/Order", 1);
     port_.log.JobStart("Labels", "FILE:", port_.job, "");
   }
-  std::string LoggedEvents() { return ReadBytes(home_.Path() / "drive_c/Logs/Events.csv"); }
+  std::string LoggedEvents() { return ReadBytes(home_.Drive() / "Logs/Events.csv"); }
 
   FakeSpooler spooler_;
   FakePort port_;
@@ -102,7 +103,8 @@ TEST_F(StatusPublisherTest, KeepsWhatPeopleWroteInTheComment) {
               {"S;\u00a0a;\u00a0b\u00a0", "T", "T;\u00a0a;\u00a0b\u00a0"},
               {"\u00a0Dock; 3;", "T", "T;\u00a0\u00a0Dock; 3;"}};
   for (const auto& row : rows)
-    EXPECT_EQ(CommentWithStatus(row.comment, row.status), row.updated) << row.comment << "|" << row.status;
+    EXPECT_EQ(CommentWithStatus(OString(row.comment, CP_UTF8), row.status), OString(row.updated, CP_UTF8))
+        << row.comment << "|" << row.status;
 }
 
 TEST_F(StatusPublisherTest, TellsTheSpoolerOncePerStatusAndJob) {

@@ -53,7 +53,7 @@ class ClientTest : public testing::Test {
     server_.Close();
   }
   /// Asks while the server answers; the reply is in data_, as large as it says that it is.
-  int Ask(const std::vector<Answer>& answers, const char16_t* printer = u"Labels",
+  int Ask(const std::vector<Answer>& answers, const WCHAR* printer = TEXT("Labels"),
           const std::string& name = "printer=Labels", decltype(&SendXPMLRequest) send = &SendXPMLRequest_HTTP) {
     const std::string form = "xpml=%3Ca+b%3D'c+d'%2F%3E%FF&" + name;
     const std::string request =
@@ -124,26 +124,26 @@ TEST_F(ClientTest, BelievesOnlyWholeAnswersAndTriesAsOftenAsItIsSet) {
       EXPECT_EQ(error_, row.error) << shown;
     }
   }
-  EXPECT_EQ(Ask({{hasRun}}, u"Labels", "printer=Labels", &SendXPMLRequest), 0);
+  EXPECT_EQ(Ask({{hasRun}}, TEXT("Labels"), "printer=Labels", &SendXPMLRequest), 0);
   EXPECT_EQ(error_, DWORD{ERROR_CAN_NOT_COMPLETE}) << "it must not run through the spooler either";
   registry.SetDword("NETWORK:Connection Retries", 0);
   EXPECT_EQ(Ask({{half}}), 0);
   EXPECT_EQ(connections_, 1u);
   registry.SetDword("NETWORK:Connection Timeout", 100);
-  EXPECT_EQ(SendXPMLRequest_HTTP(u"Labels", "x", nullptr), 0) << "nobody listens to this";
+  EXPECT_EQ(SendXPMLRequest_HTTP(TEXT("Labels"), "x", nullptr), 0) << "nobody listens to this";
   EXPECT_EQ(GetLastError(), DWORD{WSAETIMEDOUT});
   server_.Refuse();
-  EXPECT_EQ(SendXPMLRequest_HTTP(u"Labels", "x", nullptr), 0);
+  EXPECT_EQ(SendXPMLRequest_HTTP(TEXT("Labels"), "x", nullptr), 0);
   EXPECT_EQ(GetLastError(), DWORD{WSAECONNREFUSED});
   registry.SetDword("NETWORK:TCP Port", 65536 + server_.Port());
-  EXPECT_EQ(SendXPMLRequest_HTTP(u"Labels", "x", nullptr), 0);
+  EXPECT_EQ(SendXPMLRequest_HTTP(TEXT("Labels"), "x", nullptr), 0);
   EXPECT_EQ(GetLastError(), DWORD{WSAEADDRNOTAVAIL});
 }
 
 TEST_F(ClientTest, AsksTheComputerOfThePrinter) {
   const std::vector<Answer> good = {{"HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx"}};
-  const char16_t far[] = u"\\\\other\\Far Labels", shared[] = u"\\\\other\\Shared";
-  EXPECT_EQ(Ask(good, far, "printer=Far+Labels"), PORTWISE_ANSWERED_HTTP);
+  const WCHAR away[] = TEXT("\\\\other\\Far Labels"), shared[] = TEXT("\\\\other\\Shared");
+  EXPECT_EQ(Ask(good, away, "printer=Far+Labels"), PORTWISE_ANSWERED_HTTP);
   EXPECT_EQ(Ask(good, shared, "share=Dock+1", &SendXPMLRequest), PORTWISE_ANSWERED_HTTP);
 
   // Without an answer, only a printer of this computer is asked through its spooler.
@@ -152,7 +152,7 @@ TEST_F(ClientTest, AsksTheComputerOfThePrinter) {
   own.SetBool("NETWORK:TCP Enabled", false);
   EXPECT_EQ(Ask(good, shared, "", &SendXPMLRequest), 0);
   EXPECT_EQ(error_, DWORD{ERROR_NOT_SUPPORTED});
-  EXPECT_EQ(Ask(good, u"Labels", "", &SendXPMLRequest), 0);
+  EXPECT_EQ(Ask(good, TEXT("Labels"), "", &SendXPMLRequest), 0);
   EXPECT_EQ(error_, DWORD{ERROR_FILE_NOT_FOUND});
   EXPECT_EQ(connections_, 0u);
 
@@ -172,8 +172,8 @@ TEST_F(ClientTest, NothingLeavesAnExport) {
     response = reinterpret_cast<PortwiseResponse*>(this);
     EXPECT_EQ(send(nullptr, "x", &response), 0);
     EXPECT_EQ(response, nullptr);
-    EXPECT_EQ(send(u"Labels", nullptr, nullptr), 0);
-    EXPECT_EQ(send(u"Nobody", "x", nullptr), 0);
+    EXPECT_EQ(send(TEXT("Labels"), nullptr, nullptr), 0);
+    EXPECT_EQ(send(TEXT("Nobody"), "x", nullptr), 0);
     EXPECT_EQ(send(reinterpret_cast<LPCWSTR>(16), "x", &response), 0) << "a fault";
   }
   EXPECT_EQ(HTTPResponse_Status(nullptr) + HTTPResponse_Size(nullptr) + HTTPResponse_Data(nullptr, &response), 0);

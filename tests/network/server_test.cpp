@@ -1,6 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
-
 #include <ctime>
 #include <functional>
 #include <thread>
@@ -14,6 +12,10 @@
 #include "tests/support/network_settings.h"
 #include "tests/support/web_client.h"
 #include "xpml/request.h"
+
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
 
 namespace portwise {
 namespace {
@@ -33,6 +35,25 @@ bool AnswerLarge(std::string_view request, std::string* response, bool*) {
   if (request == kLarge) response->assign(kLargeSize, 'x');
   return !response->empty();
 }
+
+/// How many files the process may have open, for a scope. Windows has no such limit.
+class OpenFileLimit {
+#ifdef _WIN32
+ public:
+  explicit OpenFileLimit(unsigned long) {}
+#else
+ public:
+  explicit OpenFileLimit(rlim_t count) {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit wanted{std::min(before_.rlim_max, count), before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &wanted);
+  }
+  ~OpenFileLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+  rlimit before_;
+#endif
+};
 
 /// The server with resources of the test's own: what `onRequest` says for their URI.
 class TestServer final : public WebServerHTTP {
@@ -165,11 +186,7 @@ TEST_F(Server, AClientThatDoesNotReadDelaysNobody) {
 }
 
 TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
-  rlimit files;
-  getrlimit(RLIMIT_NOFILE, &files);
-  rlimit enough = files;
-  enough.rlim_cur = std::min<rlim_t>(files.rlim_max, 16384);
-  setrlimit(RLIMIT_NOFILE, &enough);
+  const OpenFileLimit enough(16384);
   ExpectAnswers();
   server_.Threads().Close(5000);
   server_.Threads().Open();
@@ -201,7 +218,6 @@ TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
   EXPECT_NEAR(static_cast<double>(after.files), static_cast<double>(before.files), 32);
   after.files = before.files;
   EXPECT_EQ(after, before);
-  setrlimit(RLIMIT_NOFILE, &files);
 }
 
 TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
@@ -287,26 +303,25 @@ TEST_F(Server, AReplyTakesNoMoreMemoryThanThereIs) {
   EXPECT_TRUE(lmClosePortW(port));
 }
 
+#ifndef _WIN32
 TEST_F(Server, WaitsWhereTheProcessHasNoFilesLeft) {
   WebClient client(0);
   std::vector<int> filling;
   ExpectAnswers();
   AwaitClients(0);
   Sleep(100);  // its socket is closed after it has left the list
-  rlimit files;
-  getrlimit(RLIMIT_NOFILE, &files);
-  rlimit few = files;
-  few.rlim_cur = 256;
-  setrlimit(RLIMIT_NOFILE, &few);
-  for (int file; (file = ::dup(0)) >= 0;) filling.push_back(file);
-  EXPECT_TRUE(client.Connect(port_));
-  const std::clock_t begin = std::clock();
-  Sleep(500);
-  EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 10) << "it must not try without end";
-  for (const int file : filling) ::close(file);
-  setrlimit(RLIMIT_NOFILE, &files);
+  {
+    const OpenFileLimit few(256);
+    for (int file; (file = ::dup(0)) >= 0;) filling.push_back(file);
+    EXPECT_TRUE(client.Connect(port_));
+    const std::clock_t begin = std::clock();
+    Sleep(500);
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 10) << "it must not try without end";
+    for (const int file : filling) ::close(file);
+  }
   EXPECT_THAT(client.Send(kTick).Read(), StartsWith("HTTP/1.1 200"));
 }
+#endif
 
 TEST_F(Server, AHandlerThatHangsIsLeftToItselfAtTheEnd) {
   unique_handle go(CreateEventW(nullptr, TRUE, FALSE, nullptr));

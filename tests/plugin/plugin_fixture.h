@@ -9,6 +9,7 @@
 #include "connection/connection.h"
 #include "core/handles.h"
 #include "core/thread_local_singleton.h"
+#include "platform/kernel/modules.h"
 #include "plugin/plugin_loader.h"
 #include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
@@ -62,7 +63,7 @@ class PluginFixture : public testing::Test {
     own_.Reset();
     std::filesystem::remove(File().Narrow());  // a loaded library is never written over
     const std::string built[] = {TEST_PLUGIN_0, TEST_PLUGIN_1, TEST_PLUGIN_2};
-    std::filesystem::copy_file(built[version], File().Narrow());
+    std::filesystem::copy_file(std::string(platform::LibraryFolder()) + "/" + built[version], File().Narrow());
     own_.Reset(LoadLibraryW(File().Wide()));
     const auto state = PluginEntry<TestPlugin* (*)()>(own_, "TestPluginState");
     ASSERT_NE(state, nullptr);

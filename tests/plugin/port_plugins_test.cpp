@@ -50,10 +50,10 @@ TEST_F(PortPluginsTest, TheProtocolsFiguresStayInBounds) {
     plugin_->moved = claimed;
     plugin_->answer = 0x100;  // one byte of it is the result
     EXPECT_FALSE(plugins_.Protocol().Write("abcd", 4, &moved));
-    EXPECT_EQ(moved, std::min(claimed, 4u));
+    EXPECT_EQ(moved, std::min<DWORD>(claimed, 4));
     plugin_->answer = 0x80;
     EXPECT_TRUE(plugins_.Protocol().Read(buffer, 4, &moved));
-    EXPECT_EQ(moved, std::min(claimed, 4u));
+    EXPECT_EQ(moved, std::min<DWORD>(claimed, 4));
   }
   plugin_->TakeLog();
   plugins_.Protocol().Notify(ProtocolEvent::QuerySent);

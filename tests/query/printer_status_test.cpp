@@ -1,6 +1,7 @@
 #include "query/printer_status.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
 #include <winspool.h>
 
 #include <filesystem>

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <windows.h>
 #include <winspool.h>
 
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "settings/printer_info.h"
 #include "settings/printer_registry.h"
 #include "settings/spooler_buffer.h"
+#include "tests/support/environment.h"
 #include "tests/support/fake_spooler.h"
 #include "tests/support/print_ostring.h"
 #include "tests/support/temporary_home.h"
@@ -22,15 +24,15 @@ namespace {
 /// Printers as a test's thread sees them for the first time.
 class PrinterSettingsTest : public testing::Test {
  protected:
-  PrinterSettingsTest() { setenv("PORTWISE_COMPUTER_NAME", "DESK7", 1); }
+  PrinterSettingsTest() { SetVariable("PORTWISE_COMPUTER_NAME", "DESK7"); }
   ~PrinterSettingsTest() override {
-    unsetenv("PORTWISE_COMPUTER_NAME");
+    SetVariable("PORTWISE_COMPUTER_NAME", nullptr);
     platform::SetSystemVersion(nullptr);
     ThreadLocalSlot::DestroyObjects();
   }
 
   static std::string Text(const char* text) {
-    const std::u16string units = platform::ToUtf16(text);
+    const WideString units = platform::ToUtf16(text);
     return {reinterpret_cast<const char*>(units.c_str()), (units.size() + 1) * sizeof(WCHAR)};
   }
 
@@ -116,6 +118,7 @@ TEST_F(PrinterSettingsTest, OneReadServesASecondOfOneThread) {
   EXPECT_EQ(reads(), 2 * oneRead);
   EXPECT_EQ(spooler_.orders["driver-get"], 2) << "the size and the driver, once";
 
+  EXPECT_EQ(GetLastError(), 77u);
   std::thread([] {
     PrinterInfo("Labels").Refresh();
     ThreadLocalSlot::DestroyObjects();
@@ -123,6 +126,7 @@ TEST_F(PrinterSettingsTest, OneReadServesASecondOfOneThread) {
   EXPECT_EQ(reads(), 3 * oneRead) << "another thread asks for itself";
   platform::SetTickCount(start + 4200);
   spooler_.printers.clear();
+  SetLastError(77);
   info.Refresh();
   EXPECT_EQ(info.portName, OString("LPT2:")) << "what is known stays";
   EXPECT_FALSE(info.remote);
@@ -294,7 +298,7 @@ TEST_F(PrinterSettingsTest, RedirectedKeysNeverTakeTheMachinesWithThem) {
 TEST_F(PrinterSettingsTest, OdometerKeepsBothTotalsOrNone) {
   auto& data = spooler_.printers["Labels"].data;
   HANDLE printer = nullptr;
-  ASSERT_TRUE(OpenPrinterW(std::u16string(u"Labels").data(), &printer, nullptr));
+  ASSERT_TRUE(OpenPrinterW(WideString(TEXT("Labels")).data(), &printer, nullptr));
   Odometer odometer;
   odometer.Add(3, 1016);
   EXPECT_DOUBLE_EQ(odometer.Distance(), 304.8);

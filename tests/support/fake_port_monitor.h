@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/text.h"
+#include "tests/support/api_function.h"
 
 namespace portwise {
 
@@ -21,18 +22,18 @@ class FakePortMonitor {
   FakePortMonitor() {
     current = this;
     table.cbSize = sizeof table;
-    table.pfnOpenPort = [](HANDLE monitor, LPWSTR name, PHANDLE port) -> BOOL {
+    table.pfnOpenPort = ApiFunction([](HANDLE monitor, LPWSTR name, PHANDLE port) -> BOOL {
       current->Record("open " + platform::ToUtf8(name) + (monitor == current->Monitor() ? "" : " (wrong monitor)"));
       *port = current->Port();
       if (current->refuseOpen) SetLastError(ERROR_ACCESS_DENIED);
       return !current->refuseOpen;
-    };
-    table.pfnStartDocPort = [](HANDLE, LPWSTR printer, DWORD job, DWORD level, LPBYTE) -> BOOL {
+    });
+    table.pfnStartDocPort = ApiFunction([](HANDLE, LPWSTR printer, DWORD job, DWORD level, LPBYTE) -> BOOL {
       current->Record("start " + platform::ToUtf8(printer) + " " + std::to_string(job) + " " + std::to_string(level));
       if (current->refuseStart) SetLastError(ERROR_NOT_READY);
       return !current->refuseStart;
-    };
-    table.pfnWritePort = [](HANDLE, LPBYTE buffer, DWORD size, LPDWORD written) -> BOOL {
+    });
+    table.pfnWritePort = ApiFunction([](HANDLE, LPBYTE buffer, DWORD size, LPDWORD written) -> BOOL {
       current->Enter("write");
       *written = size;
       const auto take = [&] { current->output.append(reinterpret_cast<const char*>(buffer), *written); };
@@ -45,22 +46,22 @@ class FakePortMonitor {
       }
       take();
       return result;
-    };
-    table.pfnReadPort = [](HANDLE, LPBYTE buffer, DWORD, LPDWORD read) -> BOOL {
+    });
+    table.pfnReadPort = ApiFunction([](HANDLE, LPBYTE buffer, DWORD, LPDWORD read) -> BOOL {
       current->Enter("read");
       if (current->onRead) current->onRead();
       buffer[0] = 'r';
       *read = 1;
       return TRUE;
-    };
-    table.pfnEndDocPort = [](HANDLE) -> BOOL { return current->Record("end"); };
-    table.pfnClosePort = [](HANDLE) -> BOOL { return current->Record("close"); };
-    table.pfnGetPrinterDataFromPort = [](HANDLE port, DWORD control, LPWSTR name, LPWSTR in, DWORD inSize, LPWSTR out,
-                                         DWORD outSize, LPDWORD returned) -> BOOL {
+    });
+    table.pfnEndDocPort = ApiFunction([](HANDLE) -> BOOL { return current->Record("end"); });
+    table.pfnClosePort = ApiFunction([](HANDLE) -> BOOL { return current->Record("close"); });
+    table.pfnGetPrinterDataFromPort = ApiFunction([](HANDLE port, DWORD control, LPWSTR name, LPWSTR in, DWORD inSize,
+                                                     LPWSTR out, DWORD outSize, LPDWORD returned) -> BOOL {
       const bool passed = port == current->Port() && !name && in && inSize == 3 && out && outSize == 5;
       *returned = 4;
       return current->Record("data " + std::to_string(control) + (passed ? "" : " (wrong arguments)"));
-    };
+    });
   }
   ~FakePortMonitor() { current = nullptr; }
   FakePortMonitor(const FakePortMonitor&) = delete;

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <arpa/inet.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+
+#include "tests/support/peer_socket.h"
 
 namespace portwise {
 
@@ -20,7 +17,7 @@ class FakePrinter {
   explicit FakePrinter(int receiveBuffer = 0) : receiveBuffer_(receiveBuffer) { Listen(); }
   ~FakePrinter() {
     Close();
-    ::close(listener_);
+    peer::Close(listener_);
   }
   FakePrinter(const FakePrinter&) = delete;
   FakePrinter& operator=(const FakePrinter&) = delete;
@@ -29,29 +26,29 @@ class FakePrinter {
 
   /// Connects are refused until Listen, and those that wait are reset; the port stays ours.
   void Refuse() {
-    ::close(listener_);
+    peer::Close(listener_);
     Bind();
   }
   void Listen() {
-    if (listener_ < 0) Bind();
+    if (listener_ == peer::kNone) Bind();
     if (::listen(listener_, 8) != 0) throw std::runtime_error("listen");
   }
 
   /// Takes the next connection in place of the one before. False when none waits.
   bool Accept(int milliseconds = kWait) {
-    if (!Readable(listener_, milliseconds)) return false;
+    if (!peer::Readable(listener_, milliseconds)) return false;
     Close();
-    connection_ = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    return connection_ >= 0;
+    connection_ = peer::Accept(listener_);
+    return connection_ != peer::kNone;
   }
 
   /// What arrives until there are `size` bytes, the peer ends or nothing more comes; `ended` tells an orderly end.
   std::string Receive(std::size_t size, bool* ended = nullptr) {
     std::string all;
     char chunk[16384];
-    while (all.size() < size && Readable(connection_, kWait)) {
+    while (all.size() < size && peer::Readable(connection_, kWait)) {
       const std::size_t wanted = std::min(sizeof chunk, size - all.size());
-      const ssize_t received = ::recv(connection_, static_cast<void*>(chunk), wanted, 0);
+      const long received = peer::Receive(connection_, chunk, wanted);
       if (ended != nullptr) *ended = received == 0;
       if (received <= 0) break;
       all.append(chunk, static_cast<std::size_t>(received));
@@ -61,8 +58,9 @@ class FakePrinter {
 
   /// Bytes that have arrived and were not received; a megabyte at most.
   std::size_t Unread() const {
+    if (!peer::Readable(connection_, 0)) return 0;
     std::string bytes(1 << 20, '\0');
-    const ssize_t found = ::recv(connection_, static_cast<void*>(bytes.data()), bytes.size(), MSG_PEEK | MSG_DONTWAIT);
+    const long found = peer::Receive(connection_, bytes.data(), bytes.size(), MSG_PEEK);
     return found < 0 ? 0 : static_cast<std::size_t>(found);
   }
 
@@ -71,51 +69,37 @@ class FakePrinter {
   }
   /// False when the other side has closed the connection meanwhile.
   bool TrySend(const std::string& data) {
-    return ::send(connection_, static_cast<const void*>(data.data()), data.size(), MSG_NOSIGNAL) ==
-           static_cast<ssize_t>(data.size());
+    return peer::Send(connection_, data.data(), data.size()) == static_cast<long>(data.size());
   }
 
   /// Says no more, and goes on listening.
-  void EndSending() { ::shutdown(connection_, SHUT_WR); }
+  void EndSending() { peer::EndSending(connection_); }
 
   /// In order, unless something was left unread.
   void Close() {
-    if (connection_ >= 0) ::close(connection_);
-    connection_ = -1;
+    if (connection_ != peer::kNone) peer::Close(connection_);
+    connection_ = peer::kNone;
   }
 
   void Reset() {
-    const linger none = {1, 0};
-    ::setsockopt(connection_, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+    peer::ResetWhenClosed(connection_);
     Close();
   }
 
  private:
   static constexpr int kWait = 2000;
 
-  static bool Readable(int socket, int milliseconds) {
-    pollfd wait = {socket, POLLIN, 0};
-    return ::poll(&wait, 1, milliseconds) > 0;
-  }
-
   void Bind() {
-    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int reuse = 1;
-    ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    if (receiveBuffer_ > 0) ::setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer_, sizeof receiveBuffer_);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port_);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) != 0) throw std::runtime_error("bind");
-    ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
+    listener_ = peer::Open();
+    peer::SetOption(listener_, SO_REUSEADDR, 1);
+    if (receiveBuffer_ > 0) peer::SetOption(listener_, SO_RCVBUF, receiveBuffer_);
+    port_ = static_cast<std::uint16_t>(peer::Bind(listener_, port_));
+    if (port_ == 0) throw std::runtime_error("bind");
   }
 
   const int receiveBuffer_;
-  int listener_ = -1;
-  int connection_ = -1;
+  peer::Socket listener_ = peer::kNone;
+  peer::Socket connection_ = peer::kNone;
   std::uint16_t port_ = 0;
 };
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/spooler/channel.h"
+#include "platform/spooler/spooler_service.h"
 
 namespace portwise {
 

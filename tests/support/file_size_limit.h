@@ -1,5 +1,8 @@
 #pragma once
 
+#ifdef _WIN32
+#include "tests/windows/file_size_limit.h"
+#else
 #include <sys/resource.h>
 
 #include <csignal>
@@ -24,3 +27,4 @@ class FileSizeLimit {
 };
 
 }  // namespace portwise
+#endif

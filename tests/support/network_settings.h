@@ -1,24 +1,25 @@
 #pragma once
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <windows.h>
 
 #include <string>
 
-#include "host/registry_key.h"
 #include "platform/text.h"
+#include "tests/support/peer_socket.h"
 
 namespace portwise::test {
 
 /// A setting of this computer's network service in the home: a number of four bytes or of one.
 inline void SetNetworkSetting(const std::string& name, DWORD value, std::size_t size) {
-  char16_t computer[MAX_COMPUTERNAME_LENGTH + 1];
+  WCHAR computer[MAX_COMPUTERNAME_LENGTH + 1];
   DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
   GetComputerNameW(computer, &length);
-  RegistryKey::Create(R"(SOFTWARE\Corvane\Drivers\Network\@)" + platform::ToUtf8(computer))
-      .SetValue(name, {REG_BINARY, std::string(reinterpret_cast<const char*>(&value), size)});
+  const auto path = platform::ToUtf16(R"(SOFTWARE\Corvane\Drivers\Network\@)") + computer;
+  HKEY key = nullptr;
+  RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+  RegSetValueExW(key, platform::ToUtf16(name).c_str(), 0, REG_BINARY, reinterpret_cast<const BYTE*>(&value),
+                 static_cast<DWORD>(size));
+  RegCloseKey(key);
 }
 
 /// Has the network service listen at a port of this computer alone; 0 switches it off. Homes of tests that do not need
@@ -31,15 +32,10 @@ inline void ConfigureNetworkService(unsigned port) {
 
 /// A TCP port that nobody listens at.
 inline unsigned FreePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in own = {};
-  own.sin_family = AF_INET;
-  own.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof own;
-  ::bind(socket, reinterpret_cast<sockaddr*>(&own), size);
-  ::getsockname(socket, reinterpret_cast<sockaddr*>(&own), &size);
-  ::close(socket);
-  return ntohs(own.sin_port);
+  const peer::Socket socket = peer::Open();
+  const unsigned port = peer::Bind(socket, 0);
+  peer::Close(socket);
+  return port;
 }
 
 }  // namespace portwise::test

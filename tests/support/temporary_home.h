@@ -1,5 +1,8 @@
 #pragma once
 
+#ifdef _WIN32
+#include "tests/windows/temporary_home.h"
+#else
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -31,6 +34,8 @@ class TemporaryHome {
   TemporaryHome& operator=(const TemporaryHome&) = delete;
 
   const std::filesystem::path& Path() const { return path_; }
+  /// What is `C:\` to the product.
+  std::filesystem::path Drive() const { return path_ / "drive_c"; }
 
  private:
   std::filesystem::path path_;
@@ -38,3 +43,4 @@ class TemporaryHome {
 };
 
 }  // namespace portwise
+#endif

@@ -1,6 +1,7 @@
 #include "ui/query_poll.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
 #include <winspool.h>
 
 #include "locale/pm_locale.h"

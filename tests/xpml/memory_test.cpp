@@ -28,10 +28,10 @@ bool Refuses() {
 extern "C" {
 void* __real_realloc(void* memory, size_t size);
 void* __wrap_realloc(void* memory, size_t size) { return Refuses() ? nullptr : __real_realloc(memory, size); }
-void* __real__Znwm(size_t size);
-void* __wrap__Znwm(size_t size) {
+void* REAL_NEW(size_t size);
+void* WRAPPED_NEW(size_t size) {
   if (Refuses()) throw std::bad_alloc();
-  return __real__Znwm(size);
+  return REAL_NEW(size);
 }
 }
 
