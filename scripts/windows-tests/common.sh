@@ -27,8 +27,8 @@ begin_wine() {
   wineserver -p
 }
 
-# enter_wine32 ARGUMENTS OF THE SCRIPT...: from now on Wine is that of the 32-bit system below build/, where setup has made
-# one. This tree and what the kernel shows are mounted there, for this script alone.
+# enter_wine32 ARGUMENTS OF THE SCRIPT...: from now on Wine is that of the 32-bit system below build/, where setup has
+# made one. This tree and what the kernel shows are mounted there, for this script alone.
 enter_wine32() {
   local root=$PWD/build/wine32-root commands=$PWD/build/wine32-commands command
   [ ! -x /usr/lib/wine/wine ] || return 0
@@ -44,8 +44,8 @@ enter_wine32() {
   export PATH=$commands:$PATH
 }
 
-# second_prefix: another computer, so that what two programs do to their drives and registries stays apart. The files of
-# the system are those of the first.
+# second_prefix: another computer, so that what two programs do to their drives and registries stays apart. The files
+# of the system are those of the first.
 second_prefix() {
   local second=${prefixes[1]}
   [ ! -d "$second" ] || return 0

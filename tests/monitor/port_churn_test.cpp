@@ -12,12 +12,13 @@
 #include "tests/support/fake_spooler.h"
 #include "tests/support/holdings.h"
 #include "tests/support/temporary_home.h"
+#include "tests/support/wine.h"
 
 namespace portwise {
 namespace {
 
 TEST(PortChurn, NothingStaysBehindOfTenThousandOpens) {
-  constexpr int kRounds = 10000;
+  const int kRounds = IsWine() ? 3000 : 10000;  // there it takes much longer
   const TemporaryHome home;
   FakeSpooler spooler;
   FakePortMonitor below;
@@ -82,7 +83,7 @@ TEST(PortChurn, NothingStaysBehindOfTenThousandOpens) {
   printer.Close();
   // The printer's end of the last connection may still have been open before.
   EXPECT_LE(Holdings().files, before.files);
-  EXPECT_GT(sent, 400);
+  EXPECT_GT(sent, kRounds / 25);
   EXPECT_EQ(labels, sent);
   DestroyPortList();
 }
