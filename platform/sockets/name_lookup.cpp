@@ -1,8 +1,11 @@
 #include <ws2tcpip.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <string>
 
 #include "platform/kernel/modules.h"
 #include "platform/sockets/descriptor.h"
@@ -26,6 +29,13 @@ void WINAPI FreeAddrInfoW(PADDRINFOW results) {
   }
 }
 
+bool IsThisComputer(std::u16string name) {
+  WCHAR own[MAX_COMPUTERNAME_LENGTH + 1];
+  DWORD size = std::size(own);
+  std::transform(name.begin(), name.end(), name.begin(), UpperUnit);
+  return GetComputerNameW(own, &size) && name == own;
+}
+
 /// Canonical names are not given. Returns the error, which is also the thread's last error, or 0.
 INT WINAPI GetAddrInfoW(PCWSTR node, PCWSTR service, const ADDRINFOW* hints, PADDRINFOW* results) {
   if (!RequireWinsock()) return WSANOTINITIALISED;
@@ -38,9 +48,13 @@ INT WINAPI GetAddrInfoW(PCWSTR node, PCWSTR service, const ADDRINFOW* hints, PAD
   }
   const std::string nodeText = node != nullptr ? ToUtf8(node) : std::string();
   const std::string serviceText = service != nullptr ? ToUtf8(service) : std::string();
+  const char* const serviceName = service != nullptr ? serviceText.c_str() : nullptr;
   addrinfo* found = nullptr;
-  const int result = ::getaddrinfo(node != nullptr ? nodeText.c_str() : nullptr,
-                                   service != nullptr ? serviceText.c_str() : nullptr, &wanted, &found);
+  int result = ::getaddrinfo(node != nullptr ? nodeText.c_str() : nullptr, serviceName, &wanted, &found);
+  // Not every machine has its own name in its files or in the network.
+  if (result != 0 && node != nullptr && IsThisComputer(node)) {
+    result = ::getaddrinfo("127.0.0.1", serviceName, &wanted, &found);
+  }
   if (result != 0) {
     const int error = LookupErrorOf(result, errno);
     FailSocketCall(error);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/test_clock.h"
+#include "tests/support/environment.h"
 #include "tests/support/fake_printer.h"
 
 namespace portwise {
@@ -354,11 +355,15 @@ TEST_F(SocketsTest, NamesAreLookedUpThroughTheSystemModule) {
   ADDRINFOW hints = {};
   hints.ai_family = AF_INET;
   PADDRINFOW found = nullptr;
-  ASSERT_EQ(lookUp(TEXT("localhost"), TEXT("9100"), &hints, &found), 0);
-  const auto* address = reinterpret_cast<const sockaddr_in*>(found->ai_addr);
-  EXPECT_EQ(ntohl(address->sin_addr.s_addr), INADDR_LOOPBACK);
-  EXPECT_EQ(ntohs(address->sin_port), 9100);
-  release(found);
+  SetVariable("PORTWISE_COMPUTER_NAME", "-in-no-file-");
+  for (const WCHAR* name : {TEXT("localhost"), TEXT("-in-No-file-")}) {
+    ASSERT_EQ(lookUp(name, TEXT("9100"), &hints, &found), 0);
+    const auto* address = reinterpret_cast<const sockaddr_in*>(found->ai_addr);
+    EXPECT_EQ(ntohl(address->sin_addr.s_addr), INADDR_LOOPBACK);
+    EXPECT_EQ(ntohs(address->sin_port), 9100);
+    release(found);
+  }
+  SetVariable("PORTWISE_COMPUTER_NAME", nullptr);
   hints.ai_flags = AI_NUMERICHOST;
   EXPECT_EQ(lookUp(TEXT("no-address"), nullptr, &hints, &found), WSAHOST_NOT_FOUND);
   EXPECT_EQ(WSAGetLastError(), WSAHOST_NOT_FOUND);
