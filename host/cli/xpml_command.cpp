@@ -49,7 +49,7 @@ std::string ReadRequest(const std::string& argument) {
                          "comes while there is too much to do");
     case ERROR_CAN_NOT_COMPLETE:
       throw CommandError("the network service has run the request for printer " + driver.Name() +
-                         ", but had no memory for the reply, or the port was closed meanwhile");
+                         ", but had no memory for the reply, or the port was closed meanwhile, or it failed inside");
     case ERROR_NOT_SUPPORTED:
       throw CommandError(
           "the settings of printer " + driver.Name() + " close the way over the network (\"NETWORK:" +

@@ -124,6 +124,7 @@ SOCKET WINAPI WSASocketW(int family, int type, int protocol, void* protocolInfo,
 WSAEVENT WINAPI WSACreateEvent();
 BOOL WINAPI WSACloseEvent(WSAEVENT event);
 BOOL WINAPI WSASetEvent(WSAEVENT event);
+BOOL WINAPI WSAResetEvent(WSAEVENT event);
 /// Makes the socket non-blocking, and signals `event` when one of `events` happens. An event that was reported is
 /// signalled again only after the call that enables it again (recv for FD_READ); FD_CLOSE is reported once, after the
 /// data that came before it has been read. `events` of 0 ends the selection.

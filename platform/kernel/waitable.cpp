@@ -31,7 +31,7 @@ constinit std::mutex stateLock;
 
 // Wake descriptors that no thread uses just now. Not thread-local: a thread may still wait while its thread-local
 // objects are being destroyed.
-constexpr std::size_t kMaxSpares = 32;
+constexpr std::size_t kMaxSpares = 8;
 std::vector<UniqueFd>& Spares() {
   static auto& spares = *new std::vector<UniqueFd>;
   return spares;

@@ -141,6 +141,8 @@ BOOL WINAPI WSACloseEvent(WSAEVENT event) { return RequireWinsock() ? CloseHandl
 
 BOOL WINAPI WSASetEvent(WSAEVENT event) { return RequireWinsock() ? SetEvent(event) : FALSE; }
 
+BOOL WINAPI WSAResetEvent(WSAEVENT event) { return RequireWinsock() ? ResetEvent(event) : FALSE; }
+
 DWORD WINAPI WSAWaitForMultipleEvents(DWORD count, const WSAEVENT* events, BOOL waitAll, DWORD milliseconds, BOOL) {
   if (!RequireWinsock()) return WSA_WAIT_FAILED;
   return WaitForMultipleObjects(count, events, waitAll, milliseconds);

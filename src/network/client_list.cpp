@@ -12,6 +12,12 @@ constexpr DWORD kCloseSlice = 100;
 
 using Stage = Network_ClientThread::Stage;
 
+/// It may have done something since the time was taken.
+bool IsIdle(const Network_ClientThread& client, DWORD now) {
+  return client.CurrentStage() != Stage::Handling &&
+         static_cast<LONG>(now - client.LastProgress()) >= static_cast<LONG>(kGivesWay);
+}
+
 /// Whether `client` has waited longer than `other`, of which there may be none.
 bool WaitsLonger(const Network_ClientThread* client, const Network_ClientThread* other) {
   return !other || static_cast<LONG>(other->LastProgress() - client->LastProgress()) > 0;
@@ -49,15 +55,20 @@ bool ClientList::MakeRoomInBudget(const Network_ClientThread* client, const Requ
   const OScopedLock lock(lock_);
   const DWORD now = GetTickCount();
   size_t coming = budget.Left();
+  size_t idle = 0;
   for (const Network_ClientThread* each : clients_) {
-    if (each != client && each->IsStopping() && each->CurrentStage() != Stage::Handling) coming += each->BudgetTaken();
+    if (each == client) continue;
+    if (each->IsStopping() && each->CurrentStage() != Stage::Handling) {
+      coming += each->BudgetTaken();
+    } else if (IsIdle(*each, now)) {
+      idle += each->BudgetTaken();
+    }
   }
+  if (coming + idle < bytes) return false;
   while (coming < bytes) {
     Network_ClientThread* longest = nullptr;
     for (Network_ClientThread* each : clients_) {
-      if (each == client || each->IsStopping() || each->CurrentStage() == Stage::Handling) continue;
-      // It may have done something since the time was taken.
-      if (static_cast<LONG>(now - each->LastProgress()) < static_cast<LONG>(kGivesWay)) continue;
+      if (each == client || each->IsStopping() || !IsIdle(*each, now)) continue;
       if (each->BudgetTaken() > 0 && WaitsLonger(each, longest)) longest = each;
     }
     if (!longest) return false;
@@ -73,16 +84,27 @@ void ClientList::UnregisterClient(Network_ClientThread* client) {
   if (index >= 0) clients_.Detach(index);
 }
 
+bool ClientList::BeginHandling(Network_ClientThread* client) {
+  const OScopedLock lock(lock_);
+  return client->BeginHandling();
+}
+
 void ClientList::CloseAllClients() {
-  {
-    const OScopedLock lock(lock_);
-    for (Network_ClientThread* client : clients_) client->RequestStop();
-  }
   const DWORD begin = GetTickCount();
-  while (Size() > 0 && GetTickCount() - begin < kClosePatience) Sleep(kCloseSlice);
+  for (DWORD now = begin; EndClients(now) && now - begin < kClosePatience; now = GetTickCount()) Sleep(kCloseSlice);
   const OScopedLock lock(lock_);
   for (Network_ClientThread* client : clients_) client->Abandon();
   clients_.Clear();
+}
+
+/// False when there are none.
+bool ClientList::EndClients(DWORD now) {
+  const OScopedLock lock(lock_);
+  for (Network_ClientThread* client : clients_) {
+    client->RequestEnd();
+    if (client->CurrentStage() == Stage::Sending && IsIdle(*client, now)) client->RequestStop();
+  }
+  return clients_.Size() > 0;
 }
 
 int ClientList::Size() {

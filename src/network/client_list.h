@@ -17,19 +17,25 @@ class ClientList {
   bool RegisterClient(Network_ClientThread* client);
   void UnregisterClient(Network_ClientThread* client);
 
-  /// Closes clients until what they hold of the budget, with what is left of it, comes to `bytes`: those that have sent
-  /// or taken nothing for longest, and for two seconds at least. Another one's share comes back a moment later. False
-  /// when there are not enough such clients beside `client`.
+  /// The client's request is there and is handled now, unless the client was told to stop: nobody is once it is
+  /// handled.
+  bool BeginHandling(Network_ClientThread* client);
+
+  /// Closes clients until what they hold of the budget, with what is left of it, comes to `bytes`: those that have got
+  /// on with nothing for longest, and for two seconds at least. Another one's share comes back a moment later. False,
+  /// with nobody closed, when there are not enough such clients beside `client`.
   bool MakeRoomInBudget(const Network_ClientThread* client, const RequestBudget& budget, size_t bytes);
 
-  /// Stops all clients and waits until they have gone; those that have not after five seconds are taken out of the
-  /// list, and their connections end.
+  /// Ends all clients and waits until they have gone: those without a whole request at once, and the others when they
+  /// have their response or have taken nothing of it for two seconds. Those that are left after five seconds are taken
+  /// out of the list, and their connections end.
   void CloseAllClients();
 
   int Size();
 
  private:
   bool MakeRoom();
+  bool EndClients(DWORD now);
 
   OCriticalSection lock_;
   OPointerArray<Network_ClientThread> clients_{OPointerArray<Network_ClientThread>::Ownership::Kept};  // under lock_

@@ -11,6 +11,9 @@ namespace {
 
 constexpr LONG kEvents = FD_READ | FD_WRITE | FD_CLOSE;
 constexpr size_t kMaxSend = 200000;
+/// A request that comes more slowly than this much in the time after which clients give way to others counts as one
+/// that does not come.
+constexpr size_t kProgress = 100000;
 constexpr DWORD kLinger = 2000;  // ms, as is the next
 constexpr DWORD kLongestLinger = 30000;
 constexpr int kDropped = 4096;
@@ -35,8 +38,9 @@ class Network_ClientThread::Texts final : public TextAllowance {
   explicit Texts(Network_ClientThread& client) : client_(client) {}
 
  private:
-  bool Cover(size_t bytes) override {
-    return client_.Hold(client_.request_.Capacity() + bytes - std::min(bytes, kFreeTexts), false);
+  bool Cover(size_t bytes, Need need) override {
+    const size_t counted = client_.request_.Capacity() + bytes - std::min(bytes, kFreeTexts);
+    return need == Need::May ? client_.share_.Hold(counted) : client_.Hold(counted, false);
   }
 
   Network_ClientThread& client_;
@@ -57,20 +61,37 @@ void Network_ClientThread::ThreadProc() {
   });
 }
 
+bool Network_ClientThread::BeginHandling() {
+  if (stopping_) return false;
+  stage_ = Stage::Handling;
+  return true;
+}
+
 void Network_ClientThread::RequestStop() {
   stopping_ = true;
+  Wake();
+}
+
+void Network_ClientThread::RequestEnd() {
+  if (!ending_.exchange(true)) Wake();
+}
+
+void Network_ClientThread::Wake() {
   if (const WSAEVENT stop = stop_; stop != WSA_INVALID_EVENT) WSASetEvent(stop);
 }
 
-void Network_ClientThread::Abandon() { shutdown(socket_.Get(), SD_BOTH); }
+void Network_ClientThread::Abandon() {
+  RequestStop();
+  shutdown(socket_.Get(), SD_BOTH);
+}
 
 void Network_ClientThread::Serve() {
   bool keep = true;
   while (keep) {
     keep = false;
-    if (!ReceiveRequest()) {
+    if (!ReceiveRequest() || !server_.Clients().BeginHandling(this)) {
       // One that gives way to others hears of it, unless it has not said anything yet.
-      if (stopping_ && !request_.Bytes().empty()) request_.Refuse();
+      if (IsOver() && !request_.Bytes().empty()) request_.Refuse();
       if (request_.Refusal() != 0) Refuse();
       return;
     }
@@ -80,19 +101,26 @@ void Network_ClientThread::Serve() {
 }
 
 bool Network_ClientThread::Answer(bool* keep) {
-  stage_ = Stage::Handling;
   Texts texts(*this);
   ServerResponse response(&texts);
   if (!server_.HandleRequest(request_, &response, keep)) return false;
   request_.Clear();
   texts.Return(0);  // what the request's bytes took is counted no longer
-  return Send(response.head, response.body.View());
+  const bool sent = Send(response.head, response.body.View());
+  if (response.failure) {
+    // The report may take its time.
+    if (sent) Linger();
+    shutdown(socket_.Get(), SD_SEND);
+    std::rethrow_exception(response.failure);
+  }
+  return sent;
 }
 
 bool Network_ClientThread::ReceiveRequest() {
   progress_ = GetTickCount();
   stage_ = Stage::Receiving;
-  while (!stopping_) {
+  size_t noted = 0;  // so much of the request has counted as progress
+  while (!IsOver()) {
     if (!Hold(request_.NextCapacity(), true)) {
       request_.Refuse();
       return false;
@@ -101,8 +129,11 @@ bool Network_ClientThread::ReceiveRequest() {
     if (!room) return false;
     const int received = recv(socket_.Get(), room, static_cast<int>(request_.RoomSize()), 0);
     if (received > 0) {
-      progress_ = GetTickCount();
       request_.Filled(static_cast<size_t>(received));
+      if (const size_t size = request_.Bytes().size(); noted == 0 || size - noted >= kProgress) {
+        noted = size;
+        progress_ = GetTickCount();
+      }
       server_.Statistics().CountReceived(static_cast<size_t>(received));
       if (server_.IsRequestComplete(request_)) return true;
       if (request_.Refusal() != 0) return false;
@@ -121,7 +152,7 @@ bool Network_ClientThread::ReceiveRequest() {
 bool Network_ClientThread::Hold(size_t bytes, bool waits) {
   const DWORD begin = GetTickCount();
   while (!share_.Hold(bytes)) {
-    if (stopping_ || GetTickCount() - begin > kRoomPatience) return false;
+    if (IsOver() || GetTickCount() - begin > kRoomPatience) return false;
     if (!server_.Clients().MakeRoomInBudget(this, server_.Budget(), share_.Missing(bytes)) && !waits) return false;
     Sleep(kRoomPause);
   }
@@ -192,7 +223,7 @@ void Network_ClientThread::Linger() {
   stage_ = Stage::Receiving;
   const DWORD begin = GetTickCount();
   DWORD heard = begin;
-  for (DWORD now = begin; now - heard < kLinger && now - begin < kLongestLinger && !stopping_; now = GetTickCount()) {
+  for (DWORD now = begin; now - heard < kLinger && now - begin < kLongestLinger && !IsOver(); now = GetTickCount()) {
     const int received = recv(socket_.Get(), dropped, kDropped, 0);
     if (received > 0) {
       if (refused_) heard = now;
@@ -222,15 +253,18 @@ bool Network_ClientThread::AwaitMore(int error, DWORD timeout) {
 LONG Network_ClientThread::Await(DWORD timeout) {
   if (!Select()) return 0;
   const WSAEVENT events[] = {stopEvent_.Get(), networkEvent_.Get()};
-  // A stop from before there was an event for it is seen here.
-  while (!stopping_) {
+  while (true) {
+    // Set as well when the service ends, which is nothing to one that is being sent to. A stop is seen in what follows,
+    // also one from before there was an event for it.
+    WSAResetEvent(stopEvent_.Get());
+    if (IsOver()) return 0;
     const DWORD ended = WSAWaitForMultipleEvents(2, events, FALSE, timeout == 0 ? WSA_INFINITE : timeout, FALSE);
+    if (ended == WSA_WAIT_EVENT_0) continue;
     if (ended != WSA_WAIT_EVENT_0 + 1) return 0;
     WSANETWORKEVENTS happened = {};
     if (WSAEnumNetworkEvents(socket_.Get(), networkEvent_.Get(), &happened) != 0) return 0;
     if (happened.lNetworkEvents != 0) return happened.lNetworkEvents;
   }
-  return 0;
 }
 
 }  // namespace portwise

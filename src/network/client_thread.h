@@ -36,13 +36,19 @@ class Network_ClientThread {
   /// Answers that nobody has time for the client, as far as its system takes that at once.
   void TurnAway();
 
-  /// Ends the waits for the client. Any thread, as all below, as long as the client is in the list.
+  /// The request is about to be handled; false when the client was told to stop. Under the list's lock, as RequestStop.
+  bool BeginHandling();
+
+  /// Ends the waits for the client, so that others have what it takes. Any thread, as all below, as long as the client
+  /// is in the list.
   void RequestStop();
+  /// Ends the wait for a request: one that is there already is handled and gets its response.
+  void RequestEnd();
   /// Ends the connection under a thread that has not ended in time.
   void Abandon();
   bool IsStopping() const { return stopping_; }
   Stage CurrentStage() const { return stage_; }
-  /// When the client last sent something, or took a part of its response.
+  /// When the client last took a part of its response, or had sent another large part of its request.
   DWORD LastProgress() const { return progress_; }
   /// What it holds of the memory that the clients have together.
   size_t BudgetTaken() const { return share_.Taken(); }
@@ -52,6 +58,8 @@ class Network_ClientThread {
   class Texts;
 
   void Serve();
+  bool IsOver() const { return stopping_ || (ending_ && stage_ == Stage::Receiving); }
+  void Wake();
   bool ReceiveRequest();
   bool Answer(bool* keep);
   bool Hold(size_t bytes, bool waits);
@@ -72,6 +80,7 @@ class Network_ClientThread {
   unique_socket_event stopEvent_;
   std::atomic<WSAEVENT> stop_{WSA_INVALID_EVENT};  // stopEvent_, once it may be set
   std::atomic<bool> stopping_{false};
+  std::atomic<bool> ending_{false};
   std::atomic<Stage> stage_{Stage::Receiving};
   std::atomic<DWORD> progress_{0};
 };

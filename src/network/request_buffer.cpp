@@ -30,7 +30,9 @@ char* RequestBuffer::Room() {
 
 size_t RequestBuffer::NextCapacity() const {
   if (size_ < capacity_) return capacity_;
-  return capacity_ == 0 ? kFirstRoom : 2 * capacity_;
+  if (capacity_ == 0) return kFirstRoom;
+  const ULONGLONG whole = parser_.Length();
+  return whole > size_ ? std::min(2 * capacity_, static_cast<size_t>(whole)) : 2 * capacity_;
 }
 
 void RequestBuffer::Refuse() { refusal_ = kUnavailable; }

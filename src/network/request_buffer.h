@@ -20,7 +20,8 @@ class RequestBuffer {
   /// The most bytes of one receive.
   static constexpr size_t kMaxReceive = 100000;
 
-  /// Room for the next receive, behind the bytes that are there: some kilobytes at first, and more the more has come.
+  /// Room for the next receive, behind the bytes that are there: some kilobytes at first, and more the more has come,
+  /// but not more than the request announces.
   /// Null when the memory is used up, and the request is refused then.
   char* Room();
   /// How many bytes the buffer takes once there is that room.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 
 #include "xpml/text_buffer.h"
@@ -12,6 +13,8 @@ struct ServerResponse {
 
   std::string head;
   TextBuffer body;
+  /// What the response tells of, thrown to the thread's guard once it is on its way; null when nothing failed.
+  std::exception_ptr failure;
 };
 
 }  // namespace portwise

@@ -52,8 +52,8 @@ class WebServerBase {
   /// not answer; true also when it turned out that it cannot listen: then it does not run. Run and Shutdown are called
   /// by one thread at a time.
   bool Run(DWORD port, DWORD clientIdleTimeout, DWORD bindAddress);
-  /// Stops listening, and closes all clients: those that are being handled get their response if that takes no longer
-  /// than five seconds. False when it does not run, or the accept thread did not end.
+  /// Stops listening, and closes all clients: those whose request is there get their response if that takes no longer
+  /// than five seconds, and they read it. False when it does not run, or the accept thread did not end.
   bool Shutdown();
   bool IsRunning() const { return running_; }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
+#include "core/fault/fault_translator.h"
 #include "monitor/port_list.h"
 #include "network/http/http_request.h"
 #include "network/http/http_response.h"
@@ -15,6 +17,8 @@ namespace {
 constexpr DWORD kBadRequest = 400;
 constexpr DWORD kFailed = 500;
 constexpr DWORD kUnavailable = 503;
+/// Longer names, in bytes, are those of no printer.
+constexpr size_t kMaxName = 4096;
 
 /// A request that has been taken apart, over its bytes.
 struct ReceivedRequest {
@@ -50,24 +54,47 @@ void TellHasRun(std::string_view reason, HTTPResponse& response, TextBuffer& bod
   body.Append(reason);
 }
 
-void RunCommands(PortContext* port, std::string_view commands, HTTPResponse& response, TextBuffer& reply) {
-  const auto isExceeded = [&] { return reply.Allowance() && reply.Allowance()->IsExceeded(); };
-  bool done = true;
-  try {
-    done = ExecuteRequest(port, commands, reply);
-  } catch (...) {
-    if (!isExceeded()) throw;
-  }
-  if (!done) return TellHasRun("The port was closed before the request had run to its end.\n", response, reply);
-  EndReply(response, reply);
-  if (isExceeded()) TellHasRun("There was not enough memory for the request and its reply.\n", response, reply);
+/// False when the port was closed before the request had run to its end. A fault in a plug-in is thrown from here, so
+/// that whoever uses the port lets it go.
+bool Execute(PortContext* port, std::string_view commands, TextBuffer& reply) {
+  auto execute = [&] { return ExecuteRequest(port, commands, reply) ? TRUE : FALSE; };
+  const auto call = [](void* called) -> BOOL { return (*static_cast<decltype(execute)*>(called))(); };
+  return CallTranslated(call, &execute) != FALSE;
 }
 
-void AnswerXpml(ReceivedRequest& request, HTTPResponse& response, TextBuffer& body) {
-  const OString printer = request.parts.GetParameter("printer");
-  const OString share = request.parts.GetParameter("share");
-  const AllowedBytes memory(body.Allowance(), request.bytes.Bytes().size());
+void RunCommands(PortContext* port, std::string_view commands, HTTPResponse& response, ServerResponse& out) {
+  TextBuffer& reply = out.body;
+  bool done = true;
+  try {
+    done = Execute(port, commands, reply);
+  } catch (const std::bad_alloc&) {
+    if (!reply.IsAllowanceExceeded()) out.failure = std::current_exception();
+  } catch (...) {
+    out.failure = std::current_exception();
+  }
+  if (out.failure) return TellHasRun("The request failed inside.\n", response, reply);
+  if (!done) return TellHasRun("The port was closed before the request had run to its end.\n", response, reply);
+  EndReply(response, reply);
+  if (reply.IsAllowanceExceeded()) {
+    TellHasRun("There was not enough memory for the request and its reply.\n", response, reply);
+  }
+}
+
+/// False when nobody has the name.
+bool ReadName(const HTTPRequest& request, std::string_view parameter, OString* name) {
+  const std::string bytes = request.GetParameterBytes(parameter);
+  if (bytes.size() > kMaxName) return false;
+  *name = OString(std::string_view(bytes));
+  return true;
+}
+
+void AnswerXpml(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out) {
+  const AllowedBytes memory(out.body.Allowance(), request.bytes.Bytes().size());
   if (!memory) return response.SetStatus(kUnavailable);
+  OString printer, share;
+  if (!ReadName(request.parts, "printer", &printer) || !ReadName(request.parts, "share", &share)) {
+    return response.SetStatus(kBadRequest);
+  }
   const std::string commands = request.parts.GetParameterBytes("xpml");
   request.Drop();
   PortUse port;
@@ -80,7 +107,7 @@ void AnswerXpml(ReceivedRequest& request, HTTPResponse& response, TextBuffer& bo
     port = ports->FindByShareName(share);
   }
   if (!port || commands.empty()) return response.SetStatus(kBadRequest);
-  RunCommands(port.Get(), commands, response, body);
+  RunCommands(port.Get(), commands, response, out);
 }
 
 void AnswerText(const OString& text, HTTPResponse& response, TextBuffer& body) {
@@ -88,30 +115,32 @@ void AnswerText(const OString& text, HTTPResponse& response, TextBuffer& body) {
   if (!body.Append(text.NarrowView())) response.SetStatus(kUnavailable);
 }
 
-void AnswerInfo(ReceivedRequest& request, HTTPResponse& response, TextBuffer& body) {
-  const OString printer = request.parts.GetParameter("printer");
-  if (printer.IsEmpty()) return response.SetStatus(kBadRequest);
-  AnswerText(PrinterInfoPage(printer), response, body);
+void AnswerInfo(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out) {
+  const AllowedBytes memory(out.body.Allowance(), request.bytes.Bytes().size());
+  if (!memory) return response.SetStatus(kUnavailable);
+  OString printer;
+  if (!ReadName(request.parts, "printer", &printer) || printer.IsEmpty()) return response.SetStatus(kBadRequest);
+  AnswerText(PrinterInfoPage(printer), response, out.body);
 }
 
-void AnswerTickCount(ReceivedRequest&, HTTPResponse& response, TextBuffer& body) {
-  AnswerText(OString::FromUnsigned(GetTickCount()), response, body);
+void AnswerTickCount(ReceivedRequest&, HTTPResponse& response, ServerResponse& out) {
+  AnswerText(OString::FromUnsigned(GetTickCount()), response, out.body);
 }
 
 constexpr struct {
   const char* path;
-  void (*answer)(ReceivedRequest& request, HTTPResponse& response, TextBuffer& body);
+  void (*answer)(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out);
 } kResources[] = {{"/xpml", AnswerXpml}, {"/info", AnswerInfo}, {"/tickcount", AnswerTickCount}};
 
-void Answer(ReceivedRequest& request, HTTPResponse& response, TextBuffer& body) {
+void Answer(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out) {
   const std::string_view bytes = request.bytes.Bytes();
   request.parts.ParseInPlace(bytes);
   response.SetHeader("Connection", request.parts.GetHeader("Connection"));
   const auto* resource = std::find_if(std::begin(kResources), std::end(kResources),
                                       [&](const auto& each) { return request.parts.Uri() == each.path; });
-  if (resource != std::end(kResources)) return resource->answer(request, response, body);
+  if (resource != std::end(kResources)) return resource->answer(request, response, out);
   response.SetContentType("text/plain");
-  if (!body.Append(bytes.substr(0, bytes.find('\0')))) response.SetStatus(kUnavailable);
+  if (!out.body.Append(bytes.substr(0, bytes.find('\0')))) response.SetStatus(kUnavailable);
 }
 
 }  // namespace
@@ -123,7 +152,7 @@ DWORD WebServerHTTP::OnDataSent(size_t) { return 0; }
 bool WebServerHTTP::HandleRequest(RequestBuffer& bytes, ServerResponse* out, bool*) {
   ReceivedRequest request{bytes, {}};
   HTTPResponse response;
-  Answer(request, response, out->body);
+  Answer(request, response, *out);
   response.SerializeHead(out->body.Length(), &out->head);
   return true;
 }

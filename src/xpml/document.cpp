@@ -54,7 +54,14 @@ void XPML_Document::SetTextHandler(HandlerFunction function, void* context) {
 bool XPML_Document::RunHandler(std::string_view path) {
   const bool closing = path.starts_with('/');
   const XPML_Handler* handler = handlers_.Find(closing, closing ? path.substr(1) : path);
-  return handler ? handler->function(*this, handler->context) : true;
+  return handler ? Call(*handler) : true;
+}
+
+/// A handler that was refused memory has left a text that is not whole, and nothing may be made of that any more.
+bool XPML_Document::Call(const XPML_Handler& handler) {
+  const bool result = handler.function(*this, handler.context);
+  if (topText_.IsAllowanceExceeded()) throw std::bad_alloc();
+  return result;
 }
 
 TextBuffer& XPML_Document::CurrentText() {
@@ -130,7 +137,7 @@ bool XPML_Document::FlushText() {
   const size_t length = topText_.IsEmpty() ? static_cast<size_t>(runEnd_ - runBegin_) : topText_.Length();
   if (length == 0) return true;
   plainText_ = std::string_view(data, length);
-  const bool taken = textHandler_.function(*this, textHandler_.context);
+  const bool taken = Call(textHandler_);
   plainText_ = std::string_view();
   if (taken) {
     topText_.Clear();
@@ -145,7 +152,7 @@ bool XPML_Document::OpensElement(const Tag& tag) { return tag.opens && !tag.name
 void XPML_Document::ProcessTag(const Tag& tag) {
   if (tag.name.empty()) return;
   if (OpensElement(tag)) {
-    if (const XPML_Handler* handler = handlers_.Find(false, tag.name)) handler->function(*this, handler->context);
+    if (const XPML_Handler* handler = handlers_.Find(false, tag.name)) Call(*handler);
   } else if (tag.opens) {
     inSection_ = true;
   }
@@ -160,7 +167,7 @@ void XPML_Document::CloseElement(std::string_view name) {
   if (elements_.IsEmpty()) return;
   const XPML_Handler* handler = handlers_.Find(true, name);
   try {
-    if (handler) handler->function(*this, handler->context);
+    if (handler) Call(*handler);
   } catch (...) {
     PopElement();
     throw;

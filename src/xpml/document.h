@@ -31,7 +31,8 @@ struct PendingOutput {
 /// One thread at a time; the document has no lock.
 class XPML_Document {
  public:
-  /// Registers the general commands. The memory of what it holds is taken of the allowance, when there is one.
+  /// Registers the general commands. The memory of what it holds is taken of the allowance, when there is one; once
+  /// that is exceeded no further handler runs, and Parse throws std::bad_alloc.
   explicit XPML_Document(TextAllowance* allowance = nullptr);
   virtual ~XPML_Document();
   XPML_Document(const XPML_Document&) = delete;
@@ -107,6 +108,7 @@ class XPML_Document {
   void Abandon(const char* data);
   bool Interrupted() const { return pending_.data || !continue_; }
   static bool OpensElement(const Tag& tag);
+  bool Call(const XPML_Handler& handler);
   void ProcessTag(const Tag& tag);
   void CloseElement(std::string_view name);
   void PopElement();

@@ -20,7 +20,10 @@ bool TextBuffer::Grow(size_t count) {
   }
   void* grown = std::realloc(data_, capacity);
   if (!grown) {
-    if (allowance_) allowance_->Return(capacity - capacity_);
+    if (allowance_) {
+      allowance_->Return(capacity - capacity_);
+      allowance_->Exceed();
+    }
     return false;
   }
   data_ = static_cast<char*>(grown);

@@ -69,6 +69,8 @@ class TextBuffer {
   /// Empties the content and gives the memory back.
   void Free();
   TextAllowance* Allowance() const { return allowance_; }
+  /// Whether something was refused the memory that it needed, so that the texts of the allowance may not be whole.
+  bool IsAllowanceExceeded() const { return allowance_ && allowance_->IsExceeded(); }
   /// Replaces the content by that of another buffer, which is empty then. When it returns false both are as they were.
   bool Take(TextBuffer& from);
 

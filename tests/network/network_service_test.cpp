@@ -6,6 +6,7 @@
 #include "network/network_service_object.h"
 #include "platform/eventlog/event_reader.h"
 #include "platform/text.h"
+#include "tests/support/faults.h"
 #include "tests/support/monitor_fixture.h"
 #include "tests/support/network_settings.h"
 #include "tests/support/web_client.h"
@@ -84,6 +85,32 @@ TEST_F(Service, RunsAsItsSettingsSay) {
   EXPECT_FALSE(Answers(other));
   EXPECT_THAT(Events(), testing::IsEmpty());
   EXPECT_TRUE(lmClosePortW(handle));
+}
+
+TEST_F(Service, ARequestThatFailsInsideHasRunAndIsReported) {
+  const unsigned port = test::FreePort();
+  test::ConfigureNetworkService(port);
+  StartNetworkService();
+  const HANDLE handle = Open("Out");
+  void (*fail)() = nullptr;
+  below_.onWrite = [&](DWORD, DWORD*) -> BOOL {
+    fail();
+    return TRUE;
+  };
+  for (const auto failure : {ReadNull, +[] { throw std::runtime_error("Bad luck."); }}) {
+    fail = failure;
+    below_.output.clear();
+    const std::string asked =
+        "GET /xpml?printer=*&xpml=%3Cpacket%3E!%3C/packet%3E%3Cpacket%3E?%3C/packet%3E HTTP/1.1\r\n\r\n";
+    EXPECT_THAT(WebClient(port).Send(asked).Read(),
+                testing::AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("\r\nX-Request-Has-Run: yes\r\n")));
+    EXPECT_EQ(below_.output, "!") << "what has arrived must not come again";
+  }
+  const auto reported =
+      testing::AllOf(testing::Contains(HasSubstr("MiniDump File: ")), testing::Contains(HasSubstr("Bad luck.")));
+  for (int i = 0; i < 500 && !testing::Value(Events(), reported); ++i) Sleep(10);
+  EXPECT_THAT(Events(), reported);
+  EXPECT_TRUE(lmClosePortW(handle)) << "nobody uses it any more";
 }
 
 TEST_F(Service, TellsTheEventLogOfAPortThatIsTakenAndOfGuardsWithoutAPort) {

@@ -175,9 +175,21 @@ TEST_F(Server, AClientThatDoesNotReadDelaysNobody) {
   EXPECT_TRUE(reader.Read() == large);
   EXPECT_TRUE(late.Read() == large) << "whatever else the client has sent";
   AwaitClients(1);
+  platform::SetTimeScale(2);
+  WebClient last(port_, 65536);
+  last.Send(request);
+  AwaitClients(2);
+  std::string answer;
+  std::thread reading([&] {
+    Sleep(600);
+    answer = last.Read();
+  });
+  Sleep(300);
   const DWORD begin = GetTickCount();
   EXPECT_TRUE(server_.Shutdown());
-  EXPECT_LT(GetTickCount() - begin, 1000u);
+  EXPECT_LT(GetTickCount() - begin, 4000u) << "nobody waits for the deaf one to the end";
+  reading.join();
+  EXPECT_TRUE(answer == large) << "a client that reads has time to, " << answer.size();
   EXPECT_FALSE(server_.Shutdown()) << "it does not run";
   platform::SetTimeScale(20);
   EXPECT_TRUE(server_.Run(port_, 2000, INADDR_LOOPBACK)) << "at once at the same port";
@@ -215,13 +227,13 @@ TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
   for (int i = 0; i < 500 && after.threads > before.threads; ++i) Sleep(10), after = Holdings();
   after.threads = std::max(after.threads, before.threads);  // one may have been about to end then
   // A wait lends its descriptor on.
-  EXPECT_NEAR(static_cast<double>(after.files), static_cast<double>(before.files), 32);
+  EXPECT_NEAR(static_cast<double>(after.files), static_cast<double>(before.files), 8);
   after.files = before.files;
   EXPECT_EQ(after, before);
 }
 
 TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
-  constexpr std::size_t kLeft = 18000000;
+  constexpr std::size_t kLeft = 15500000;
   platform::SetTimeScale(20);
   server_.onRequest = AnswerLarge;
   EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - kLeft));
@@ -234,9 +246,9 @@ TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
   AwaitClients(2);
   const std::string half = "POST /x HTTP/1.1\r\nContent-Length: 5000000\r\n\r\n" + std::string(4999999, 'x');
   WebClient silent(port_);
-  silent.Send(half);
+  silent.Send(half.substr(0, half.size() - 100));
   AwaitClients(2);
-  Sleep(2500);
+  for (int i = 0; i < 25; ++i) silent.Send("x"), Sleep(100);  // which is as good as nothing
   EXPECT_TRUE(server_.Budget().Take(1000000));
   EXPECT_TRUE(BodyOf(WebClient(port_).Send(half).Send("x").Read()) == half + "x");
   EXPECT_THAT(silent.Read(), StartsWith(kUnavailable)) << "it has given way";
@@ -294,8 +306,10 @@ TEST_F(Server, AReplyTakesNoMoreMemoryThanThereIs) {
   EXPECT_EQ(BodyOf(run(get(10))).size(), 1000001u);
   std::string nested;
   for (int i = 0; i < 50000; ++i) nested += "<a>";
-  for (const std::string& commands : {get(50), "<a>" + get(50), nested}) {
-    EXPECT_THAT(run(commands), AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("\r\nX-Request-Has-Run: yes\r\n")));
+  for (const std::string& commands : {get(50), "<a>" + get(50), "<packet>" + get(50) + "</packet>", nested}) {
+    EXPECT_THAT(run(commands + "<packet>!</packet>"),
+                AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("\r\nX-Request-Has-Run: yes\r\n")));
+    EXPECT_EQ(below_.output.size(), 0u) << "nothing is done with a text that lacks a part, nor behind it";
   }
   EXPECT_TRUE(server_.Budget().Take(3000000));
   EXPECT_EQ(BodyOf(run("<uppercase>" + std::string(3000, 'x') + "</uppercase>")).size(), 3001u);

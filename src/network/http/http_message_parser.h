@@ -41,6 +41,9 @@ class HTTPMessageParser {
   std::string_view HeaderLines() const { return arrived_.substr(linesBegin_, linesEnd_ - linesBegin_); }
   std::string_view Body() const { return arrived_.substr(bodyBegin_); }
 
+  /// How long the message will be; 0 while its head has no end.
+  ULONGLONG Length() const { return end_; }
+
  private:
   bool FindHead();
 

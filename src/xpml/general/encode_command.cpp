@@ -92,6 +92,7 @@ bool RunEncode(XPML_Document& document, void*) {
   SetVariable("encode_size_in", document.CurrentText().Length());
   Apply(document, document.GetAttribute("in", "binary"), kDecodings);
   Apply(document, document.GetAttribute("out", "binary"), kEncodings);
+  if (document.CurrentText().IsAllowanceExceeded()) return false;
   SetVariable("encode_size_out", document.CurrentText().Length());
   return true;
 }
