@@ -11,6 +11,7 @@
 #include "core/fault/exception_handler.h"
 #include "core/fault/fault_resume.h"
 #include "core/module_instance.h"
+#include "core/process_end.h"
 #include "core/thread_local_singleton.h"
 #include "logging/event_log_report.h"
 #include "monitor/entry_points.h"
@@ -54,6 +55,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
       portwise::SetPrinterRequests(&windowRequests);
       break;
     case DLL_PROCESS_DETACH:
+      if (reserved) portwise::NoteProcessEnd();
       // Its threads use the ports. While it runs they keep the library from being freed, so here the process ends.
       portwise::ShutdownNetworkService();
       portwise::SetNetworkService(nullptr);

@@ -50,7 +50,8 @@ int WINAPI SendXPMLRequest(LPCWSTR printer, const char* request, PortwiseRespons
 int WINAPI SendXPMLRequest_HTTP(LPCWSTR printer, const char* request, PortwiseResponse** response);
 
 /* The same through the spooler alone, for a printer of this computer: PORTWISE_ANSWERED_SPOOLER or 0. The caller must
- * be allowed to administer the printer, and to write the registry of the computer. */
+ * be allowed to administer the printer, and to write the registry of the computer. A printer whose name has characters
+ * that the ANSI code page lacks cannot be asked this way: ERROR_NO_UNICODE_TRANSLATION. */
 int WINAPI SendXPMLRequest_Local(LPCWSTR printer, const char* request, PortwiseResponse** response);
 
 /* The status of HTTP, which is 200; 0 for a null handle. */

@@ -30,6 +30,7 @@ using LSTATUS = LONG;
 #define KEY_READ 0x20019u
 #define KEY_WRITE 0x20006u
 #define KEY_ALL_ACCESS 0xF003Fu
+#define KEY_WOW64_64KEY 0x100u  // there is one view of the registry only
 
 extern "C" {
 /// ERROR_FILE_NOT_FOUND when there is no such key; ERROR_ACCESS_DENIED when the key's access list refuses `access`.

@@ -103,6 +103,7 @@ struct WSAPOLLFD {
 };
 
 #define WSA_FLAG_OVERLAPPED 1
+#define WSA_FLAG_NO_HANDLE_INHERIT 0x80  // as every socket here
 
 struct WSABUF {
   ULONG len;

@@ -597,7 +597,8 @@ class Checks:
         return "jobs print without a plug-in and without rights to the settings; orders that make no sense are told"
 
     def second_host(self):
-        """Its network port is taken, and the archive of texts is missing. It ends in mid-job."""
+        """Its network port is taken, and the archive of texts is missing. It ends in mid-job, with a plug-in that has
+        called back and waits for a printer that takes nothing."""
         printers = {name: self.printer(f"second-{name}") for name in ("linux", "windows")}
         with socket.socket() as taken:
             taken.bind(("127.0.0.1", 0))
@@ -627,6 +628,11 @@ class Checks:
                 # Ended as a spooler that is stopped: with an open port, in mid-job.
                 job = windows.print("Second", self.jobs / "pages.job", "Left")
                 windows.await_told(job, "begun")
+                windows.add("Stalled", number, "BLKPR")
+                endless = self.work / "endless.job"
+                endless.write_bytes(bytes(16 << 20))
+                windows.await_told(windows.print("Stalled", endless, "Stalled"), "begun")
+                time.sleep(2)  # until what the system takes of it is full
                 windows.process.stdin.write("leave\n")
                 windows.process.stdin.flush()
                 expect(windows.process.wait(30), 0, "the exit code of the second host")
@@ -637,7 +643,7 @@ class Checks:
         done = subprocess.run(["wine", self.bin / "portwise-host.exe", "--library", "missing.dll"], input=b"load\n",
                               capture_output=True, timeout=60)
         expect(done.stdout.strip(), b"failed: missing.dll cannot be loaded: error 126", "a library that is missing")
-        return "a taken port is told once, as on Linux; texts are the library's own; it ends in mid-job"
+        return "a taken port is told once, as on Linux; texts are the library's own; it ends in mid-job, in a callback too"
 
     def end_of_the_host(self):
         expect(self.windows.end(), 0, "the exit code of the host")

@@ -324,7 +324,7 @@ bool Connection_TCP::ConnectOnce(const SOCKADDR_IN& address) {
   {
     const OScopedLock lock(socketLock_);
     if (aborted_) return FailAborted();
-    socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
+    socket_ = NewTcpSocket();
     if (!socket_) return false;
     sent_ = 0;
     carriesJob_ = false;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/process_end.h"
 #include "core/socket_handle.h"
 
 namespace portwise {
@@ -44,7 +45,7 @@ class StopWatch {
   bool MustStop() {
     if (stop_.abort) return true;
     const DWORD now = GetTickCount();
-    if (now - askedAt_ < kAskPause) return false;
+    if (now - askedAt_ < kAskPause && !ProcessIsEnding()) return false;
     askedAt_ = now;
     return stop_.isAsked();
   }

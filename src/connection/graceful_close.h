@@ -21,7 +21,7 @@ std::optional<Acknowledged> AskAcknowledged(SOCKET socket);
 /// What ends a wait for the peer early.
 struct CloseStop {
   const std::atomic<bool>& abort;  ///< looked at ten times a second at least
-  std::function<bool()> isAsked;   ///< asked once a second, and not before the first is over
+  std::function<bool()> isAsked;   ///< asked once a second, and not before the first is over unless the process ends
 };
 
 /// Waits until the peer has acknowledged all of `sent` bytes, which leaves the connection as it is. `ask` looks at the

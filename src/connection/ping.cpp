@@ -37,9 +37,12 @@ bool Ping(const IN_ADDR& host, int attempts, DWORD timeout) {
   for (int i = 0; i < attempts && !answered; ++i) {
     IP_OPTION_INFORMATION options = {};
     options.Ttl = kTimeToLive;
-    ICMP_ECHO_REPLY reply = {};
-    answered =
-        send(icmp, host.s_addr, nullptr, 0, &options, &reply, sizeof reply, timeout) > 0 && reply.Status == IP_SUCCESS;
+    struct {
+      ICMP_ECHO_REPLY echo;
+      BYTE error[8];  // the system asks for room for a message of an error
+    } reply = {};
+    answered = send(icmp, host.s_addr, nullptr, 0, &options, &reply, sizeof reply, timeout) > 0 &&
+               reply.echo.Status == IP_SUCCESS;
   }
   close(icmp);
   return answered;

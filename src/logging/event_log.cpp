@@ -22,6 +22,8 @@ constexpr EntryRow kEntries[] = {
 
 constexpr DWORD kTypesSupported = EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE;
 constexpr DWORD kCategoryCount = 2;
+/// What the system takes as one text of an entry, in UTF-16 units.
+constexpr int kLongestText = 31839;
 
 const EntryRow& EntryOf(WORD type) {
   const EntryRow* row = kEntries;
@@ -76,7 +78,8 @@ bool OEventLog::Report(WORD type, const OString& text, WORD category) {
   if (!Register()) return false;
   const EntryRow& entry = EntryOf(type);
   const DWORD id = logKind_ == kApplicationLog ? entry.applicationId : entry.systemId;
-  LPCWSTR strings[] = {text.Wide()};
+  const OString fitting = text.Left(kLongestText);
+  LPCWSTR strings[] = {fitting.Wide()};
   return ReportEventW(source_.Get(), entry.type, category, id, nullptr, 1, 0, strings, nullptr) != FALSE;
 }
 

@@ -59,7 +59,8 @@ bool AnswerStored(PortContext& port, std::string_view valueName, const Answer& a
   const std::string_view printer = valueName.substr(kStored.size(), comma - kStored.size());
   if (printer.empty()) return false;
   if (!answer.HasRoomFor(sizeof(DWORD))) return false;
-  port.SetPrinterName(OString(printer));
+  // The bytes may lack characters of the name that the port has in full.
+  if (port.PrinterName().InCodePage(kCodePageAnsi) != printer) port.SetPrinterName(OString(printer));
   const OString path = OString(SettingPath(SettingId::XpmlValues, valueName.substr(comma + 1)));
   const ORegistry registry;
   DWORD size = 0;

@@ -91,7 +91,7 @@ void Network_ClientThread::Serve() {
     keep = false;
     if (!ReceiveRequest() || !server_.Clients().BeginHandling(this)) {
       // One that gives way to others hears of it, unless it has not said anything yet.
-      if (IsOver() && !request_.Bytes().empty()) request_.Refuse();
+      if (IsOver() && request_.Refusal() == 0 && !request_.Bytes().empty()) request_.Refuse();
       if (request_.Refusal() != 0) Refuse();
       return;
     }
@@ -111,7 +111,7 @@ bool Network_ClientThread::Answer(bool* keep) {
     // The report may take its time.
     if (sent) Linger();
     shutdown(socket_.Get(), SD_SEND);
-    std::rethrow_exception(response.failure);
+    throw OException(*response.failure);
   }
   return sent;
 }
@@ -119,8 +119,8 @@ bool Network_ClientThread::Answer(bool* keep) {
 bool Network_ClientThread::ReceiveRequest() {
   progress_ = GetTickCount();
   stage_ = Stage::Receiving;
-  size_t noted = 0;  // so much of the request has counted as progress
-  while (!IsOver()) {
+  size_t noted = 0;     // so much of the request has counted as progress
+  while (!stopping_) {  // at the service's end, too, what is there already is read
     if (!Hold(request_.NextCapacity(), true)) {
       request_.Refuse();
       return false;

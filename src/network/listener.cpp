@@ -19,7 +19,7 @@ bool Listener::TryOpen(DWORD address, WORD port) {
   own.sin_family = AF_INET;
   own.sin_port = htons(port);
   own.sin_addr.s_addr = htonl(address);
-  socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
+  socket_ = NewTcpSocket();
   if (!socket_ || bind(socket_.Get(), reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
       listen(socket_.Get(), kBacklog) != 0) {
     return false;

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <exception>
+#include <optional>
 #include <string>
 
+#include "core/exception.h"
 #include "xpml/text_buffer.h"
 
 namespace portwise {
@@ -13,8 +14,8 @@ struct ServerResponse {
 
   std::string head;
   TextBuffer body;
-  /// What the response tells of, thrown to the thread's guard once it is on its way; null when nothing failed.
-  std::exception_ptr failure;
+  /// What the response tells of, thrown to the thread's guard once it is on its way; none when nothing failed.
+  std::optional<OException> failure;
 };
 
 }  // namespace portwise

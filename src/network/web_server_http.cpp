@@ -17,7 +17,7 @@ namespace {
 constexpr DWORD kBadRequest = 400;
 constexpr DWORD kFailed = 500;
 constexpr DWORD kUnavailable = 503;
-/// Longer names, in bytes, are those of no printer.
+/// In bytes; nothing of more than this names a printer.
 constexpr size_t kMaxName = 4096;
 
 /// A request that has been taken apart, over its bytes.
@@ -67,10 +67,16 @@ void RunCommands(PortContext* port, std::string_view commands, HTTPResponse& res
   bool done = true;
   try {
     done = Execute(port, commands, reply);
+  } catch (const OException& exception) {
+    EndFault();
+    out.failure = exception;
+  } catch (CMemoryException*) {
+    out.failure = OException::OutOfMemory();
   } catch (const std::bad_alloc&) {
-    if (!reply.IsAllowanceExceeded()) out.failure = std::current_exception();
-  } catch (...) {
-    out.failure = std::current_exception();
+    if (!reply.IsAllowanceExceeded()) out.failure = OException::OutOfMemory();
+  } catch (const std::exception& exception) {
+    // What a plug-in throws may be code of the plug-in, which can be unloaded as soon as the port is let go.
+    out.failure = OStdException(exception);
   }
   if (out.failure) return TellHasRun("The request failed inside.\n", response, reply);
   if (!done) return TellHasRun("The port was closed before the request had run to its end.\n", response, reply);
@@ -80,21 +86,17 @@ void RunCommands(PortContext* port, std::string_view commands, HTTPResponse& res
   }
 }
 
-/// False when nobody has the name.
-bool ReadName(const HTTPRequest& request, std::string_view parameter, OString* name) {
+/// What is left of a name that is too long still names nothing.
+OString ReadName(const HTTPRequest& request, std::string_view parameter) {
   const std::string bytes = request.GetParameterBytes(parameter);
-  if (bytes.size() > kMaxName) return false;
-  *name = OString(std::string_view(bytes));
-  return true;
+  return OString(std::string_view(bytes).substr(0, kMaxName));
 }
 
 void AnswerXpml(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out) {
   const AllowedBytes memory(out.body.Allowance(), request.bytes.Bytes().size());
   if (!memory) return response.SetStatus(kUnavailable);
-  OString printer, share;
-  if (!ReadName(request.parts, "printer", &printer) || !ReadName(request.parts, "share", &share)) {
-    return response.SetStatus(kBadRequest);
-  }
+  const OString printer = ReadName(request.parts, "printer");
+  const OString share = ReadName(request.parts, "share");
   const std::string commands = request.parts.GetParameterBytes("xpml");
   request.Drop();
   PortUse port;
@@ -118,8 +120,8 @@ void AnswerText(const OString& text, HTTPResponse& response, TextBuffer& body) {
 void AnswerInfo(ReceivedRequest& request, HTTPResponse& response, ServerResponse& out) {
   const AllowedBytes memory(out.body.Allowance(), request.bytes.Bytes().size());
   if (!memory) return response.SetStatus(kUnavailable);
-  OString printer;
-  if (!ReadName(request.parts, "printer", &printer) || printer.IsEmpty()) return response.SetStatus(kBadRequest);
+  const OString printer = ReadName(request.parts, "printer");
+  if (printer.IsEmpty()) return response.SetStatus(kBadRequest);
   AnswerText(PrinterInfoPage(printer), response, out.body);
 }
 

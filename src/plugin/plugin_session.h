@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "core/handles.h"
@@ -31,6 +33,9 @@ class PluginSession {
   void Leave();
   bool IsCalledByThisThread();
 
+  /// The session, by a pointer to itself, stays for good, with the block that the plug-in has.
+  void Keep(std::shared_ptr<PluginSession> self) { self_ = std::move(self); }
+
  protected:
   PluginSession(unique_module library, const OString& printerName, const OString& portName, Connection& connection);
 
@@ -42,6 +47,7 @@ class PluginSession {
   PluginContext context_;
   OCriticalSection lock_;
   std::vector<DWORD> callers_;  // thread ids, one for each call under way
+  std::shared_ptr<PluginSession> self_;
 };
 
 }  // namespace portwise

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/open_printer.h"
+#include "core/process_end.h"
 #include "core/synchronizer.h"
 #include "plugin/plugin_loader.h"
 #include "plugin/plugin_session.h"
@@ -70,14 +71,27 @@ class PluginSlot {
   /// Takes the plug-in away from later calls, waits for those that are under way, and unloads it. Calls that take more
   /// than 5000 ms are left to themselves once they run no callback; the last of them then unloads the plug-in, whose
   /// callbacks fail meanwhile. Called from inside a call of the plug-in it does not wait at all.
+  ///
+  /// Where the process ends it only has the callbacks fail. The threads of the calls may be gone, and the plug-in may
+  /// have heard of the end before, so nothing more is asked of it.
   void Unload() {
-    unused_.Reset();
+    const bool ending = ProcessIsEnding();
+    if (ending) {
+      unused_.Detach();
+    } else {
+      unused_.Reset();
+    }
     std::shared_ptr<Session> session;
     {
       OScopedLock lock(lock_);
       session.swap(session_);
     }
     if (!session) return;
+    if (ending) {
+      session->Context().Disconnect();
+      session->Keep(session);
+      return;
+    }
     const DWORD start = GetTickCount();
     while (session.use_count() > 1 && !session->IsCalledByThisThread()) {
       if (GetTickCount() - start >= kPatience && session->Context().Disconnect()) return;

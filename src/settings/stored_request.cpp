@@ -19,7 +19,9 @@ std::string UniqueName() {
 
 }  // namespace
 
-StoredRequest::StoredRequest() : name_(UniqueName()), path_(SettingPath(SettingId::XpmlValues, name_)) {}
+StoredRequest::StoredRequest() : name_(UniqueName()), path_(SettingPath(SettingId::XpmlValues, name_)) {
+  registry_.SetExtraAccess(KEY_WOW64_64KEY);
+}
 
 StoredRequest::~StoredRequest() { registry_.Delete(path_); }
 

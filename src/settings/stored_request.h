@@ -25,7 +25,7 @@ class StoredRequest {
   bool Read(std::string* content) const;
 
  private:
-  const ORegistry registry_;
+  ORegistry registry_;  // as the spooler sees it, also in 32-bit programs
   const std::string name_;
   const OString path_;
 };

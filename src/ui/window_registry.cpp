@@ -1,5 +1,7 @@
 #include "ui/window_registry.h"
 
+#include "core/hash_map.h"
+
 namespace portwise {
 namespace {
 
@@ -13,12 +15,20 @@ constexpr struct {
     {PrinterWindow::StatusMonitoring, ":StatusMonitoring"},
 };
 
+constexpr int kLongestName = 255;  // in UTF-16 units, of a property
+
+/// Two printers whose names are too long for the difference to show have different numbers in its place.
 OString PropertyName(const OString& printer, PrinterWindow kind) {
-  OString name = OString("Corvane:Drivers:Window:") + printer;
+  const OString prefix("Corvane:Drivers:Window:");
+  OString suffix;
   for (const auto& row : kSuffixes) {
-    if (row.kind == kind) name += row.suffix;
+    if (row.kind == kind) suffix = row.suffix;
   }
-  return name;
+  const int room = kLongestName - prefix.Length() - suffix.Length();
+  if (printer.Length() <= room) return prefix + printer + suffix;
+  // The case of a property's name does not matter.
+  const OString number = OString::FromUnsigned(OHashMap::Hash(printer.ToLower()));
+  return prefix + printer.Left(room - number.Length()) + number + suffix;
 }
 
 }  // namespace

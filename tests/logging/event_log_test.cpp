@@ -30,6 +30,7 @@ TEST(EventLog, ANewSourceGetsItsKeyAndAnOldOneKeepsIt) {
   OEventLog log("Source", OEventLog::kSystemLog);
   EXPECT_FALSE(key.GetKeyInfo("")) << "nothing before the first report";
   EXPECT_TRUE(log.Information("text", 0));
+  EXPECT_TRUE(log.Information(WideString(40000, 'x'), 0)) << "longer than the system takes";
   DWORD type = 0, size = 0;
   for (const char* name : {"EventMessageFile", "CategoryMessageFile"}) {
     EXPECT_TRUE(key.GetString(name).EqualsNoCase("C:\\Windows\\System32\\msgtable.dll"));

@@ -33,8 +33,8 @@ class PrintPathTest : public MonitorFixture {
     platform::SetTimeScale(20);
     spooler_.printers["Labels"] = {"COM1:", "", {{"jobs", 1}, {"attributes", PRINTER_ATTRIBUTE_ENABLE_BIDI}}};
     Set("Status/Status Monitoring Mode", 2);
-    Set("Status/Response Timeout", 500);
-    Set("Status/Send Timeout", 1000);
+    Set("Status/Response Timeout", 2000);
+    Set("Status/Send Timeout", 4000);
     handle_ = Open("COM1:");
     port_ = static_cast<PortContext*>(handle_);
     monitor_ = std::make_unique<FakeJobMonitor>(port_->Events(), port_->DocumentLock());

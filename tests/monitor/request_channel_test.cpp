@@ -71,6 +71,10 @@ TEST_F(RequestChannel, RunsAStoredRequestAndStoresItsReply) {
   EXPECT_EQ(Stored("Query1"), std::string("A\0b", 3));
   EXPECT_TRUE(static_cast<PortContext*>(port_)->PrinterName() == "Label Printer");
   EXPECT_TRUE(Ask("XPML:Label Printer,Query1", 64)) << "the reply, as a request";
+  const OString name(WideString({'L', 0xD800}));  // which no code page has
+  static_cast<PortContext*>(port_)->SetPrinterName(name);
+  EXPECT_TRUE(Ask("XPML:" + name + ",Query1", 64));
+  EXPECT_TRUE(static_cast<PortContext*>(port_)->PrinterName() == name);
 }
 
 TEST_F(RequestChannel, WritesNothingWhereThereIsNoRoom) {

@@ -179,6 +179,9 @@ TEST_F(ClientTest, NothingLeavesAnExport) {
   EXPECT_EQ(HTTPResponse_Status(nullptr) + HTTPResponse_Size(nullptr) + HTTPResponse_Data(nullptr, &response), 0);
   EXPECT_EQ(HTTPResponse_Size(reinterpret_cast<PortwiseResponse*>(16)), 0) << "a fault";
   HTTPResponse_Free(nullptr);
+  spooler_.printers["\xEF\xBF\xBD"] = {"FILE:", ""};
+  EXPECT_EQ(SendXPMLRequest_Local(WideString({0xD800}).c_str(), "x", nullptr), 0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_UNICODE_TRANSLATION)) << "a name that the bytes lose";
   OStringArray left;
   ORegistry().EnumValues("LOCAL:XPML", &left);
   EXPECT_EQ(left.Size(), 0) << "requests stay in the registry";

@@ -175,16 +175,16 @@ TEST_F(Server, AClientThatDoesNotReadDelaysNobody) {
   EXPECT_TRUE(reader.Read() == large);
   EXPECT_TRUE(late.Read() == large) << "whatever else the client has sent";
   AwaitClients(1);
-  platform::SetTimeScale(2);
+  platform::SetTimeScale(1);
   WebClient last(port_, 65536);
   last.Send(request);
   AwaitClients(2);
   std::string answer;
   std::thread reading([&] {
-    Sleep(600);
+    Sleep(300);
     answer = last.Read();
   });
-  Sleep(300);
+  Sleep(150);
   const DWORD begin = GetTickCount();
   EXPECT_TRUE(server_.Shutdown());
   EXPECT_LT(GetTickCount() - begin, 4000u) << "nobody waits for the deaf one to the end";

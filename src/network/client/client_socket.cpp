@@ -17,8 +17,7 @@ int LengthOf(size_t size) { return static_cast<int>(std::min<size_t>(size, INT_M
 
 ClientSocket::ClientSocket(DWORD timeout) {
   if (!library_) throw SocketException(ERROR_NO_NETWORK);
-  // Only overlapped sockets have time-outs.
-  socket_.Reset(WSASocketW(AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_OVERLAPPED));
+  socket_ = NewTcpSocket();
   if (!socket_) Fail();
   for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
     if (setsockopt(socket_.Get(), SOL_SOCKET, option, reinterpret_cast<const char*>(&timeout), sizeof timeout) != 0)

@@ -14,9 +14,10 @@
 namespace portwise {
 namespace {
 
+/// What the spooler's computer has set, which the registry hides from 32-bit programs unless they ask for it.
 class NetworkSettings {
  public:
-  explicit NetworkSettings(const OString& printer) : registry_(printer) {}
+  explicit NetworkSettings(const OString& printer) : registry_(printer) { registry_.SetExtraAccess(KEY_WOW64_64KEY); }
 
   bool IsOn(SettingId id) const {
     const Setting& setting = FindSetting(id);
@@ -34,7 +35,7 @@ class NetworkSettings {
   }
 
  private:
-  const PrinterRegistry registry_;
+  PrinterRegistry registry_;
 };
 
 /// The printer as the service of its computer knows it.
@@ -56,6 +57,8 @@ DWORD AskSpooler(const OString& printer, const OString& value) {
   const unique_printer handle = OpenPrinterByName(printer, PRINTER_ACCESS_ADMINISTER);
   if (!handle) return GetLastError();
   std::string name = value.InCodePage(kCodePageAnsi);
+  // With what the code page lacks it would be the name of another printer, or of none.
+  if (OString(std::string_view(name)) != value) return ERROR_NO_UNICODE_TRANSLATION;
   BYTE length[sizeof(DWORD)] = {};
   DWORD type = 0, needed = 0;
   const DWORD error = GetPrinterDataA(handle.Get(), name.data(), &type, length, sizeof length, &needed);

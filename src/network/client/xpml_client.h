@@ -18,8 +18,9 @@ enum class XpmlAnswer { None = 0, Http = 1, Spooler = 2 };
 ///
 /// Without an answer `response` stays as it was, and the thread's last error tells why: what SendRequest and the
 /// spooler say, ERROR_INVALID_PRINTER_NAME for a printer that the spooler does not know, ERROR_NOT_SUPPORTED for HTTP
-/// when the settings close that way, and ERROR_WRITE_FAULT for a request that the registry does not take. An answer may
-/// still be the second one: when the first was lost on its way the request runs again.
+/// when the settings close that way, ERROR_WRITE_FAULT for a request that the registry does not take, and
+/// ERROR_NO_UNICODE_TRANSLATION for a printer whose name the spooler cannot be asked by. An answer may still be the
+/// second one: when the first was lost on its way the request runs again.
 class XpmlClient {
  public:
   using ResponsePointer = std::unique_ptr<HTTPResponse>;

@@ -12,14 +12,12 @@ namespace portwise {
 namespace {
 
 constexpr UINT kOkOnly = 0;  // the style, from the SDK's <winuser.h>
-/// What the system takes as one text of an entry, in UTF-16 units.
-constexpr int kMostLogged = 31839;
 
 void LogMessage(const std::string& title, const std::string& text) {
   OString entry(title.c_str());
   if (!entry.IsEmpty()) entry += "\r\n";
   entry += OString(text.c_str());
-  OEventLog(kPrintMonitorSource, OEventLog::kSystemLog).Information(entry.Left(kMostLogged), 0);
+  OEventLog(kPrintMonitorSource, OEventLog::kSystemLog).Information(entry, 0);
 }
 
 }  // namespace
