@@ -1,7 +1,6 @@
 #include "connection/connection_tcp.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,6 +17,7 @@
 #include "tests/support/fake_port_link.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/last_error.h"
 #include "tests/support/temporary_home.h"
 #include "tests/support/wine.h"
 
@@ -89,6 +89,12 @@ class ConnectionTcpTest : public testing::Test {
   bool Write(const std::string& data) {
     return connection_.Write(data.data(), static_cast<DWORD>(data.size()), &moved_);
   }
+  void ExpectReceived(const std::string& data) { EXPECT_EQ(printer_.Receive(data.size()), data); }
+  std::string Read(DWORD size = 16) {
+    std::string data(size, '\0');
+    const bool came = connection_.Read(data.data(), size, &moved_);
+    return came ? data.substr(0, moved_) : "nothing";
+  }
   /// Closes at its own end as soon as the connection has, as printers do.
   std::thread PrinterThatClosesToo(std::string* received) {
     return std::thread([this, received] {
@@ -111,8 +117,7 @@ TEST_F(ConnectionTcpTest, ARefusedConnectIsTriedThreeTimes) {
   DWORD shortest = INFINITE;
   for (int i = 0; i < 3; ++i) {
     const DWORD start = GetTickCount();
-    EXPECT_FALSE(connection_.Open());
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAECONNREFUSED));
+    EXPECT_EQ(ErrorOf(connection_.Open()), WSAECONNREFUSED);
     shortest = std::min(shortest, GetTickCount() - start);
   }
   EXPECT_THAT(shortest, Between(200, 300));
@@ -164,16 +169,14 @@ TEST_F(ConnectionTcpTest, AStandingConnectionIsKeptUntilThePrinterClosesIt) {
     if (end == End::AfterLastWords && IsWine()) break;
     ASSERT_TRUE(connection_.Open());
     ASSERT_TRUE(Write("first"));
-    if (end != End::Orderly) {
-      ASSERT_TRUE(printer_.Accept());
-    }
-    ASSERT_EQ(printer_.Receive(5), "first");
+    ASSERT_TRUE(end == End::Orderly || printer_.Accept());
+    ExpectReceived("first");
     if (end == End::AfterLastWords) printer_.Send("off now");  // which nobody reads
     end == End::Reset ? printer_.Reset() : printer_.Close();
     ASSERT_TRUE(connection_.StartDoc(1, 1, nullptr));
     ASSERT_TRUE(Write("again"));
     ASSERT_TRUE(printer_.Accept()) << static_cast<int>(end);
-    EXPECT_EQ(printer_.Receive(5), "again");
+    ExpectReceived("again");
     printer_.Close();
   }
 }
@@ -181,12 +184,10 @@ TEST_F(ConnectionTcpTest, AStandingConnectionIsKeptUntilThePrinterClosesIt) {
 TEST_F(ConnectionTcpTest, AFailedWriteClosesAndTheNextOneConnectsAgain) {
   OpenToPrinter();
   printer_.Reset();
-  EXPECT_FALSE(Write("lost"));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAECONNRESET));
+  EXPECT_EQ(ErrorOf(Write("lost")), WSAECONNRESET);
   EXPECT_FALSE(connection_.IsConnected());
-  EXPECT_TRUE(Write("found"));
-  ASSERT_TRUE(printer_.Accept());
-  EXPECT_EQ(printer_.Receive(5), "found");
+  ASSERT_TRUE(Write("found") && printer_.Accept());
+  ExpectReceived("found");
 }
 
 TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) {
@@ -205,35 +206,29 @@ TEST_F(ConnectionTcpTest, AnAddressChangedInTheRegistryIsUsedFromTheNextOpenOn) 
   second.Close();
 
   RegisterPort("IP_1", "", "", second.Port());
-  EXPECT_FALSE(connection_.Open());
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAHOST_NOT_FOUND));
+  EXPECT_EQ(ErrorOf(connection_.Open()), WSAHOST_NOT_FOUND);
   RegisterPort("IP_1", "localhost", "10.255.255.1", second.Port());
-  EXPECT_TRUE(connection_.Open());
-  EXPECT_TRUE(second.Accept());
+  EXPECT_TRUE(connection_.Open() && second.Accept());
 }
 
 TEST_F(ConnectionTcpTest, ANameThatIsNotFoundIsLookedUpAgainAfterAWhile) {
   platform::SetTimeScale(20);
   flakyLookUps = 0;
   RegisterPort("IP_1", "flaky.example", "", printer_.Port());
-  for (int attempt = 0; attempt < 3; ++attempt) {
-    EXPECT_FALSE(connection_.Open());
-    EXPECT_EQ(GetLastError(), DWORD{WSATRY_AGAIN});
-  }
+  for (int attempt = 0; attempt < 3; ++attempt) EXPECT_EQ(ErrorOf(connection_.Open()), WSATRY_AGAIN);
   EXPECT_EQ(flakyLookUps, 1);
   flakyAddress = "127.0.0.1";
   EXPECT_FALSE(Write("too soon"));
   Sleep(6000);
-  EXPECT_TRUE(Write("found"));
-  ASSERT_TRUE(printer_.Accept());
-  EXPECT_EQ(printer_.Receive(5), "found");
+  ASSERT_TRUE(Write("found") && printer_.Accept());
+  ExpectReceived("found");
   EXPECT_EQ(flakyLookUps, 2);
   // An address that is known stays so when the name service goes away again.
   flakyAddress = nullptr;
   printer_.Reset();
   Write("lost");
   EXPECT_TRUE(Write("again") && printer_.Accept());
-  EXPECT_EQ(printer_.Receive(5), "again");
+  ExpectReceived("again");
   printer_.Close();
   RegisterPort("IP_1", "flaky.example", "", printer_.Port() - 1u);
   EXPECT_TRUE(connection_.OpenStatus() && printer_.Accept()) << "on every channel";
@@ -252,8 +247,7 @@ TEST_F(ConnectionTcpTest, ACloseWaitsFromThePrintersLastSignAndDeliversEverythin
     printer_.Send("status");
   });
   const DWORD start = GetTickCount();
-  EXPECT_FALSE(connection_.Close());
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+  EXPECT_EQ(ErrorOf(connection_.Close()), WSAETIMEDOUT);
   EXPECT_THAT(GetTickCount() - start, Between(7500, 14000));
   chatter.join();
   EXPECT_EQ(printer_.Receive(100), "all of it");
@@ -261,9 +255,8 @@ TEST_F(ConnectionTcpTest, ACloseWaitsFromThePrintersLastSignAndDeliversEverythin
 
 TEST_F(ConnectionTcpTest, ReadGathersBurstsAndLeavesASilentConnectionOpen) {
   OpenToPrinter();
-  char buffer[16];
   const DWORD start = GetTickCount();
-  EXPECT_FALSE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_EQ(Read(), "nothing");
   EXPECT_THAT(GetTickCount() - start, Between(950, 2000));
   EXPECT_TRUE(connection_.IsConnected());
   std::promise<void> gathered;
@@ -275,15 +268,12 @@ TEST_F(ConnectionTcpTest, ReadGathersBurstsAndLeavesASilentConnectionOpen) {
     printer_.Send("late");
     printer_.Close();
   });
-  EXPECT_TRUE(connection_.Read(buffer, sizeof buffer, &moved_));
-  EXPECT_EQ(std::string(buffer, moved_), "one two");
+  EXPECT_EQ(Read(), "one two");
   gathered.set_value();
   answer.join();
-  EXPECT_TRUE(connection_.Read(buffer, 2, &moved_));
-  EXPECT_EQ(std::string(buffer, moved_), "la");
-  EXPECT_TRUE(connection_.Read(buffer, sizeof buffer, &moved_));
-  EXPECT_EQ(std::string(buffer, moved_), "te");
-  EXPECT_FALSE(connection_.Read(buffer, sizeof buffer, &moved_));
+  EXPECT_EQ(Read(2), "la");
+  EXPECT_EQ(Read(), "te");
+  EXPECT_EQ(Read(), "nothing");
   EXPECT_TRUE(connection_.IsConnected());
 }
 
@@ -314,11 +304,8 @@ TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
     connection.Abort();
     user.join();
     EXPECT_LT(GetTickCount() - start, 900u);
-    EXPECT_FALSE(connection.Open());
-    EXPECT_FALSE(connection.Write("x", 1, &moved_));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-    EXPECT_FALSE(connection.IsConnected());
-    EXPECT_TRUE(connection.Close());
+    EXPECT_TRUE(!connection.Open() && !connection.IsConnected() && connection.Close());
+    EXPECT_EQ(ErrorOf(connection.Write("x", 1, &moved_)), ERROR_OPERATION_ABORTED);
     // Whoever goes on writing while the printer can be reached must not do so for ever, nor wait.
     for (int call = 0; call < 100; ++call) EXPECT_FALSE(connection.Write("x", 1, &moved_));
     SetLastError(0);
@@ -330,10 +317,7 @@ TEST_F(ConnectionTcpTest, AnAbortEndsWhatIsUnderWayForGood) {
 
 TEST_F(ConnectionTcpTest, AConnectToASilentPrinterEndsWithThePort) {
   // Connects past the backlog get no answer.
-  SOCKADDR_IN address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(printer_.Port());
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const sockaddr_in address = peer::Loopback(printer_.Port());
   std::vector<unique_socket> others(12);
   for (unique_socket& other : others) {
     other.Reset(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED));
@@ -346,8 +330,7 @@ TEST_F(ConnectionTcpTest, AConnectToASilentPrinterEndsWithThePort) {
     port_.closing = true;
   });
   const DWORD start = GetTickCount();
-  EXPECT_FALSE(connection_.Open());
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_OPERATION_ABORTED});
+  EXPECT_EQ(ErrorOf(connection_.Open()), ERROR_OPERATION_ABORTED);
   EXPECT_THAT(GetTickCount() - start, Between(250, 1500));
   closes.join();
 }
@@ -378,7 +361,8 @@ TEST_F(ConnectionTcpTest, TheStatusChannelIsTheNextPortOnTheSameSocket) {
 
 TEST_F(ConnectionTcpTest, ACloseWaitsForTheNextJobWhenThereIsOne) {
   platform::SetTimeScale(20);
-  ORegistry().SetDword("PRINT:Printers/Labels/PrinterDriverData/Settings/TCP Port Delayed Close Period", 4000);
+  const OString period = "PRINT:Printers/Labels/PrinterDriverData/Settings/TCP Port Delayed Close Period";
+  ORegistry().SetDword(period, 4000);
   connection_.SetKeepOpen(true);
   for (int job = 0; job < 3; ++job) {
     // Ports that are not open below begin without a word.
@@ -390,7 +374,7 @@ TEST_F(ConnectionTcpTest, ACloseWaitsForTheNextJobWhenThereIsOne) {
     Sleep(job * 100);
   }
   ASSERT_TRUE(printer_.Accept());
-  EXPECT_EQ(printer_.Receive(9), "jobjobjob") << "over one connection";
+  ExpectReceived("jobjobjob");  // over one connection
   const DWORD start = GetTickCount();
   std::thread closes([&] {
     printer_.Receive(1);
@@ -405,13 +389,12 @@ TEST_F(ConnectionTcpTest, ACloseWaitsForTheNextJobWhenThereIsOne) {
   for (const bool keepOpen : {true, false}) {
     connection_.SetKeepOpen(keepOpen);
     if (keepOpen) {
-      ORegistry().SetDword("PRINT:Printers/Labels/PrinterDriverData/Settings/TCP Port Delayed Close Period", 0);
+      ORegistry().SetDword(period, 0);
       Sleep(6000);  // the period is read every five seconds
     }
     OpenToPrinter();
     std::thread printer = PrinterThatClosesToo(&received);
-    EXPECT_TRUE(connection_.Close());
-    EXPECT_FALSE(connection_.IsConnected());
+    EXPECT_TRUE(connection_.Close() && !connection_.IsConnected());
     printer.join();
   }
 }
@@ -420,23 +403,19 @@ TEST_F(ConnectionTcpTest, AWaitingCloseEndsWithTheConnectionAndItsAbort) {
   for (const bool abort : {true, false}) {
     Connection_TCP connection;
     connection.SetPortContext(&port_);
-    ASSERT_TRUE(connection.Open());
-    ASSERT_TRUE(printer_.Accept());
+    ASSERT_TRUE(connection.Open() && printer_.Accept());
     connection.SetKeepOpen(true);
     const DWORD start = GetTickCount();
-    EXPECT_TRUE(connection.Close());
-    EXPECT_TRUE(connection.Close()) << "one wait is enough";
-    std::thread closes([&] {
-      printer_.Receive(1);
-      printer_.Close();
-    });
+    for (int call = 0; call < 2; ++call) EXPECT_TRUE(connection.Close()) << "one wait is enough";
+    std::string received;
+    std::thread printer = PrinterThatClosesToo(&received);
     if (abort) {
       connection.Abort();
     } else {
       connection.SetKeepOpen(false);
       EXPECT_TRUE(connection.Close());
     }
-    closes.join();
+    printer.join();
     EXPECT_LT(GetTickCount() - start, 5000u);
   }
 }
@@ -463,12 +442,11 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   };
   start();
   ASSERT_TRUE(Write("12345"));
-  ASSERT_EQ(printer_.Receive(5), "12345");
+  ExpectReceived("12345");
   printer_.Reset();
   EXPECT_FALSE(Write("67"));
   EXPECT_EQ(connection_.TakeUnconfirmedBytes(), 5u);
-  ASSERT_TRUE(Write("67"));
-  ASSERT_TRUE(printer_.Accept());
+  ASSERT_TRUE(Write("67") && printer_.Accept());
   // It breaks off at the end, with bytes that nobody has read.
   std::thread breaks([this] {
     Sleep(100);
@@ -477,10 +455,7 @@ TEST_F(ConnectionTcpTest, BytesThatALostConnectionHadTakenAreCounted) {
   const BOOL ended = connection_.EndDoc();
   breaks.join();
   const ULONGLONG unconfirmed = connection_.TakeUnconfirmedBytes();
-  if (!IsWine()) {
-    EXPECT_FALSE(ended);
-    EXPECT_EQ(unconfirmed, 2u);
-  }
+  EXPECT_TRUE(IsWine() || (!ended && unconfirmed == 2)) << unconfirmed;
 
   start();
   ASSERT_TRUE(Write("fine"));
@@ -535,8 +510,7 @@ TEST_F(ConnectionTcpTest, ACloseKnowsWhatASilentPrinterHasAcknowledged) {
         received += printer_.Receive(std::min<std::size_t>(sent - received.size(), 20000));
       }
     });
-    EXPECT_EQ(connection_.EndDoc(), error == 0);
-    EXPECT_EQ(error == 0 ? error : GetLastError(), error);
+    EXPECT_EQ(ErrorOf(connection_.EndDoc()), static_cast<LSTATUS>(error));
     printer.join();
     const std::size_t missing = end == End::Resets ? sent : sent - received.size() - printer_.Unread();
     EXPECT_EQ(missing == 0, size == 1000 || end == End::ReadsOn);

@@ -7,6 +7,7 @@
 #include "connection/connection_parallel.h"
 #include "connection/connection_usb.h"
 #include "platform/test_system.h"
+#include "tests/support/api_function.h"
 #include "tests/support/fake_port_link.h"
 #include "tests/support/fake_spooler.h"
 
@@ -40,10 +41,7 @@ class DeviceConnection : public testing::Test {
     device = {};
     port_.handle = &port_;
     port_.functions.pfnGetPrinterDataFromPort = AskDevice;
-    for (Connection* connection : {static_cast<Connection*>(&parallel_), static_cast<Connection*>(&usb_),
-                                   static_cast<Connection*>(&serial_), static_cast<Connection*>(&generic_)}) {
-      connection->SetPortContext(&port_);
-    }
+    for (Connection* connection : connections_) connection->SetPortContext(&port_);
   }
   LONG Ask(Connection& connection, DWORD code, const char* text = nullptr, DWORD size = 16) {
     std::fill(std::begin(buffer_), std::end(buffer_), '#');
@@ -56,12 +54,12 @@ class DeviceConnection : public testing::Test {
   Connection_USB usb_;
   Connection_COM serial_;
   Connection_Generic generic_;
+  Connection* const connections_[4] = {&parallel_, &usb_, &serial_, &generic_};
   char buffer_[64];
 };
 
 TEST_F(DeviceConnection, EveryClassAnswersTheCommonRequests) {
-  for (Connection* connection : {static_cast<Connection*>(&parallel_), static_cast<Connection*>(&usb_),
-                                 static_cast<Connection*>(&serial_), static_cast<Connection*>(&generic_)}) {
+  for (Connection* connection : connections_) {
     EXPECT_EQ(Ask(*connection, CONTROL_XPML_REQUEST, "abc", 8), 12) << "the whole reply's length";
     EXPECT_EQ(std::string(buffer_, 9), "reply to#");
     EXPECT_EQ(connection->Control(CONTROL_XPML_REQUEST, "abc", nullptr, 0), 12);
@@ -82,10 +80,8 @@ TEST_F(DeviceConnection, EveryClassAnswersTheCommonRequests) {
   for (const auto& [connection, interval, total] : timeouts) {
     COMMTIMEOUTS times = {9, 9, 9, 9, 9};
     connection.GetTimeouts(&times);
-    EXPECT_EQ(times.ReadIntervalTimeout, interval);
-    EXPECT_EQ(times.ReadTotalTimeoutConstant, total);
-    EXPECT_EQ(times.ReadTotalTimeoutMultiplier + times.WriteTotalTimeoutMultiplier + times.WriteTotalTimeoutConstant,
-              0u);
+    const COMMTIMEOUTS expected = {interval, 0, total, 0, 0};
+    EXPECT_EQ(std::memcmp(&times, &expected, sizeof times), 0) << interval;
   }
 }
 
@@ -128,8 +124,61 @@ TEST_F(DeviceConnection, AParallelPrintersLinesAreItsStatus) {
   device = {};
   EXPECT_EQ(parallel_.GetStatus(kAllStatus), 0u) << "a driver that answers nothing";
   EXPECT_EQ(device.requests.back().second, bytes(0xFFFA));
-  EXPECT_EQ(generic_.GetStatus(0x3), STATUS_UNIDIRECTIONAL);
   EXPECT_EQ(serial_.GetStatus(kAllStatus), 0u);
+}
+
+int timeoutCalls = 0;
+
+/// A port monitor that takes less than it is given.
+PortMonitorFunctions SparingFunctions() {
+  PortMonitorFunctions functions;
+  functions.pfnStartDocPort = ApiFunction(
+      [](HANDLE, LPWSTR printer, DWORD, DWORD, LPBYTE) -> BOOL { return OString(printer) == "Labels" ? 2 : FALSE; });
+  functions.pfnWritePort = ApiFunction([](HANDLE, LPBYTE, DWORD size, LPDWORD written) -> BOOL {
+    *written = size - 1;
+    return FALSE;
+  });
+  functions.pfnEndDocPort = ApiFunction([](HANDLE) -> BOOL { return FALSE; });
+  functions.pfnSetPortTimeOuts = ApiFunction([](HANDLE, LPCOMMTIMEOUTS, DWORD) -> BOOL { return ++timeoutCalls; });
+  return functions;
+}
+
+TEST_F(DeviceConnection, PassesEverythingToThePortMonitorOrSaysThatItCannot) {
+  char data[4] = {};
+  for (const bool withHandle : {false, true}) {
+    port_.handle = withHandle ? &port_ : nullptr;
+    port_.functions = withHandle ? PortMonitorFunctions() : SparingFunctions();
+    DWORD moved = 7;
+    EXPECT_FALSE(generic_.Write("abc", 3, &moved) || moved != 0);
+    moved = 7;
+    EXPECT_FALSE(generic_.Read(data, 4, &moved) || moved != 0);
+    EXPECT_FALSE(generic_.SetTimeouts({1, 2, 3, 4, 5}));
+  }
+  EXPECT_FALSE(generic_.StartDoc(3, 1, nullptr));
+  EXPECT_TRUE(generic_.EndDoc());
+
+  port_.functions = SparingFunctions();
+  DWORD written = 0;
+  EXPECT_TRUE(generic_.StartDoc(3, 1, nullptr));
+  EXPECT_FALSE(generic_.Write("abc", 3, &written));
+  EXPECT_EQ(written, 2u);
+  EXPECT_FALSE(generic_.EndDoc());
+  EXPECT_EQ(generic_.GetStatus(0x70003), STATUS_UNIDIRECTIONAL);
+  EXPECT_EQ(generic_.GetStatus(0x1), 0u);
+}
+
+TEST_F(DeviceConnection, TimeoutsReachThePortMonitorOnlyWhenTheyChange) {
+  port_.functions = SparingFunctions();
+  timeoutCalls = 0;
+  COMMTIMEOUTS timeouts = {9, 9, 9, 9, 9};
+  generic_.GetTimeouts(&timeouts);
+  EXPECT_EQ(timeouts.ReadIntervalTimeout, 0u);
+  for (const DWORD total : {0u, 1000u, 1000u, 0u}) EXPECT_TRUE(generic_.SetTimeouts({0, 0, total, 0, 0}));
+  EXPECT_EQ(timeoutCalls, 1);
+  EXPECT_TRUE(generic_.SetTimeouts({0, 0, 1000, 0, 1}));
+  EXPECT_EQ(timeoutCalls, 2);
+  generic_.GetTimeouts(&timeouts);
+  EXPECT_EQ(timeouts.WriteTotalTimeoutConstant, 1u);
 }
 
 }  // namespace

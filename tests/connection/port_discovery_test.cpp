@@ -9,19 +9,6 @@
 namespace portwise {
 namespace {
 
-TEST(PortDiscoveryTest, NumberedPortsAreAPrefixAndDigits) {
-  const struct {
-    const char* prefix;
-    const char* name;
-    bool numbered;
-  } cases[] = {
-      {"COM", "COM1:", true}, {"LPT", "lpt2", true},    {"USB", "USB001", true},  {"COM", "com12::", true},
-      {"COM", "COM", false},  {"COM", "COM:", false},   {"COM", "COMX", false},   {"COM", "COM1x", false},
-      {"LPT", "COM1", false}, {"FILE", "FILE:", false}, {"LPT", "LPT1:2", false}, {"COM", "", false},
-  };
-  for (const auto& row : cases) EXPECT_EQ(IsNumberedPort(row.prefix, row.name), row.numbered) << row.name;
-}
-
 TEST(PortDiscoveryTest, RegisteredPortsComeBeforeNamesAndOnlyRawOnesAreDrivenDirectly) {
   const TemporaryHome home;
   RegisterPort("IP_1", "", "127.0.0.1", 9100);
@@ -38,7 +25,6 @@ TEST(PortDiscoveryTest, RegisteredPortsComeBeforeNamesAndOnlyRawOnesAreDrivenDir
     const char* monitor;  // empty when none knows the port
     bool raw;
   } cases[] = {
-      {"IP_1", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
       {"ip_1", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
       {"IP_LPR", PortKind::kStandardTcp, "Standard TCP/IP Port\\", false},
       {"IP_BOTH", PortKind::kStandardTcp, "Standard TCP/IP Port\\", true},
@@ -48,9 +34,11 @@ TEST(PortDiscoveryTest, RegisteredPortsComeBeforeNamesAndOnlyRawOnesAreDrivenDir
       {"IP_OTHER", PortKind::kOther, "", false},
       {"LPT1:", PortKind::kParallel, "", false},
       {"USB001", PortKind::kUsb, "", false},
-      {"COM3:", PortKind::kSerial, "", false},
+      {"com12::", PortKind::kSerial, "", false},
+      {"COM:", PortKind::kOther, "", false},
+      {"COM1x", PortKind::kOther, "", false},
+      {"LPT1:2", PortKind::kOther, "", false},
       {"FILE:", PortKind::kOther, "", false},
-      {"nul:", PortKind::kOther, "", false},
       {"", PortKind::kOther, "", false},
   };
   for (const auto& row : cases) {

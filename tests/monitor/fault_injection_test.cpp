@@ -1,29 +1,20 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <new>
 #include <thread>
 
 #include "core/exception.h"
-#include "core/thread_local_singleton.h"
-#include "monitor/entry_points.h"
-#include "monitor/port_context.h"
-#include "monitor/port_list.h"
 #include "platform/eventlog/event_reader.h"
 #include "platform/home.h"
 #include "platform/text.h"
 #include "plugin/plugin_context.h"
-#include "settings/registry.h"
-#include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_printer.h"
-#include "tests/support/fake_spooler.h"
 #include "tests/support/faults.h"
-#include "tests/support/temporary_home.h"
+#include "tests/support/monitor_fixture.h"
 
 namespace portwise {
 namespace {
@@ -53,26 +44,10 @@ const Injection kInjections[] = {
     {"standard exception", [] { throw std::runtime_error("Bad luck."); }, 1359, "Error: Bad luck.\r\n", false},
 };
 
-class FaultInjection : public testing::Test {
+class FaultInjection : public MonitorFixture {
  protected:
-  FaultInjection() { CreatePortList(); }
-  ~FaultInjection() override { DestroyPortList(); }
-
-  HANDLE Open(OString port) {
-    HANDLE handle = nullptr;
-    WCHAR printer[] = TEXT("Labels");
-    lmOpenPortEx2W(MonitorTable(), below_.Monitor(), const_cast<LPWSTR>(port.Wide()), printer, &handle, &below_.table);
-    return handle;
-  }
-  BOOL Start(HANDLE port, DWORD job) {
-    WCHAR document[] = TEXT("document"), printer[] = TEXT("Labels");
-    DOC_INFO_1W info = {document, nullptr, nullptr};
-    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
-  }
-  static BOOL Write(HANDLE port, std::string data) {
-    DWORD written = 0;
-    return lmWritePortW(port, reinterpret_cast<LPBYTE>(data.data()), static_cast<DWORD>(data.size()), &written);
-  }
+  /// Prints over TCP on a thread of its own, until it is finished.
+  class Neighbour;
 
   /// From now on the operation of the monitor below fails, until Disarm.
   void Arm(std::string_view operation, void (*fail)()) {
@@ -100,40 +75,26 @@ class FaultInjection : public testing::Test {
     return std::max(static_cast<int>(std::filesystem::remove_all(folder)) - 1, 0);
   }
 
-  TemporaryHome home_;
-  FakeSpooler spooler_;
-  FakePortMonitor below_;
   std::int64_t lastEvent_ = 0;
 };
 
-/// A port that prints over TCP on a thread of its own, until it is destroyed.
-class Neighbour {
+class FaultInjection::Neighbour {
  public:
-  explicit Neighbour(std::function<HANDLE(const char* port)> open) {
-    ORegistry registry;
-    const OString key = "PRINT:Monitors/Standard TCP//IP Port/Ports/IP_1";
-    registry.SetString(key + "/IPAddress", "127.0.0.1");
-    registry.SetDword(key + "/PortNumber", printer_.Port());
-    registry.SetDword(key + "/Protocol", 1);
-    port_ = open("IP_1");
-  }
-  void Run() {
+  explicit Neighbour(FaultInjection& test) {
+    AddTcpPort("IP_1", printer_.Port());
+    port_ = test.Open("IP_1", "Others");
     thread_ = std::thread([this] {
-      WCHAR document[] = TEXT("long"), printer[] = TEXT("Others");
-      DOC_INFO_1W info = {document, nullptr, nullptr};
-      EXPECT_TRUE(lmStartDocPortW(port_, printer, 999, 1, reinterpret_cast<LPBYTE>(&info)));
+      EXPECT_TRUE(Start(port_, 999));
       do {
-        std::string line = "label " + std::to_string(sent_++) + "\n";
-        DWORD written = 0;
-        EXPECT_TRUE(
-            lmWritePortW(port_, reinterpret_cast<LPBYTE>(line.data()), static_cast<DWORD>(line.size()), &written));
+        const std::string line = "label " + std::to_string(sent_++) + "\n";
+        EXPECT_TRUE(Write(port_, line));
         expected_ += line;
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
       } while (!over_);
       printed_ = lmEndDocPortW(port_);
       ThreadLocalSlot::DestroyObjects();
     });
-    ASSERT_TRUE(printer_.Accept());
+    EXPECT_TRUE(printer_.Accept());
   }
   void Finish() {
     over_ = true;
@@ -160,8 +121,7 @@ class Neighbour {
 TEST_F(FaultInjection, InEveryOperationCostsOneCallAndOneReport) {
   spooler_.printers["Labels"] = {"FILE:", ""};
   spooler_.printers["Others"] = {"IP_1", ""};
-  Neighbour neighbour([this](const char* port) { return Open(port); });
-  neighbour.Run();
+  Neighbour neighbour(*this);
   DWORD job = 100;
   for (const Injection& injection : kInjections) {
     for (const std::string operation : {"open", "start", "write", "read", "data", "end", "close"}) {
@@ -203,10 +163,8 @@ TEST_F(FaultInjection, InEveryOperationCostsOneCallAndOneReport) {
       }
       Disarm();
       if (port && operation != "close") {
-        if (operation != "start" && operation != "end") {
-          EXPECT_TRUE(Write(port, "goes on"));
-          EXPECT_TRUE(lmEndDocPortW(port));
-        }
+        const bool isOpen = operation != "start" && operation != "end";
+        EXPECT_TRUE(!isOpen || (Write(port, "goes on") && lmEndDocPortW(port)));
         EXPECT_TRUE(lmClosePortW(port));
       }
       // The next job's first failure is told again, in whatever operation it comes.
@@ -216,8 +174,7 @@ TEST_F(FaultInjection, InEveryOperationCostsOneCallAndOneReport) {
       EXPECT_FALSE(Write(other, "x"));
       Disarm();
       EXPECT_EQ(NewReports().size(), 1u);
-      EXPECT_TRUE(lmEndDocPortW(other));
-      EXPECT_TRUE(lmClosePortW(other));
+      EXPECT_TRUE(lmEndDocPortW(other) && lmClosePortW(other));
       EXPECT_EQ(Ports()->Size(), 1) << "the neighbour's";
     }
   }
@@ -257,14 +214,12 @@ TEST_F(FaultInjection, ThatCannotBeReportedStillCostsOneCall) {
     EXPECT_FALSE(Write(port, "x"));
     EXPECT_EQ(GetLastError(), injection.error);
     Disarm();
-    EXPECT_TRUE(Write(port, "y"));
-    EXPECT_TRUE(lmEndDocPortW(port));
+    EXPECT_TRUE(Write(port, "y") && lmEndDocPortW(port));
   }
   EXPECT_TRUE(lmClosePortW(port));
 }
 
 TEST_F(FaultInjection, InTheCallersOwnArgumentsCostsThatCall) {
-  const auto write = [](HANDLE port) { return Write(port, "x"); };
   WCHAR name[] = TEXT("FILE:"), printer[] = TEXT("Labels");
   const auto nowhere = reinterpret_cast<PHANDLE>(static_cast<uintptr_t>(zero) + 8);
   EXPECT_FALSE(lmOpenPortEx2W(MonitorTable(), below_.Monitor(), name, printer, nowhere, &below_.table));
@@ -274,13 +229,13 @@ TEST_F(FaultInjection, InTheCallersOwnArgumentsCostsThatCall) {
   EXPECT_EQ(NewReports().size(), 1u);
   // A port that is none: not even its job can be asked for, and the next report must not wait for this one.
   SetLastError(1);
-  EXPECT_FALSE(write(nowhere));
+  EXPECT_FALSE(Write(nowhere, "x"));
   EXPECT_EQ(GetLastError(), 487u);
   const HANDLE port = Open("FILE:");
   ASSERT_TRUE(Start(port, 7));
   Arm("write", ReadNull);
   std::thread([&] {
-    EXPECT_FALSE(write(port));
+    EXPECT_FALSE(Write(port, "x"));
     ThreadLocalSlot::DestroyObjects();
   }).join();
   EXPECT_EQ(NewReports().size(), 1u);

@@ -1,13 +1,8 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <random>
 
 #include "core/exception.h"
-#include "monitor/entry_points.h"
-#include "monitor/port_list.h"
-#include "platform/test_clock.h"
-#include "settings/registry.h"
 #include "tests/support/api_function.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/monitor_fixture.h"
@@ -19,19 +14,9 @@ using ::testing::ElementsAre;
 
 using Monitor = MonitorFixture;
 
-TEST_F(Monitor, OffersItsSevenOperationsAndNothingElse) {
-  const MONITOR2* table = MonitorTable();
-  EXPECT_EQ(table->cbSize, offsetof(MONITOR2, pfnSendRecvBidiDataFromPort));
-  EXPECT_EQ(table->cbSize, sizeof(void*) == 4 ? 76u : 152u);
-  EXPECT_TRUE(table->pfnOpenPortEx && table->pfnStartDocPort && table->pfnWritePort && table->pfnReadPort &&
-              table->pfnEndDocPort && table->pfnClosePort && table->pfnGetPrinterDataFromPort);
-  EXPECT_FALSE(table->pfnEnumPorts || table->pfnOpenPort || table->pfnAddPort || table->pfnAddPortEx ||
-               table->pfnConfigurePort || table->pfnDeletePort || table->pfnSetPortTimeOuts || table->pfnXcvOpenPort ||
-               table->pfnXcvDataPort || table->pfnXcvClosePort);
-  table->pfnShutdown(MonitorTable());
-}
-
 TEST_F(Monitor, CarriesAJobThroughThePortMonitorBelow) {
+  EXPECT_EQ(MonitorTable()->cbSize, sizeof(void*) == 4 ? 76u : 152u);
+  MonitorTable()->pfnShutdown(MonitorTable());
   spooler_.printers["Labels"] = {"FILE:", ""};
   const HANDLE port = Open("FILE:");
   ASSERT_TRUE(port);
@@ -70,17 +55,10 @@ TEST_F(Monitor, PrintsOverTcpEvenWhenThePortBelowRefuses) {
   ASSERT_TRUE(printer.Accept());
   EXPECT_EQ(printer.Receive(6), "labels");
   printer.Close();
-  EXPECT_TRUE(lmEndDocPortW(port));
-  EXPECT_TRUE(lmClosePortW(port));
+  EXPECT_TRUE(lmEndDocPortW(port) && lmClosePortW(port));
   EXPECT_THAT(below_.calls, ElementsAre("open IP_1"));
   EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(1u, 5u))) << "deleted from the queue";
-}
-
-TEST_F(Monitor, RefusesAPortThatTheMonitorBelowRefuses) {
-  below_.refuseOpen = true;
-  SetLastError(0);
-  EXPECT_FALSE(Open("LPT9:"));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PRINT_MONITOR));
+  EXPECT_EQ(ErrorOf(Open("LPT9:")), ERROR_INVALID_PRINT_MONITOR) << "another kind needs the port below";
   EXPECT_EQ(Ports()->Size(), 0);
 }
 
@@ -107,9 +85,7 @@ TEST_F(Monitor, FindsPortsByPortPrinterAndShare) {
 TEST_F(Monitor, CountsNestedDocuments) {
   const HANDLE port = Open("FILE:");
   ASSERT_TRUE(Start(port, 3) && Start(port, 0));
-  EXPECT_TRUE(lmEndDocPortW(port));
-  EXPECT_TRUE(lmEndDocPortW(port));
-  EXPECT_TRUE(lmEndDocPortW(port)) << "an end too many";
+  for (int end = 0; end < 3; ++end) EXPECT_TRUE(lmEndDocPortW(port)) << "one of them too many";
   ASSERT_TRUE(Start(port, 4) && Start(port, 4));
   EXPECT_TRUE(lmClosePortW(port));
   EXPECT_EQ(std::count(below_.calls.begin(), below_.calls.end(), "start Labels 3 1"), 1);
@@ -122,8 +98,7 @@ TEST_F(Monitor, LeavesARefusedDocumentUnbegun) {
   const HANDLE port = Open("FILE:");
   below_.refuseStart = true;
   SetLastError(0);
-  EXPECT_FALSE(Start(port, 3));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_READY)) << "the port monitor's own error";
+  EXPECT_EQ(ErrorOf(Start(port, 3)), ERROR_NOT_READY) << "the port monitor's own error";
   PortContext& context = *static_cast<PortContext*>(port);
   EXPECT_EQ(context.Documents().Depth(), 0u);
   // A request has the port for another printer, while the job waits in its own queue.
@@ -142,8 +117,7 @@ TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
   platform::SetTimeScale(20);
   const HANDLE port = Open("FILE:");
   ASSERT_TRUE(Start(port, 4));
-  DWORD written = 0;
-  EXPECT_TRUE(Write(port, "ab<xp", &written));  // the start of a section, perhaps
+  EXPECT_TRUE(Write(port, "ab<xp"));  // the start of a section, perhaps
   below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
     *taken = 0;
     return FALSE;
@@ -151,9 +125,7 @@ TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
   EXPECT_TRUE(lmEndDocPortW(port));
   EXPECT_TRUE(spooler_.jobCommands.empty()) << "the spooler is not told that it has left";
   below_.onWrite = nullptr;
-  ASSERT_TRUE(Start(port, 5));
-  EXPECT_TRUE(Write(port, "cd", &written));
-  EXPECT_TRUE(lmEndDocPortW(port));
+  EXPECT_TRUE(Print(port, 5, "cd"));
   EXPECT_THAT(spooler_.jobCommands, ElementsAre(std::pair(5u, 6u)));
   EXPECT_EQ(below_.output, "abcd");
   EXPECT_TRUE(lmClosePortW(port));
@@ -162,14 +134,12 @@ TEST_F(Monitor, AJobWhoseEndIsNotDeliveredDoesNotLeave) {
   ASSERT_TRUE(Start(failing, 6));
   lmEndDocPortW(failing);
   EXPECT_EQ(spooler_.jobCommands.size(), 1u);
-  EXPECT_TRUE(lmClosePortW(failing));
-  platform::SetTimeScale(1);
 }
 
 TEST_F(Monitor, ReadsThePrintersSettingsAtItsOpenAndAtJobStarts) {
   platform::SetTimeScale(20);
   spooler_.printers["Labels"] = {"FILE:", ""};
-  const OString timeout = "PRINT:Printers/Labels/PrinterDriverData/Settings/Status/Send Timeout";
+  const OString timeout = Setting("Status/Send Timeout");
   ORegistry().SetDword(timeout, 5000);
   const HANDLE port = Open("FILE:");
   auto& context = *static_cast<PortContext*>(port);
@@ -187,9 +157,6 @@ TEST_F(Monitor, ReadsThePrintersSettingsAtItsOpenAndAtJobStarts) {
   Sleep(1200);
   ASSERT_TRUE(Start(port, 3));
   EXPECT_EQ(context.SendTimeout(), 7000u);
-  EXPECT_TRUE(lmEndDocPortW(port));
-  EXPECT_TRUE(lmClosePortW(port));
-  platform::SetTimeScale(1);
 }
 
 TEST_F(Monitor, PassesDeviceRequestsDown) {
@@ -203,63 +170,43 @@ TEST_F(Monitor, PassesDeviceRequestsDown) {
   below_.table.pfnGetPrinterDataFromPort = nullptr;
   const HANDLE other = Open("FILE:");
   SetLastError(0);
-  EXPECT_FALSE(lmGetPrinterDataFromPortW(other, 1, nullptr, in, 3, out, 5, &returned));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  EXPECT_EQ(ErrorOf(lmGetPrinterDataFromPortW(other, 1, nullptr, in, 3, out, 5, &returned)), ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(Monitor, ReportsOneFailureAJob) {
+TEST_F(Monitor, LosesAndHoldsNothingWhenAWriteFails) {
+  spooler_.printers["Labels"] = {"FILE:", ""};
   const HANDLE port = Open("FILE:");
-  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+  const auto fail = [](DWORD, DWORD* taken) -> BOOL {
     *taken = 0;
     throw OException(ERROR_GEN_FAILURE);
   };
-  DWORD written = 0;
-  const auto lastErrorOfWrite = [&] {
-    SetLastError(0);
-    EXPECT_FALSE(Write(port, "x", &written));
-    return GetLastError();
-  };
   ASSERT_TRUE(Start(port, 11));
-  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_GEN_FAILURE));
-  EXPECT_EQ(lastErrorOfWrite(), 0u);
+  below_.onWrite = fail;
+  EXPECT_FALSE(Write(port, "x"));
+  EXPECT_FALSE(Write(port, "x"));
   below_.onWrite = nullptr;
   EXPECT_TRUE(lmEndDocPortW(port));
   EXPECT_EQ(below_.output, "x") << "what was kept is delivered, once";
-  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
-    *taken = 0;
-    throw std::bad_alloc();
-  };
-  ASSERT_TRUE(Start(port, 12));
-  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
-  below_.onWrite = nullptr;
-  EXPECT_TRUE(Write(port, "y", &written)) << "the port goes on";
-  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
-    platform::SetTickCount(GetTickCount() + 40000);  // longer than the send timeout
-    return *taken = 0;
-  };
-  EXPECT_EQ(lastErrorOfWrite(), static_cast<DWORD>(ERROR_IO_DEVICE));
-}
 
-TEST_F(Monitor, LeavesNothingHeldOrOpenBehindAFailure) {
-  spooler_.printers["Labels"] = {"FILE:", ""};
-  const HANDLE port = Open("FILE:");
-  ASSERT_TRUE(Start(port, 21));
+  ASSERT_TRUE(Start(port, 12));
   below_.onRead = [] { throw OException(ERROR_GEN_FAILURE); };
   BYTE buffer[4];
   DWORD count = 0;
   EXPECT_FALSE(lmReadPortW(port, buffer, sizeof buffer, &count));
   EXPECT_TRUE(static_cast<PortContext*>(port)->PrinterConnection().TryLock()) << "the connection is free again";
   static_cast<PortContext*>(port)->PrinterConnection().Unlock();
-  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
-    *taken = 0;
-    throw OException(ERROR_GEN_FAILURE);
-  };
-  EXPECT_FALSE(Write(port, "x", &count));
+  below_.onWrite = fail;
+  EXPECT_FALSE(Write(port, "x"));
   EXPECT_FALSE(lmEndDocPortW(port));
   EXPECT_EQ(below_.calls.back(), "end") << "the document is ended all the same";
-  below_.onWrite = nullptr;
-  EXPECT_TRUE(Start(port, 22));
-  EXPECT_EQ(below_.calls.back(), "start Labels 22 1");
+
+  ASSERT_TRUE(Start(port, 13));
+  EXPECT_EQ(below_.calls.back(), "start Labels 13 1");
+  below_.onWrite = [](DWORD, DWORD* taken) -> BOOL {
+    platform::SetTickCount(GetTickCount() + 40000);  // longer than the send timeout
+    return *taken = 0;
+  };
+  EXPECT_EQ(ErrorOf(Write(port, "x")), ERROR_IO_DEVICE);
 }
 
 TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
@@ -272,16 +219,14 @@ TEST_F(Monitor, StopsWritingWhenTheJobIsDeleted) {
     if (++attempts == 3) spooler_.jobStatus = JOB_STATUS_DELETING;
     return TRUE;
   };
-  DWORD written = 0;
-  EXPECT_TRUE(Write(port, "abcdefgh", &written));
+  EXPECT_TRUE(Write(port, "abcdefgh"));
   EXPECT_EQ(attempts, 3);
   below_.onWrite = nullptr;
   EXPECT_TRUE(lmEndDocPortW(port));
   EXPECT_EQ(below_.output, "abc") << "what was kept is not delivered at the end";
   spooler_.jobStatus = 0;
   below_.output.clear();
-  ASSERT_TRUE(Start(port, 6));
-  EXPECT_TRUE(Write(port, "next", &written));
+  EXPECT_TRUE(Print(port, 6, "next"));
   EXPECT_EQ(below_.output, "next") << "nothing of the deleted job is left";
 }
 
@@ -296,12 +241,8 @@ TEST_F(Monitor, DeliversAtTheEndWhatMightHaveBeenASection) {
   };
   DWORD job = 30;
   for (const auto& [data, expected] : jobs) {
-    below_.output.clear();
-    ASSERT_TRUE(Start(port, ++job));
-    DWORD written = 0;
-    EXPECT_TRUE(Write(port, data, &written));
-    EXPECT_TRUE(lmEndDocPortW(port));
-    EXPECT_EQ(below_.output, expected);
+    EXPECT_TRUE(Print(port, ++job, data));
+    EXPECT_EQ(std::exchange(below_.output, ""), expected);
   }
 }
 

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <thread>
 
@@ -10,6 +7,7 @@
 #include "settings/odometer.h"
 #include "tests/support/fake_job_monitor.h"
 #include "tests/support/fake_plugins.h"
+#include "tests/support/files.h"
 #include "tests/support/monitor_fixture.h"
 
 namespace portwise {
@@ -63,6 +61,12 @@ class PrintPathTest : public MonitorFixture {
     }
     return data.size();
   }
+  /// A whole job, of which everything is taken.
+  void Job(DWORD job, const std::string& data, size_t chunk = 65536) {
+    ASSERT_TRUE(Start(handle_, job));
+    EXPECT_EQ(Drive(data, chunk), 0u);
+    EXPECT_TRUE(lmEndDocPortW(handle_));
+  }
   JobState StateOf(DWORD job) {
     JobRecords::Hold record(port_->Jobs(), job);
     return record ? record->state : JobState::Unknown;
@@ -76,9 +80,7 @@ class PrintPathTest : public MonitorFixture {
 
 TEST_F(PrintPathTest, AsksThePrinterBeforeTheFirstByteAndAtTheEnd) {
   below_.onCall = [&](std::string_view call) { monitor_->Say(std::string(call)); };
-  ASSERT_TRUE(Start(handle_, 7));
-  EXPECT_EQ(Drive(Page(2) + "label" + kEnd), 0u);
-  EXPECT_TRUE(lmEndDocPortW(handle_));
+  Job(7, Page(2) + "label" + kEnd);
   EXPECT_THAT(monitor_->TakeJournal(),
               ElementsAre("start", "begin job", "request", "write", "request", "end job", "end"));
   using enum PluginEvent;
@@ -94,8 +96,7 @@ TEST_F(PrintPathTest, TakesNothingWhileThePrinterIsInTrouble) {
   monitor_->SetStatuses({kNoAnswer, kOutOfPaper});
   DWORD written = 1;
   SetLastError(0);
-  EXPECT_FALSE(Write(handle_, "ab", &written));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_DEVICE)) << "no answer";
+  EXPECT_EQ(ErrorOf(Write(handle_, "ab", &written)), ERROR_IO_DEVICE) << "no answer";
   EXPECT_EQ(written, 0u);
   for (const auto& [status, error] : {std::pair<DWORD, DWORD>{5, ERROR_NOT_READY}, {kOutOfPaper, ERROR_OUT_OF_PAPER}}) {
     monitor_->SetStatuses({status});
@@ -125,8 +126,7 @@ TEST_F(PrintPathTest, HoldsTheNextPageUntilTheOneBeforeIsDone) {
   EXPECT_EQ(below_.output, "one");
   EXPECT_TRUE(Write(handle_, data, &written)) << "still busy";
   EXPECT_EQ(written, 0u);
-  EXPECT_FALSE(Write(handle_, data, &written)) << "no answer";
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_DEVICE));
+  EXPECT_EQ(ErrorOf(Write(handle_, data, &written)), ERROR_IO_DEVICE) << "no answer";
   EXPECT_EQ(below_.output, "one");
   EXPECT_EQ(Drive(data), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
@@ -208,20 +208,15 @@ TEST_F(PrintPathTest, SaysOfAJobOnlyWhatIsKnown) {
 }
 
 TEST_F(PrintPathTest, IsNotMonitoredWithoutAMonitorOrAPlugInThatCan) {
-  const auto print = [&](DWORD job) {
-    ASSERT_TRUE(Start(handle_, job));
-    EXPECT_EQ(Drive("label" + kEnd), 0u);
-    EXPECT_TRUE(lmEndDocPortW(handle_));
-  };
   monitor_->started = false;
-  print(1);
+  Job(1, "label" + kEnd);
   monitor_->started = true;
   plugin_.statusKinds = 0;
-  print(2);
+  Job(2, "label" + kEnd);
   EXPECT_THAT(monitor_->TakeJournal(), ElementsAre());
   EXPECT_EQ(StateOf(1), JobState::Unknown) << "there is no record";
   plugin_.statusKinds = 0xFFFF;
-  print(3);
+  Job(3, "label" + kEnd);
   EXPECT_EQ(StateOf(3), JobState::Completed) << "what was switched off was so for one job";
 }
 
@@ -243,8 +238,7 @@ TEST_F(PrintPathTest, SendsWhatThePrinterHasRoomFor) {
   port_->Flow().Set(0, 5);
   EXPECT_EQ(Drive("large"), 0u) << "as large as the threshold";
   monitor_->SetStatuses({kOutOfPaper});
-  EXPECT_FALSE(Write(handle_, "tiny", &written));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OUT_OF_PAPER));
+  EXPECT_EQ(ErrorOf(Write(handle_, "tiny", &written)), ERROR_OUT_OF_PAPER);
   EXPECT_EQ(written, 4u);
   port_->Flow().Set(100, 0);
   monitor_->SetStatuses({kReady});
@@ -275,17 +269,12 @@ TEST_F(PrintPathTest, DeliversTheLastBytesOnceThereIsRoom) {
 TEST_F(PrintPathTest, DropsWhatFollowsAPlugInsStatus) {
   ASSERT_TRUE(Start(handle_, 1));
   EXPECT_EQ(Drive("before"), 0u);
-  plugin_.specialResult = 0;
-  EXPECT_EQ(port_->RunSpecialOperation("reader", "type", 2, "data"), 0u);
-  EXPECT_EQ(plugin_.special, "reader,type,2,data");
   plugin_.specialResult = kOutOfPaper;
   EXPECT_EQ(port_->RunSpecialOperation("reader", "type", 1, ""), kOutOfPaper);
   EXPECT_EQ(Drive("after" + kEnd), 0u);
   EXPECT_TRUE(lmEndDocPortW(handle_));
   EXPECT_EQ(StateOf(1), JobState::Failed);
-  ASSERT_TRUE(Start(handle_, 2));
-  EXPECT_EQ(Drive("next"), 0u);
-  EXPECT_TRUE(lmEndDocPortW(handle_));
+  Job(2, "next");
   EXPECT_EQ(below_.output, "beforenext");
 }
 
@@ -322,13 +311,9 @@ TEST_F(PrintPathTest, PrintsPacketsOfJobsAndRequests) {
       "<page quantity='1'/><a>1<packet>from a </packet>2</a><a>3<b>4<packet>request</packet>5</b>6</a>", reply);
   EXPECT_EQ(reply.View(), "123456");
   EXPECT_TRUE(totals.Load(OpenForChanges("Labels").Get()) && totals.Pages() == 501) << "of other runs, and of this";
-  ASSERT_TRUE(Start(handle_, 1));
-  EXPECT_EQ(Drive("x<xpml>y<packet>PACK<uppercase>et</uppercase></packet></xpml>z"), 0u);
-  EXPECT_TRUE(lmEndDocPortW(handle_));
+  Job(1, "x<xpml>y<packet>PACK<uppercase>et</uppercase></packet></xpml>z");
   EXPECT_EQ(below_.output, "from a requestxyPACKETz");
-  ASSERT_TRUE(Start(handle_, 2));
-  EXPECT_EQ(Drive(Page(7) + kEnd), 0u);
-  EXPECT_TRUE(lmEndDocPortW(handle_));
+  Job(2, Page(7) + kEnd);
   port_->ExecuteRequest("<packet>!</packet>", reply);
   EXPECT_TRUE(totals.Load(OpenForChanges("Labels").Get()) && totals.Pages() == 501) << "no data, no pages";
   EXPECT_THAT(below_.calls,
@@ -341,17 +326,10 @@ TEST_F(PrintPathTest, RecordsWhatIsSent) {
   ORegistry().SetBool(Setting("Logging/Print Code Recording"), true);
   ORegistry().SetString(Setting("Logging/Directory"), "C:\\rec\\deep\\\\");
   Sleep(1100);
-  for (const char* content : {"first", "second"}) {
-    ASSERT_TRUE(Start(handle_, 1));
-    EXPECT_EQ(Drive(std::string(content) + "<xpml/>!", 3), 0u);
-    EXPECT_TRUE(lmEndDocPortW(handle_));
-  }
-  const auto read = [&](const char* name) {
-    std::ifstream file(home_.Drive() / "rec" / "deep" / name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  };
-  EXPECT_EQ(read("document_1.prn") + read("document_2.prn"), below_.output);
-  EXPECT_EQ(read("document_1.prn").substr(0, 5), "first");
+  for (const char* content : {"first", "second"}) Job(1, std::string(content) + "<xpml/>!", 3);
+  const std::string first = ReadBytes(home_.Drive() / "rec/deep/document_1.prn");
+  EXPECT_EQ(first, "first<xpml/>!");
+  EXPECT_EQ(first + ReadBytes(home_.Drive() / "rec/deep/document_2.prn"), below_.output);
 }
 
 /// Whatever the printer takes, says and fails at, a job that comes to its end has every byte at the printer once, and

@@ -1,26 +1,11 @@
-#include <gtest/gtest.h>
-
-#include "monitor/entry_points.h"
-#include "monitor/port_list.h"
-#include "settings/registry.h"
-#include "tests/support/fake_port_monitor.h"
-#include "tests/support/fake_spooler.h"
-#include "tests/support/temporary_home.h"
+#include "tests/support/monitor_fixture.h"
 
 namespace portwise {
 namespace {
 
-class RequestChannel : public testing::Test {
+class RequestChannel : public MonitorFixture {
  protected:
-  RequestChannel() {
-    CreatePortList();
-    WCHAR port[] = TEXT("FILE:"), printer[] = TEXT("Labels");
-    lmOpenPortEx2W(MonitorTable(), below_.Monitor(), port, printer, &port_, &below_.table);
-  }
-  ~RequestChannel() override {
-    lmClosePortW(port_);
-    DestroyPortList();
-  }
+  ~RequestChannel() override { lmClosePortW(port_); }
 
   BOOL Ask(OString request, DWORD size) {
     std::fill(std::begin(out_), std::end(out_), '#');
@@ -36,34 +21,16 @@ class RequestChannel : public testing::Test {
     return size < 0 ? "none" : std::string(value, static_cast<size_t>(size));
   }
 
-  TemporaryHome home_;
-  FakeSpooler spooler_;
-  FakePortMonitor below_;
   ORegistry registry_;
-  HANDLE port_ = nullptr;
+  const HANDLE port_ = Open("FILE:");
   char out_[64];
   DWORD returned_ = 0;
 };
-
-TEST_F(RequestChannel, AnswersADocumentInPlace) {
-  ASSERT_TRUE(Ask("<uppercase>abc</uppercase>-<reverse>12</reverse>", 6));
-  EXPECT_EQ(returned_, 6u);
-  EXPECT_EQ(Out(7), "ABC-21#");
-  EXPECT_FALSE(Ask("<uppercase>abc</uppercase>", 2));
-  EXPECT_EQ(returned_, 3u) << "what is needed";
-  EXPECT_EQ(Out(1), "#");
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-  EXPECT_TRUE(Ask("<lowercase></lowercase>", 0));
-  EXPECT_EQ(returned_, 0u);
-}
 
 TEST_F(RequestChannel, RunsAStoredRequestAndStoresItsReply) {
   const std::string request("<uppercase>a</uppercase>\0b", 26);
   registry_.SetBinary("LOCAL:XPML/Query1", request.data(), static_cast<DWORD>(request.size()));
   DWORD length = 0;
-  EXPECT_FALSE(Ask("XPML:Label Printer,Query1", 3)) << "no room for the answer";
-  EXPECT_EQ(returned_, 4u);
-  EXPECT_EQ(Stored("Query1"), request) << "nothing has run";
   ASSERT_TRUE(Ask("XPML:Label Printer,Query1", 64));
   EXPECT_EQ(returned_, 4u);
   std::memcpy(&length, out_, sizeof length);
@@ -80,25 +47,25 @@ TEST_F(RequestChannel, RunsAStoredRequestAndStoresItsReply) {
 TEST_F(RequestChannel, WritesNothingWhereThereIsNoRoom) {
   const struct {
     const char* request;
-    DWORD needed;
+    std::string answer;
     bool runsFirst;
-  } rows[] = {{"<uppercase>abcdefgh</uppercase>", 8, true},
-              {"XPML:Labels,Sized", 4, false},
-              {"Monitoring Enabled", 1, false},
-              {"<a></a>", 0, true}};
+  } rows[] = {{"<uppercase>abcde</uppercase>-<reverse>12</reverse>", "ABCDE-21", true},
+              {"XPML:Labels,Sized", {"\5\0\0\0", 4}, false},
+              {"Monitoring Enabled", "\1", false},
+              {"<a></a>", "", true}};
   const std::string stored = "<reverse>12345</reverse>";
   for (const auto& row : rows) {
-    for (DWORD size = 0; size <= row.needed + 2; ++size) {
+    const auto needed = static_cast<DWORD>(row.answer.size());
+    for (DWORD size = 0; size <= needed + 2; ++size) {
       registry_.SetBinary("LOCAL:XPML/Sized", stored.data(), static_cast<DWORD>(stored.size()));
-      const bool enough = size >= row.needed;
-      EXPECT_EQ(Ask(row.request, size), enough) << row.request << ' ' << size;
-      EXPECT_EQ(returned_, row.needed) << row.request << ' ' << size;
-      const size_t written = enough ? row.needed : 0;
-      EXPECT_EQ(Out(sizeof out_).substr(written), std::string(sizeof out_ - written, '#'))
-          << row.request << ' ' << size;
-      if (!enough && !row.runsFirst) {
-        EXPECT_EQ(Stored("Sized"), stored) << "it has run all the same";
-      }
+      const bool enough = size >= needed;
+      SCOPED_TRACE(row.request + std::to_string(size));
+      EXPECT_EQ(Ask(row.request, size), enough);
+      EXPECT_EQ(GetLastError(), enough ? 0u : DWORD{ERROR_INVALID_PARAMETER});
+      EXPECT_EQ(returned_, needed);
+      const std::string written = enough ? row.answer : "";
+      EXPECT_EQ(Out(sizeof out_), written + std::string(sizeof out_ - written.size(), '#'));
+      EXPECT_TRUE(enough || row.runsFirst || Stored("Sized") == stored) << "it has run all the same";
     }
     // Sizes that lie about what there is, and nobody to tell.
     OString request = row.request;
@@ -106,10 +73,10 @@ TEST_F(RequestChannel, WritesNothingWhereThereIsNoRoom) {
     const auto ask = [&](DWORD size, LPDWORD told) {
       return lmGetPrinterDataFromPortW(port_, 0, const_cast<LPWSTR>(request.Wide()), nullptr, 0, nullptr, size, told);
     };
-    EXPECT_EQ(ask(64, &returned), row.needed == 0) << "room, but nowhere";
-    EXPECT_EQ(returned, row.needed);
+    EXPECT_EQ(ask(64, &returned), needed == 0) << "room, but nowhere";
+    EXPECT_EQ(returned, needed);
     ask(0, nullptr);
-    EXPECT_EQ(Ask(row.request, 0xFFFFFFFF), TRUE);
+    EXPECT_TRUE(Ask(row.request, 0xFFFFFFFF));
   }
 }
 
@@ -120,21 +87,15 @@ TEST_F(RequestChannel, RefusesWhatItDoesNotUnderstand) {
        {"XPML:,Query1", "XPML:Labels,Missing", "XPML:Labels,", "XPML:Labels,Empty", "XPML:Labels,Silent",
         "xpml:Labels,Query1", "monitoring enabled", "Monitoring", "x", ""}) {
     EXPECT_FALSE(Ask(request, 64)) << request;
-    EXPECT_EQ(returned_, 77u) << request;
-    EXPECT_EQ(Out(1), "#") << request;
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    EXPECT_TRUE(returned_ == 77 && out_[0] == '#' && GetLastError() == ERROR_INVALID_PARAMETER) << request;
   }
   EXPECT_FALSE(Ask("XPML:Labels", 64));
   EXPECT_EQ(returned_, 0u) << "no comma";
   EXPECT_EQ(Stored("Silent"), "") << "a reply of nothing is stored, but is no answer";
   EXPECT_TRUE(Ask("Monitoring Enabled, please", 1));
-  EXPECT_EQ(returned_, 1u);
-  EXPECT_EQ(out_[0], 1);
-  EXPECT_FALSE(Ask("Monitoring Enabled", 0));
-  EXPECT_EQ(returned_, 1u);
   SetLastError(0);
-  EXPECT_FALSE(lmGetPrinterDataFromPortW(port_, 0, nullptr, nullptr, 0, nullptr, 0, nullptr));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  EXPECT_EQ(ErrorOf(lmGetPrinterDataFromPortW(port_, 0, nullptr, nullptr, 0, nullptr, 0, nullptr)),
+            ERROR_INVALID_PARAMETER);
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <random>
@@ -7,17 +5,9 @@
 #include <thread>
 #include <vector>
 
-#include "monitor/entry_points.h"
-#include "monitor/port_context.h"
-#include "monitor/port_list.h"
-#include "platform/test_clock.h"
-#include "settings/registry.h"
-#include "tests/support/fake_port_link.h"
-#include "tests/support/fake_spooler.h"
 #include "tests/support/holdings.h"
+#include "tests/support/monitor_fixture.h"
 #include "tests/support/printer_program.h"
-#include "tests/support/temporary_home.h"
-#include "xpml/port/command_table.h"
 
 namespace portwise {
 namespace {
@@ -38,11 +28,11 @@ struct Lane {
   OString Name(const char* kind) const { return OString(kind) + std::to_string(mode).c_str(); }
 };
 
-class StatusStressTest : public ::testing::Test {
+class StatusStressTest : public MonitorFixture {
  protected:
   StatusStressTest() {
-    SetPortCommands(&commands_);
-    CreatePortList();
+    below_.table = {};
+    below_.table.cbSize = sizeof below_.table;
     const std::string folder = REFERENCE_FOLDER;
     for (Lane& lane : lanes_) {
       const OString port = lane.Name("IP_"), printer = lane.Name("Labels");
@@ -60,20 +50,11 @@ class StatusStressTest : public ::testing::Test {
     }
     platform::SetTimeScale(20);
   }
-  ~StatusStressTest() override {
-    platform::SetTimeScale(1);
-    DestroyPortList();
-    SetPortCommands(nullptr);
-  }
 
   /// Opens the port, prints perhaps, and closes it somewhere in a cycle.
   void Round(Lane& lane, unsigned chance) {
-    OString name = lane.Name("IP_"), printer = lane.Name("Labels");
-    MONITOR2 below = {};
-    below.cbSize = sizeof below;
-    HANDLE port = nullptr;
-    ASSERT_TRUE(lmOpenPortEx2W(MonitorTable(), nullptr, const_cast<LPWSTR>(name.Wide()),
-                               const_cast<LPWSTR>(printer.Wide()), &port, &below));
+    const HANDLE port = Open(lane.Name("IP_"), lane.Name("Labels"));
+    ASSERT_TRUE(port);
     ++lane.opened;
     {
       const std::lock_guard lock(lane.use);
@@ -91,16 +72,9 @@ class StatusStressTest : public ::testing::Test {
   }
 
   static void Print(Lane& lane, bool withQuery) {
-    OString printer = lane.Name("Labels");
-    DOC_INFO_1W document = {const_cast<LPWSTR>(printer.Wide()), nullptr, nullptr};
-    std::string data = withQuery ? "<xpml><query action='execute' name='n'>\x1b?ST\r\n</query></xpml>" : "";
-    data += "label";
-    DWORD written = 0;
-    ASSERT_TRUE(
-        lmStartDocPortW(lane.port, const_cast<LPWSTR>(printer.Wide()), 1, 1, reinterpret_cast<LPBYTE>(&document)));
-    lane.printed +=
-        lmWritePortW(lane.port, reinterpret_cast<LPBYTE>(data.data()), static_cast<DWORD>(data.size()), &written) &&
-        lmEndDocPortW(lane.port);
+    const std::string query = withQuery ? "<xpml><query action='execute' name='n'>\x1b?ST\r\n</query></xpml>" : "";
+    ASSERT_TRUE(Start(lane.port, 1, lane.Name("Labels")));
+    lane.printed += Write(lane.port, query + "label") && lmEndDocPortW(lane.port);
   }
 
   /// What clients and the rest of the system do to open ports meanwhile.
@@ -130,9 +104,6 @@ class StatusStressTest : public ::testing::Test {
     }
   }
 
-  TemporaryHome home_;
-  FakeSpooler spooler_;
-  CommandTable commands_;
   Lane lanes_[3] = {Lane(1), Lane(2), Lane(3)};
   std::atomic<bool> over_ = false;
   std::atomic<int> answers_ = 0, statuses_ = 0;

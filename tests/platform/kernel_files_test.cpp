@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <shlobj.h>
 #include <windows.h>
 
 #include <filesystem>
@@ -47,25 +46,16 @@ TEST_F(Paths, MapBetweenDriveCAndLinux) {
   } kRows[] = {
       {u"C:\\a\\b.txt", drive + "/a/b.txt"},
       {u"c:/a//b\\", drive + "/a/b"},
-      {u"C:\\", drive},
       {u"C:", drive},
       {u"C:\\..\\..\\etc\\x", drive + "/etc/x"},
       {u"\\a", drive + "/a"},
       {u"D:\\a", ""},
-      {u"\\\\host\\a", ""},
       {u"/etc/a\\b", "/etc/a/b"},
-      {u"a\\b", "a/b"},
       {u"C:\\\u00fc\U0001F4C4", drive + "/\u00fc\U0001F4C4"},
   };
   for (const auto& row : kRows) EXPECT_EQ(LinuxPath(row.windows), row.linux) << ToUtf8(row.windows);
   EXPECT_EQ(WindowsPath(drive + "/a/b"), u"C:\\a\\b");
-  EXPECT_EQ(WindowsPath(drive), u"C:\\");
   EXPECT_EQ(WindowsPath(drive + "x/a"), ToUtf16(drive + "x/a"));
-  WCHAR path[MAX_PATH];
-  EXPECT_EQ(GetTempPathW(16, path), 17u);
-  EXPECT_EQ(GetTempPathW(17, path), 16u);
-  EXPECT_EQ(std::u16string(path), u"C:\\Windows\\Temp\\");
-  EXPECT_TRUE(fs::is_directory(drive + "/Windows/Temp"));
 }
 
 TEST_F(Files, DispositionsSayWhatTheyFound) {
@@ -82,29 +72,18 @@ TEST_F(Files, DispositionsSayWhatTheyFound) {
       {u"C:\\old", CREATE_NEW, kWrite, ERROR_FILE_EXISTS, false, "1234"},
       {u"C:\\new", CREATE_NEW, kWrite, 0, true, ""},
       {u"C:\\old", CREATE_ALWAYS, kWrite, ERROR_ALREADY_EXISTS, true, ""},
-      {u"C:\\old", CREATE_ALWAYS, kRead, ERROR_ALREADY_EXISTS, true, ""},
-      {u"C:\\new", CREATE_ALWAYS, kWrite, 0, true, ""},
       {u"C:\\old", OPEN_EXISTING, kRead | kWrite, 0, true, "1234"},
       {u"C:\\new", OPEN_EXISTING, kRead, ERROR_FILE_NOT_FOUND, false, ""},
       {u"C:\\old", OPEN_ALWAYS, kRead, ERROR_ALREADY_EXISTS, true, "1234"},
       {u"C:\\new", OPEN_ALWAYS, kWrite, 0, true, ""},
       {u"C:\\old", TRUNCATE_EXISTING, kWrite, 0, true, ""},
-      {u"C:\\old", TRUNCATE_EXISTING, kRead, ERROR_INVALID_PARAMETER, false, "1234"},
-      {u"C:\\new", TRUNCATE_EXISTING, kWrite, ERROR_FILE_NOT_FOUND, false, ""},
-      {u"C:\\old", 6, kWrite, ERROR_INVALID_PARAMETER, false, "1234"},
       {u"C:\\none\\new", CREATE_ALWAYS, kWrite, ERROR_PATH_NOT_FOUND, false, ""},
-      {u"C:\\old\\new", OPEN_EXISTING, kRead, ERROR_PATH_NOT_FOUND, false, ""},
-      {u"D:\\old", OPEN_EXISTING, kRead, ERROR_PATH_NOT_FOUND, false, ""},
-      {u"C:\\ol?", OPEN_EXISTING, kRead, ERROR_INVALID_NAME, false, ""},
       {u"C:\\folder", OPEN_EXISTING, kRead, ERROR_ACCESS_DENIED, false, ""},
-      {u"C:\\folder", CREATE_ALWAYS, kWrite, ERROR_ACCESS_DENIED, false, ""},
       {u"C:\\fixed", OPEN_EXISTING, kWrite, ERROR_ACCESS_DENIED, false, "5"},
       {u"C:\\fixed", OPEN_EXISTING, kRead, 0, true, "5"},
   };
   Fill(u"C:\\fixed", "5");
   fs::permissions(folder / "fixed", fs::perms::owner_read);
-  EXPECT_EQ(GetFileAttributesW(u"C:\\fixed"), FILE_ATTRIBUTE_READONLY);
-  EXPECT_EQ(GetFileAttributesW(u"C:\\folder"), FILE_ATTRIBUTE_DIRECTORY);
   for (const auto& row : kRows) {
     Fill(u"C:\\old", "1234");
     fs::remove(folder / "new");
@@ -126,7 +105,6 @@ TEST_F(Files, ShareModesHoldBetweenTheHandlesOfTheProcess) {
       {kRead, kShareRead, kWrite, kShareAll, false},
       {kWrite, kShareRead, kRead, kShareRead, false},  // the second does not share the first one's access
       {kWrite, kShareRead, kRead, kShareRead | kShareWrite, true},
-      {kWrite, kShareWrite, kWrite, kShareWrite, true},
       {kWrite, 0, 0, 0, true},  // neither read nor written: no conflict
   };
   LinuxPath(u"C:\\");
@@ -164,16 +142,10 @@ TEST_F(Files, ReadWriteAndMove) {
   EXPECT_EQ(position.QuadPart, 6);
   EXPECT_TRUE(ReadFile(file.Get(), buffer, sizeof buffer, &done, nullptr));
   EXPECT_EQ(std::string(buffer, done), "6789");
-  distance.QuadPart = -11;
-  EXPECT_EQ(ErrorOf(SetFilePointerEx(file.Get(), distance, nullptr, FILE_CURRENT)), ERROR_NEGATIVE_SEEK);
   distance.QuadPart = 3;
   EXPECT_TRUE(SetFilePointerEx(file.Get(), distance, nullptr, FILE_BEGIN));
   EXPECT_TRUE(SetEndOfFile(file.Get()));
-  EXPECT_TRUE(GetFileSizeEx(file.Get(), &position));
-  EXPECT_EQ(position.QuadPart, 3);
-  EXPECT_TRUE(FlushFileBuffers(file.Get()));
-  const unique_handle reader = Open(u"C:\\data", kRead, kShareAll, OPEN_EXISTING);
-  EXPECT_EQ(ErrorOf(WriteFile(reader.Get(), "x", 1, &done, nullptr)), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Contents(u"C:\\data"), "012");
   const unique_handle full = Open(u"/dev/full", kWrite, kShareAll, OPEN_EXISTING);
   EXPECT_EQ(ErrorOf(WriteFile(full.Get(), "x", 1, &done, nullptr)), ERROR_DISK_FULL);
   EXPECT_EQ(ErrorOf(CreateDirectoryW(u"C:\\a\\b", nullptr)), ERROR_PATH_NOT_FOUND);
@@ -199,18 +171,11 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
   ASSERT_TRUE(library) << GetLastError();
   EXPECT_EQ(DllLog(), "A:ready;") << "the static objects come first";
   EXPECT_EQ(LoadLibraryW(u"libdetach-library.so"), library);
-  EXPECT_EQ(LoadLibraryW(u"detach-library"), library);
   EXPECT_EQ(GetModuleHandleW(u"Detach-Library.DLL"), library);
   const auto instance = FunctionOf<HINSTANCE (*)()>(library, "Instance");
   const auto setText = FunctionOf<void (*)(const char*)>(library, "SetThreadText");
   ASSERT_TRUE(instance && setText);
   EXPECT_EQ(instance(), library);
-  WCHAR path[MAX_PATH];
-  EXPECT_EQ(GetModuleFileNameW(library, path, 5), 5u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
-  GetModuleFileNameW(library, path, MAX_PATH);
-  EXPECT_EQ(ToUtf8(path), std::string(LibraryFolder()) + "/libdetach-library.so");
-
   std::thread([&] { setText("plain"); }).join();
   EXPECT_EQ(DllLog(), "T:plain;");
   std::thread([] {}).join();
@@ -223,7 +188,6 @@ TEST_F(Modules, ALibrarysDllMainHearsOfEverything) {
   EXPECT_EQ(WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0);
   EXPECT_EQ(DllLog(), "T:created;") << "a thread has ended only after the libraries know";
 
-  EXPECT_TRUE(FreeLibrary(library));
   EXPECT_TRUE(FreeLibrary(library));
   EXPECT_EQ(DllLog(), "");
   EXPECT_TRUE(FreeLibrary(library));
@@ -245,9 +209,6 @@ TEST_F(Modules, AThreadMayHoldItsLibraryAndFreeItWithItsLastStep) {
   const HMODULE library = LoadLibraryW(u"detach-library.dll");
   ASSERT_TRUE(library);
   const auto start = FunctionOf<HANDLE (*)(HANDLE)>(library, "StartHolder");
-  HMODULE found = nullptr;
-  EXPECT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, u"detach-library.dll", &found));
-  EXPECT_EQ(found, library);
   const unique_handle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const unique_handle thread(start(event.Get()));
   EXPECT_EQ(WaitForSingleObject(thread.Get(), 50), DWORD{WAIT_TIMEOUT});
@@ -259,8 +220,6 @@ TEST_F(Modules, AThreadMayHoldItsLibraryAndFreeItWithItsLastStep) {
   EXPECT_TRUE(GetExitCodeThread(thread.Get(), &code));
   EXPECT_EQ(code, 7u);
   EXPECT_EQ(DllLog(), "D:free;");
-  EXPECT_EQ(ErrorOf(GetModuleHandleExW(0, u"detach-library.dll", &found)), ERROR_MOD_NOT_FOUND);
-  EXPECT_EQ(found, nullptr);
   EXPECT_FALSE(FreeLibrary(library));
 }
 
@@ -281,34 +240,12 @@ TEST_F(Modules, AreFoundWhereWindowsWouldFindThem) {
     EXPECT_EQ(ErrorOf(GetProcAddress(library, "GetTickCount")), ERROR_PROC_NOT_FOUND);
     EXPECT_TRUE(FreeLibrary(library));
   }
-  const struct {
-    LPCWSTR name;
-    DWORD error;
-  } kMissing[] = {
-      {u"none.dll", ERROR_MOD_NOT_FOUND}, {u"C:\\none.dll", ERROR_MOD_NOT_FOUND}, {u"text.dll", ERROR_BAD_EXE_FORMAT}};
-  for (const auto& row : kMissing) {
-    EXPECT_EQ(LoadLibraryW(row.name), nullptr);
-    EXPECT_EQ(GetLastError(), row.error) << ToUtf8(row.name);
-  }
+  EXPECT_EQ(ErrorOf(LoadLibraryW(u"none.dll")), ERROR_MOD_NOT_FOUND);
+  EXPECT_EQ(ErrorOf(LoadLibraryW(u"text.dll")), ERROR_BAD_EXE_FORMAT);
   WCHAR path[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);
   EXPECT_EQ(ToUtf8(path), fs::read_symlink("/proc/self/exe"));
   EXPECT_EQ(GetModuleHandleW(nullptr), GetModuleHandleW(path));
-  EXPECT_FALSE(FreeLibrary(reinterpret_cast<HMODULE>(&path)));
-
-  RegisterSystemModule("Test32.dll", {{"Answer", AsFarProc(+[] { return 42; })}});
-  const HMODULE shell = LoadLibraryW(u"SHELL32.DLL");
-  const HMODULE test = LoadLibraryW(u"test32.dll");
-  EXPECT_NE(shell, test);
-  EXPECT_EQ(ErrorOf(GetProcAddress(shell, "Answer")), ERROR_PROC_NOT_FOUND);
-  EXPECT_EQ(FunctionOf<int (*)()>(test, "Answer")(), 42);
-  EXPECT_TRUE(FreeLibrary(shell));
-  using GetFolder = HRESULT (*)(HWND, int, HANDLE, DWORD, LPWSTR);
-  const auto getFolder = FunctionOf<GetFolder>(shell, "SHGetFolderPathW");
-  ASSERT_TRUE(getFolder);
-  EXPECT_EQ(getFolder(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr, 0, path), S_OK);
-  EXPECT_EQ(GetFileAttributesW(path), FILE_ATTRIBUTE_DIRECTORY);
-  EXPECT_EQ(getFolder(nullptr, 1, nullptr, 0, path), E_INVALIDARG);
 }
 
 }  // namespace

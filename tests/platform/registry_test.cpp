@@ -1,7 +1,5 @@
-#include <aclapi.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sddl.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -15,6 +13,7 @@
 #include <vector>
 
 #include "platform/registry/registry_control.h"
+#include "platform/text.h"
 #include "tests/support/files.h"
 #include "tests/support/temporary_home.h"
 
@@ -23,17 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::u16string Number(int number) {
-  const std::string text = std::to_string(number);
-  return {text.begin(), text.end()};
-}
-
 class RegistryTest : public testing::Test {
  protected:
-  ~RegistryTest() override {
-    platform::SetRegistryRole(platform::RegistryRole::Actual);
-    platform::SetRegistryBusyTimeout(5000);
-  }
+  ~RegistryTest() override { platform::SetRegistryBusyTimeout(5000); }
 
   /// A key that stays open, except where closing is what is tested.
   HKEY Create(LPCWSTR path, HKEY parent = HKEY_LOCAL_MACHINE) {
@@ -41,12 +32,10 @@ class RegistryTest : public testing::Test {
     EXPECT_EQ(RegCreateKeyExW(parent, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), ERROR_SUCCESS);
     return key;
   }
-  LSTATUS Open(LPCWSTR path, REGSAM access = KEY_READ, HKEY parent = HKEY_LOCAL_MACHINE) {
+  LSTATUS Open(LPCWSTR path) {
     HKEY key = nullptr;
-    const LSTATUS result = RegOpenKeyExW(parent, path, 0, access, &key);
-    if (result == ERROR_SUCCESS) {
-      EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
-    }
+    const LSTATUS result = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &key);
+    if (result == ERROR_SUCCESS) RegCloseKey(key);
     return result;
   }
   LSTATUS Set(HKEY key, LPCWSTR name, const std::string& data, DWORD type = REG_BINARY) {
@@ -62,12 +51,6 @@ class RegistryTest : public testing::Test {
     EXPECT_EQ(type, expectedType);
     return {data, size};
   }
-  std::vector<std::u16string> SubKeys(HKEY key) {
-    std::vector<std::u16string> names;
-    WCHAR name[256];
-    while (RegEnumKeyW(key, static_cast<DWORD>(names.size()), name, 256) == ERROR_SUCCESS) names.emplace_back(name);
-    return names;
-  }
   struct Counts {
     LSTATUS result;
     DWORD keys, values;
@@ -77,18 +60,6 @@ class RegistryTest : public testing::Test {
     counts.result = RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &counts.keys, nullptr, nullptr, &counts.values,
                                      nullptr, nullptr, nullptr, nullptr);
     return counts;
-  }
-  DWORD SetList(HKEY key, LPCWSTR text, bool isProtected) {
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    EXPECT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1, &descriptor, nullptr));
-    BOOL present = FALSE;
-    PACL list = nullptr;
-    EXPECT_TRUE(GetSecurityDescriptorDacl(descriptor, &present, &list, nullptr) && present);
-    const DWORD mode = isProtected ? PROTECTED_DACL_SECURITY_INFORMATION : UNPROTECTED_DACL_SECURITY_INFORMATION;
-    const DWORD result =
-        SetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION | mode, nullptr, nullptr, list, nullptr);
-    LocalFree(descriptor);
-    return result;
   }
   /// Runs `body` in a child process, which ends without ceremony and after a minute at most; returns its id.
   pid_t Spawn(const std::function<void()>& body) {
@@ -139,14 +110,9 @@ TEST_F(RegistryTest, ValuesKeepTypeBytesAndCase) {
   EXPECT_EQ(Get(key, u"Missing"), "error 2");
 
   BYTE buffer[3];
-  DWORD size = 2, type = 0;
-  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, &type, buffer, &size), ERROR_MORE_DATA);
+  DWORD size = 2;
+  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, buffer, &size), ERROR_MORE_DATA);
   EXPECT_EQ(size, 3u);
-  size = 0;
-  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
-  EXPECT_EQ(size, 3u);
-  EXPECT_EQ(RegQueryValueExW(key, u"Value", nullptr, nullptr, buffer, nullptr), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(Set(key, std::u16string(16384, u'n').c_str(), "x"), ERROR_INVALID_PARAMETER);
   const std::string big(3 << 20, 'b');
   EXPECT_EQ(Set(key, u"Big", big), ERROR_SUCCESS);
   EXPECT_EQ(RegQueryValueExW(key, u"Big", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
@@ -155,39 +121,6 @@ TEST_F(RegistryTest, ValuesKeepTypeBytesAndCase) {
   EXPECT_EQ(RegDeleteValueW(key, u"VALUE"), ERROR_SUCCESS);
   EXPECT_EQ(RegDeleteValueW(key, u"Value"), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
-}
-
-TEST_F(RegistryTest, EnumerationIsSortedAndRespectsBuffers) {
-  const HKEY key = Create(u"Enumerated");
-  for (LPCWSTR name : {u"beta", u"Alpha", u"alphabet", u"Gamma"}) {
-    Create(name, key);
-    EXPECT_EQ(Set(key, name, "12345"), ERROR_SUCCESS);
-  }
-  EXPECT_EQ(SubKeys(key), (std::vector<std::u16string>{u"Alpha", u"alphabet", u"beta", u"Gamma"}));
-  EXPECT_EQ(SubKeys(HKEY_LOCAL_MACHINE), (std::vector<std::u16string>{u"Enumerated"}));
-  WCHAR name[9];
-  EXPECT_EQ(RegEnumKeyW(key, 1, name, 8), ERROR_MORE_DATA);
-  EXPECT_EQ(RegEnumKeyW(key, 1, name, 9), ERROR_SUCCESS);
-  EXPECT_EQ(RegEnumKeyW(key, 4, name, 9), ERROR_NO_MORE_ITEMS);
-
-  DWORD nameSize = 8, type = 0, size = 4;
-  BYTE data[5];
-  EXPECT_EQ(RegEnumValueW(key, 1, name, &nameSize, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
-  nameSize = 9;
-  EXPECT_EQ(RegEnumValueW(key, 1, name, &nameSize, nullptr, &type, data, &size), ERROR_MORE_DATA);
-  EXPECT_EQ(std::u16string_view(name, nameSize), u"alphabet");
-  EXPECT_EQ(size, 5u);
-  EXPECT_EQ(RegEnumValueW(key, 4, name, &nameSize, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
-
-  DWORD keys = 0, longestKey = 0, values = 0, longestValue = 0, longestData = 0;
-  FILETIME written{};
-  EXPECT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, &longestKey, nullptr, &values, &longestValue,
-                             &longestData, nullptr, &written),
-            ERROR_SUCCESS);
-  EXPECT_EQ((std::vector<DWORD>{keys, longestKey, values, longestValue, longestData}),
-            (std::vector<DWORD>{4, 8, 4, 8, 5}));
-  // 2020 as a file time has this high half; the clock is later.
-  EXPECT_GT(written.dwHighDateTime, 0x01D5BFFFu);
 }
 
 TEST_F(RegistryTest, KeysAreMadeWithTheirParentsAndDeletedAlone) {
@@ -206,43 +139,21 @@ TEST_F(RegistryTest, KeysAreMadeWithTheirParentsAndDeletedAlone) {
 
   EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"A"), ERROR_ACCESS_DENIED);
   EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u""), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"A\\B\\None"), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(Open(u"A\\B\\C"), ERROR_SUCCESS);
-  EXPECT_EQ(Open(nullptr, KEY_READ, key), ERROR_SUCCESS);
 
   // The handle stays dead when a key of the same name comes back.
   const HKEY writer = Create(u"A\\B\\C");
   EXPECT_EQ(Set(writer, u"v", "old"), ERROR_SUCCESS);
   EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"a\\b\\c"), ERROR_SUCCESS);
   for (int round = 0; round < 2; ++round) {
-    WCHAR name[8];
-    const LSTATUS results[] = {Set(writer, u"v", "new"),
-                               RegDeleteValueW(writer, u"v"),
-                               RegEnumKeyW(writer, 0, name, 8),
-                               Open(u"", KEY_READ, writer),
-                               static_cast<LSTATUS>(SetList(writer, u"D:", true)),
-                               Count(writer).result};
-    for (const LSTATUS result : results) EXPECT_EQ(result, ERROR_KEY_DELETED);
+    EXPECT_EQ(Set(writer, u"v", "new"), ERROR_KEY_DELETED);
+    EXPECT_EQ(RegDeleteValueW(writer, u"v"), ERROR_KEY_DELETED);
+    EXPECT_EQ(Count(writer).result, ERROR_KEY_DELETED);
     EXPECT_EQ(Get(writer, u"v"), "error 1018");
     EXPECT_EQ(Get(Create(u"A\\B\\C"), u"v"), "error 2") << "values go with their key";
   }
   EXPECT_EQ(RegCloseKey(writer), ERROR_SUCCESS);
   EXPECT_EQ(RegCloseKey(writer), ERROR_INVALID_HANDLE);
-  EXPECT_EQ(Get(writer, u"v"), "error 6");
-  EXPECT_EQ(Open(u"A", KEY_READ, nullptr), ERROR_INVALID_HANDLE);
-  EXPECT_EQ(RegCloseKey(HKEY_USERS), ERROR_SUCCESS);
-}
-
-TEST_F(RegistryTest, HomesAreApart) {
-  const HKEY key = Create(u"Home");
-  EXPECT_EQ(Set(key, u"v", "first"), ERROR_SUCCESS);
-  {
-    TemporaryHome other;
-    EXPECT_EQ(Open(u"Home"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(Get(key, u"v"), "error 1018");
-  }
-  EXPECT_EQ(Get(key, u"v"), "first");
-  EXPECT_EQ(fs::status(File()).permissions(), static_cast<fs::perms>(0660));
 }
 
 TEST_F(RegistryTest, EveryWriteMakesANewVersion) {
@@ -257,71 +168,7 @@ TEST_F(RegistryTest, EveryWriteMakesANewVersion) {
   EXPECT_NE(platform::CurrentRegistryVersion(), version);
   TemporaryHome other;
   EXPECT_NE(platform::CurrentRegistryVersion(), version);
-}
-
-TEST_F(RegistryTest, AccessLists) {
-  struct Case {
-    LPCWSTR top;  // protected list of the top key
-    LPCWSTR child;
-    bool childProtected;
-    REGSAM access;
-    LSTATUS everyone, administrator;
-  };
-  const Case cases[] = {
-      {u"D:(A;OICI;KR;;;WD)(A;OICI;KA;;;BA)", nullptr, false, KEY_READ, 0, 0},
-      {u"D:(A;OICI;KR;;;WD)(A;OICI;KA;;;BA)", nullptr, false, KEY_READ | KEY_WRITE, 5, 0},
-      {u"D:(A;OICI;KR;;;WD)(A;OICI;KA;;;BA)", nullptr, false, GENERIC_READ, 0, 0},
-      {u"D:(A;OICI;KR;;;WD)", nullptr, false, KEY_ALL_ACCESS, 5, 5},
-      {u"D:(A;OICI;KA;;;WD)", u"D:", false, KEY_ALL_ACCESS, 0, 0},
-      {u"D:(A;OICI;KA;;;WD)", u"D:", true, KEY_QUERY_VALUE, 5, 5},
-      {u"D:(A;;KA;;;WD)(A;OICI;KA;;;SY)", u"D:", false, KEY_READ, 5, 0},
-      {u"D:(A;OICI;KA;;;SY)", u"D:(A;;KR;;;WD)", false, KEY_READ, 0, 0},
-      {u"D:(A;OICIIO;KA;;;WD)", u"D:", false, KEY_ALL_ACCESS, 0, 0},
-      {u"D:(D;OICI;0x2;;;WD)(A;OICI;KA;;;WD)", nullptr, false, KEY_SET_VALUE, 5, 5},
-      {u"D:(D;OICI;0x2;;;WD)(A;OICI;KA;;;WD)", nullptr, false, KEY_READ, 0, 0},
-  };
-  for (const Case& row : cases) {
-    SCOPED_TRACE(testing::Message() << "case " << &row - cases);
-    TemporaryHome home;
-    const HKEY child = Create(u"Top\\Child");
-    EXPECT_EQ(SetList(Create(u"Top"), row.top, true), 0u);
-    EXPECT_EQ(row.child ? SetList(child, row.child, row.childProtected) : 0u, 0u);
-    platform::SetRegistryRole(platform::RegistryRole::Everyone);
-    EXPECT_EQ(Open(u"Top\\Child", row.access), row.everyone);
-    platform::SetRegistryRole(platform::RegistryRole::Actual);
-    EXPECT_EQ(Open(u"Top\\Child", row.access), row.administrator);
-  }
-}
-
-TEST_F(RegistryTest, AccessListsGuardCreationAndDeletion) {
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(u"D:(A;OICI;KR;;;WD)(A;OICI;KA;;;BA)", 1,
-                                                                   &descriptor, nullptr));
-  SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor, FALSE};
-  HKEY key = nullptr;
-  EXPECT_EQ(
-      RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Outer\\Inner", 0, nullptr, 0, KEY_ALL_ACCESS, &attributes, &key, nullptr),
-      ERROR_SUCCESS);
-  LocalFree(descriptor);
-  Create(u"Below", key);
-
-  platform::SetRegistryRole(platform::RegistryRole::Everyone);
-  EXPECT_EQ(Open(u"Outer", KEY_ALL_ACCESS), ERROR_SUCCESS) << "the descriptor is the new key's alone";
-  EXPECT_EQ(Open(u"Outer\\Inner\\Below", KEY_WRITE), ERROR_ACCESS_DENIED) << "a later key inherits";
-  EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Outer\\Inner\\Two", 0, nullptr, 0, KEY_READ, nullptr, &key, nullptr),
-            ERROR_ACCESS_DENIED);
-  EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"Outer\\Inner\\Below"), ERROR_ACCESS_DENIED);
-  platform::SetRegistryRole(platform::RegistryRole::Actual);
-  EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"Outer\\Inner\\Below"), ERROR_SUCCESS);
-
-  for (LPCWSTR text : {u"D:(A;OICI;KR;;;XX)", u"D:(A;;QQ;;;WD)", u"D:(A;;KR;;WD)", u"D:(A;;KR;;;WD", u"D:A",
-                       u"D:(A;;0x;;;WD)", u"D:(A;;KR;;;WD;)", u"nonsense"}) {
-    EXPECT_FALSE(ConvertStringSecurityDescriptorToSecurityDescriptorW(text, 1, &descriptor, nullptr));
-    EXPECT_TRUE(GetLastError() == ERROR_INVALID_PARAMETER || GetLastError() == ERROR_INVALID_ACL);
-  }
-  ACL broken{2, 0, sizeof(ACL), 1, 0};
-  EXPECT_EQ(SetSecurityInfo(HKEY_USERS, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &broken, nullptr),
-            static_cast<DWORD>(ERROR_INVALID_ACL));
+  EXPECT_EQ(Get(key, u"v"), "error 1018") << "homes are apart";
 }
 
 TEST_F(RegistryTest, ProcessesAndThreadsLoseNothing) {
@@ -329,7 +176,7 @@ TEST_F(RegistryTest, ProcessesAndThreadsLoseNothing) {
   const HKEY key = Create(u"Shared");
   const auto work = [&](char16_t who) {
     for (int i = 0; i < kCount; ++i) {
-      const std::u16string name = std::u16string(1, who) + Number(i);
+      const std::u16string name = std::u16string(1, who) + platform::ToUtf16(std::to_string(i));
       EXPECT_EQ(Set(key, name.c_str(), std::to_string(i)), ERROR_SUCCESS);
       EXPECT_EQ(Get(key, name.c_str()), std::to_string(i));
       RegCloseKey(Create(name.c_str(), key));
@@ -351,8 +198,8 @@ TEST_F(RegistryTest, AKilledWriterLeavesAPrefixOfItsWrites) {
     const HKEY key = Create(u"Written");
     const pid_t writer = Spawn([&] {
       for (int i = 0;; ++i) {
-        RegCloseKey(Create((u"Key" + Number(i)).c_str(), key));
-        Set(key, Number(i).c_str(), std::string(3000, 'x'));
+        RegCloseKey(Create((u"Key" + platform::ToUtf16(std::to_string(i))).c_str(), key));
+        Set(key, platform::ToUtf16(std::to_string(i)).c_str(), std::string(3000, 'x'));
       }
     });
     // Late enough to have written, and at another point of the work in each round.
@@ -366,7 +213,8 @@ TEST_F(RegistryTest, AKilledWriterLeavesAPrefixOfItsWrites) {
     EXPECT_TRUE(keys == values || keys == values + 1) << keys << " keys, " << values << " values";
     for (DWORD i = 0; i < values; ++i) {
       DWORD size = 0;
-      EXPECT_EQ(RegQueryValueExW(key, Number(static_cast<int>(i)).c_str(), nullptr, nullptr, nullptr, &size), 0);
+      EXPECT_EQ(RegQueryValueExW(key, platform::ToUtf16(std::to_string(i)).c_str(), nullptr, nullptr, nullptr, &size),
+                0);
       EXPECT_EQ(size, 3000u);
     }
     EXPECT_EQ(Set(key, u"after", "x"), ERROR_SUCCESS);
@@ -392,11 +240,9 @@ TEST_F(RegistryTest, ADamagedFileIsRefusedAndKept) {
     TemporaryHome home;
     const fs::path file = home.Path() / "registry.db";
     WriteBytes(file, bytes);
-    HKEY key = nullptr;
     testing::internal::CaptureStderr();
     for (int call = 0; call < 3; ++call) {
       EXPECT_EQ(Open(u"Kept"), ERROR_BADDB);
-      EXPECT_EQ(RegCreateKeyExW(HKEY_USERS, u"k", 0, nullptr, 0, KEY_READ, nullptr, &key, nullptr), ERROR_BADDB);
       EXPECT_EQ(Set(HKEY_LOCAL_MACHINE, u"v", "x"), ERROR_BADDB);
       EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"Kept"), ERROR_BADDB);
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "query/query_host.h"
+#include "tests/support/fake_plugins.h"
 
 namespace portwise {
 
@@ -53,7 +54,7 @@ struct ScriptedConnection final : Connection {
 /// A port with such a printer and both sides of a plug-in. `events` tells what happened, in order: "W:" and bytes that
 /// the connection was given, "P:" the protocol plug-in, "open", "m23" and "p16" for notifications, "+" and what the
 /// plug-in shall remember, "-" when it forgets.
-struct FakePrinterHost final : QueryHost, MonitorInterface, ProtocolInterface {
+struct FakePrinterHost final : QueryHost, FakeMonitorInterface, FakeProtocolInterface {
   Connection& PrinterConnection() override { return connection; }
   MonitorInterface& Plugin() override { return *this; }
   ProtocolInterface& Protocol() override { return *this; }
@@ -64,21 +65,13 @@ struct FakePrinterHost final : QueryHost, MonitorInterface, ProtocolInterface {
   void SetStatusOffline() override { events.push_back("offline"); }
   void Warn(const OString& text) override { warnings.push_back(text.InCodePage(kCodePageOneByte)); }
 
-  bool SupportsStatus(ConnectionKind) override { return true; }
-  bool VetoesVerification(ConnectionKind) override { return false; }
-  bool SupportsBufferSpace() override { return false; }
-  bool HasStatusChannel() override { return false; }
   void Notify(PluginEvent event) override {
     const std::string text = "m" + std::to_string(static_cast<DWORD>(event));
     if (events.back() != text) events.push_back(text);
   }
-  LONG BuildRequest(void*, DWORD) override { return 0; }
-  LONG ParseResponse(const void*, DWORD, PluginStatus*) override { return 0; }
-  bool StatusWithoutRequest(PluginStatus*) override { return false; }
   PluginVerdict PassData(const void* data, DWORD length) override {
     return verdict ? verdict(std::string(static_cast<const char*>(data), length)) : PluginVerdict::None;
   }
-  DWORD SpecialOperation(const OString&, const OString&, DWORD, const void*, DWORD) override { return 0; }
   void RememberRequest(std::string_view bytes, const char* parameters) override {
     events.push_back("+" + std::string(bytes) + "|" + (parameters ? parameters : "none"));
   }

@@ -97,9 +97,10 @@ class AnsweringConnection final : public Connection {
         *read = std::min(size, static_cast<DWORD>(bytes.size()));
         std::copy_n(bytes.data(), *read, static_cast<char*>(buffer));
         bytes.erase(0, *read);
-        if (!bytes.empty()) return true;
-        pending_.pop_front();
-        since_ = GetTickCount();
+        if (bytes.empty()) {
+          pending_.pop_front();
+          since_ = GetTickCount();
+        }
         return true;
       }
     }
@@ -135,17 +136,14 @@ class TellingPlugin final : public FakeMonitorInterface {
     *told = PluginStatus{PluginStatus::kCode, knownCode};
     return knownCode != 0;
   }
-  /// The thread's alone here, and of no interest.
-  void RememberRequest(std::string_view, const char*) override {}
-  void ForgetRequest() override {}
 
  private:
   static PluginStatus Parse(const std::string& line) {
     PluginStatus told;
     int extra = 0;
+    if (line == "throw\n") throw std::runtime_error("a fault of the plug-in");
     std::istringstream text(line);
     for (std::string word; text >> word;) {
-      if (word == "throw") throw std::runtime_error("a fault of the plug-in");
       const bool isLetter = word[0] == 't' || word[0] == 'a';
       const auto number = static_cast<DWORD>(std::stoul(word.substr(isLetter ? 1 : 0)));
       if (word[0] == 't') {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <set>
 #include <thread>
@@ -47,12 +46,13 @@ class StatusMonitorTest : public ::testing::Test {
     port.Set(kIdleInterval, kLong);
     return port;
   }
-  static void AddRequest(FakeStatusPort& port, const char* command, const std::function<void(QueryRequest&)>& change) {
+  static void AddRequest(FakeStatusPort& port, const char* command, DWORD startTime = 0, DWORD repeatInterval = 0) {
     auto request = std::make_unique<QueryRequest>();
     request->id = request->name = "r";
     request->queryId = "q";
     request->command = command;
-    change(*request);
+    request->startTime = startTime;
+    request->repeatInterval = repeatInterval;
     port.monitor.Requests().Add(std::move(request));
     SetEvent(port.events.Query());
   }
@@ -60,10 +60,9 @@ class StatusMonitorTest : public ::testing::Test {
   void StartAll() {
     for (const auto& port : ports_) ASSERT_TRUE(port->monitor.Start());
   }
-  static DWORD TimeToStop(FakeStatusPort& port) {
-    const DWORD begin = GetTickCount();
-    port.monitor.Stop();
-    return GetTickCount() - begin;
+  static void Eventually(const std::function<bool()>& condition) {
+    for (const DWORD begin = GetTickCount(); !condition() && GetTickCount() - begin < 2 * kMoment;) Sleep(50);
+    EXPECT_TRUE(condition());
   }
 
   TemporaryHome home_;
@@ -182,7 +181,7 @@ TEST_F(StatusMonitorTest, RestsWhileBidirectionalSupportIsOff) {
   ASSERT_TRUE(port.journal.WaitFor("status 1", 1, 2000 + kMoment));
   EXPECT_EQ(port.monitor.CurrentStatus(), PrinterStatus(0x10000000));
   port.journal.Clear();
-  AddRequest(port, "A", [](QueryRequest&) {});
+  AddRequest(port, "A");
   port.monitor.SetStatusOffline();
   Sleep(5000);
   EXPECT_TRUE(port.events.RequestStatus(1000)) << "nobody waits for an answer that cannot come";
@@ -299,7 +298,6 @@ TEST_F(StatusMonitorTest, GoesTheWayThatConnectionAndPluginHave) {
       {Kind::Tcp, false, " begin protocol m21 sent ?\n m22 end"},
       {Kind::Tcp, true, " begin close open-status protocol m21 sent ?\n m22 close open end"},
       {Kind::Usb, true, " begin protocol m21 sent ?\n m22 end"},
-      {Kind::Com, false, " begin protocol m21 sent ?\n m22 end"},
   };
   for (const auto& row : rows) {
     FakeStatusPort& port = AddPort(2, "1\n", row.kind);
@@ -322,27 +320,24 @@ TEST_F(StatusMonitorTest, ConcludesWithoutAnAnswer) {
     Kind kind;
     const char* said;  // instead of a question and its answer
   } rows[] = {
-      {"what the plug-in knows", [](FakeStatusPort& port) { port.plugin.knownCode = 9; }, Kind::Tcp, " status 9"},
-      {"that the printer is gone", [](FakeStatusPort& port) { port.connection.connected = false; }, Kind::Usb,
+      {"what the plug-in knows", [](auto& port) { port.plugin.knownCode = 9; }, Kind::Tcp, " status 9"},
+      {"that the printer is gone", [](auto& port) { port.connection.connected = false; }, Kind::Usb,
        " silence status 5"},
       {"that the status channel of a printer is refused that has answered",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          PrinterRegistry(port.JobPrinter()).SetBool(kKnown, true);
          port.plugin.statusChannel = port.connection.refusesStatus = true;
        },
        Kind::Tcp, " status 5"},
       {"that both channels are refused",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          port.plugin.statusChannel = port.connection.refusesStatus = port.connection.refusesPrint = true;
        },
        Kind::Tcp, " silence status 5"},
-      {"that a document is refused over TCP", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Tcp,
-       " status 5"},
-      {"nothing of a refused document at COM", [](FakeStatusPort& port) { port.refusesDocuments = true; }, Kind::Com,
-       ""},
-      {"nothing, when there is no request", [](FakeStatusPort& port) { port.plugin.request.clear(); }, Kind::Tcp, ""},
-      {"nothing of a printer that takes nothing", [](FakeStatusPort& port) { port.connection.refuses = true; },
-       Kind::Tcp, ""},
+      {"that a document is refused over TCP", [](auto& port) { port.refusesDocuments = true; }, Kind::Tcp, " status 5"},
+      {"nothing of a refused document at COM", [](auto& port) { port.refusesDocuments = true; }, Kind::Com, ""},
+      {"nothing, when there is no request", [](auto& port) { port.plugin.request.clear(); }, Kind::Tcp, ""},
+      {"nothing of a printer that takes nothing", [](auto& port) { port.connection.refuses = true; }, Kind::Tcp, ""},
   };
   for (const auto& row : rows) {
     FakeStatusPort& port = AddPort(2, "1\n", row.kind);
@@ -386,11 +381,11 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
   FakeStatusPort& polled = AddIdlePort(2);
   ASSERT_TRUE(port.monitor.Start() && polled.monitor.Start());
   ASSERT_TRUE(port.monitor.WaitStarted() && polled.monitor.WaitStarted());
-  DWORD begin = GetTickCount();
-  AddRequest(port, "NOW", [](QueryRequest&) {});
-  AddRequest(port, "LATER", [](QueryRequest& request) { request.startTime = TickAfter(6000); });
-  AddRequest(port, "AGAIN", [](QueryRequest& request) { request.repeatInterval = 3000; });
-  AddRequest(polled, "LATER", [](QueryRequest& request) { request.startTime = TickAfter(6000); });
+  const DWORD begin = GetTickCount();
+  AddRequest(port, "NOW");
+  AddRequest(port, "LATER", TickAfter(6000));
+  AddRequest(port, "AGAIN", 0, 3000);
+  AddRequest(polled, "LATER", TickAfter(6000));
   const struct {
     const char* command;
     size_t times;
@@ -407,8 +402,8 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
 
   // In the midst of a job a request waits, also one that repeats, and the thread rests meanwhile.
   port.inJobData = polled.inJobData = true;
-  AddRequest(port, "ALONE", [](QueryRequest&) {});
-  AddRequest(polled, "ALONE", [](QueryRequest&) {});
+  AddRequest(port, "ALONE");
+  AddRequest(polled, "ALONE");
   SetEvent(port.events.Query());
   Sleep(4000);
   const size_t again = port.journal.Count("sent AGAIN"), cycles = port.journal.Count("refresh");
@@ -424,12 +419,11 @@ TEST_F(StatusMonitorTest, RunsRequestsAndQueriesWhenTheyAreDue) {
 
   // A run of the queue goes before polling.
   polled.journal.Clear();
-  begin = GetTickCount();
   polled.monitor.Queries().Add("Q1", "one");
   polled.monitor.Queries().Add("Q2", "two");
   ASSERT_TRUE(polled.monitor.BeginQueries());
   SetEvent(polled.events.Query());
-  while (polled.monitor.IsQuerying() && GetTickCount() - begin < kMoment) Sleep(50);
+  Eventually([&] { return !polled.monitor.IsQuerying(); });
   const std::string sent = polled.journal.Only({kAsked, "sent Q1", "sent Q2"});
   EXPECT_NE(sent.find(" sent Q1 sent Q2"), std::string::npos) << sent;
   EXPECT_EQ(polled.monitor.Queries().ResponseAt(1), "1\n");
@@ -442,15 +436,12 @@ TEST_F(StatusMonitorTest, DoesNotWaitForEverForARefusedStatusChannel) {
   ASSERT_TRUE(port.monitor.Start() && port.journal.WaitFor("status 1"));
   port.connection.refusesStatus = true;
   EXPECT_TRUE(port.journal.WaitFor("status 5"));
-  AddRequest(port, "A", [](QueryRequest&) {});
+  AddRequest(port, "A");
   port.monitor.Queries().Add("Q", "q");
   ASSERT_TRUE(port.monitor.BeginQueries());
-  const DWORD begin = GetTickCount();
-  const auto ended = [&] {
+  Eventually([&] {
     return !port.monitor.IsQuerying() && port.monitor.Requests().FindCopy("q", "r")->status == RequestStatus::Failed;
-  };
-  while (!ended() && GetTickCount() - begin < 2 * kMoment) Sleep(50);
-  EXPECT_TRUE(ended());
+  });
   EXPECT_FALSE(port.monitor.BeginQueries()) << "the job that waits for them goes on";
   port.connection.refusesStatus = false;
   EXPECT_TRUE(port.journal.WaitFor("status 1", 2));
@@ -463,16 +454,12 @@ TEST_F(StatusMonitorTest, NeitherWaitsForEverForARefusedDocumentNorHastens) {
       port.refusesDocuments = true;
       port.Set(kIdleInterval, 1000);
       port.Set(kSendTimeout, 5000);
-      AddRequest(port, "A", [](QueryRequest&) {});
+      AddRequest(port, "A");
     }
   }
   StartAll();
   for (const auto& port : ports_) {
-    const auto status = [&] { return port->monitor.Requests().FindCopy("q", "r")->status; };
-    for (const DWORD begin = GetTickCount(); GetTickCount() - begin < 2 * kMoment; Sleep(50)) {
-      if (status() != RequestStatus::Pending) break;
-    }
-    EXPECT_EQ(status(), RequestStatus::Failed);
+    Eventually([&] { return port->monitor.Requests().FindCopy("q", "r")->status == RequestStatus::Failed; });
     EXPECT_GE(port->journal.Count("begin"), 2u);
     EXPECT_LE(port->journal.Count("begin"), 10u);
     EXPECT_EQ(port->journal.Count("status 5"), 0u) << "which nobody follows";
@@ -502,9 +489,8 @@ TEST_F(StatusMonitorTest, LeavesAPrinterTimeForPrintData) {
   for (const DWORD begin = GetTickCount(); GetTickCount() - begin < 12000; Sleep(100)) {
     for (const auto& port : ports_) port->monitor.Touch();
   }
-  for (size_t i = 0; i < std::size(rows); ++i) {
+  for (size_t i = 0; i < std::size(rows); ++i)
     EXPECT_EQ(ports_[i]->journal.Count(kAsked) > 0, rows[i].asks) << rows[i].what;
-  }
   EXPECT_TRUE(ports_[0]->journal.WaitFor(kAsked, 1, 2000 + kMoment));
 }
 
@@ -544,28 +530,27 @@ TEST_F(StatusMonitorTest, StopsWhereverItWaits) {
     LONG mode = 2;
     const char* signOfIt = "refresh";
   } rows[] = {
-      {"idle", [](FakeStatusPort&) {}, 0},
-      {"for the next poll", [](FakeStatusPort&) {}},
-      {"without bidirectional support", [](FakeStatusPort& port) { port.SetBidirectional(false); }},
-      {"while the printer cannot be opened", [](FakeStatusPort& port) { port.failingLoads = 1000000; }, 2, "load"},
-      {"offline", [](FakeStatusPort& port) { port.monitor.SetStatusOffline(); }},
-      {"for an answer", [](FakeStatusPort& port) { SetEvent(port.events.StatusRequest()); }, 2, kAsked},
+      {"idle", [](auto&) {}, 0},
+      {"for the next poll", [](auto&) {}},
+      {"without bidirectional support", [](auto& port) { port.SetBidirectional(false); }},
+      {"while the printer cannot be opened", [](auto& port) { port.failingLoads = 1000000; }, 2, "load"},
+      {"offline", [](auto& port) { port.monitor.SetStatusOffline(); }},
+      {"for an answer", [](auto& port) { SetEvent(port.events.StatusRequest()); }, 2, kAsked},
       {"for a printer that takes nothing",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          port.connection.refuses = true;
          SetEvent(port.events.StatusRequest());
        },
        2, "refused ?\n"},
-      {"for the answer to a request", [](FakeStatusPort& port) { AddRequest(port, "A", [](QueryRequest&) {}); }, 0,
-       "sent A"},
+      {"for the answer to a request", [](auto& port) { AddRequest(port, "A"); }, 0, "sent A"},
       {"for the answer to a query",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          port.monitor.Queries().Add("Q", "query");
          port.monitor.Queries().BeginQueries();
        },
        0, "sent Q"},
       {"for the printer to work on its data",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          port.Set(kActiveInterval, kLong);
          port.monitor.BeginJob();
          port.jobOpen = true;
@@ -573,7 +558,7 @@ TEST_F(StatusMonitorTest, StopsWhereverItWaits) {
        },
        2, "protocol"},
       {"for the connection",
-       [](FakeStatusPort& port) {
+       [](auto& port) {
          port.connection.Lock();
          SetEvent(port.events.StatusRequest());
        }},
@@ -591,7 +576,9 @@ TEST_F(StatusMonitorTest, StopsWhereverItWaits) {
     ASSERT_TRUE(port.journal.WaitFor(rows[i].signOfIt));
     Sleep(300);
     const bool wasOffline = port.monitor.CurrentStatus() == PrinterStatus(5);
-    EXPECT_LT(TimeToStop(port), kMoment);
+    const DWORD begin = GetTickCount();
+    port.monitor.Stop();
+    EXPECT_LT(GetTickCount() - begin, kMoment);
     // It leaves a ready printer behind, and nothing open.
     EXPECT_EQ(port.journal.Only({"status 1", "unload"}).ends_with(" status 1 unload"),
               wasOffline || rows[i].where == std::string("without bidirectional support"));

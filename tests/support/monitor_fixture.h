@@ -10,8 +10,10 @@
 #include "monitor/port_list.h"
 #include "platform/test_clock.h"
 #include "settings/registry.h"
+#include "tests/support/fake_port_link.h"
 #include "tests/support/fake_port_monitor.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/last_error.h"
 #include "tests/support/temporary_home.h"
 #include "xpml/port/command_table.h"
 
@@ -40,26 +42,23 @@ class MonitorFixture : public ::testing::Test {
     return opened ? handle : nullptr;
   }
 
-  static BOOL Start(HANDLE port, DWORD job) {
+  static BOOL Start(HANDLE port, DWORD job, OString printer = "Labels") {
     WCHAR document[] = TEXT("document");
-    WCHAR printer[] = TEXT("Labels");
     DOC_INFO_1W info = {document, nullptr, nullptr};
-    return lmStartDocPortW(port, printer, job, 1, reinterpret_cast<LPBYTE>(&info));
+    return lmStartDocPortW(port, const_cast<LPWSTR>(printer.Wide()), job, 1, reinterpret_cast<LPBYTE>(&info));
   }
 
-  static BOOL Write(HANDLE port, std::string_view data, DWORD* written) {
+  static BOOL Write(HANDLE port, std::string_view data, DWORD* written = nullptr) {
+    DWORD ignored = 0;
     return lmWritePortW(port, reinterpret_cast<LPBYTE>(const_cast<char*>(data.data())), static_cast<DWORD>(data.size()),
-                        written);
+                        written ? written : &ignored);
   }
 
-  static void AddTcpPort(const char* name, unsigned tcpPort) {
-    ORegistry registry;
-    const OString key = OString("PRINT:Monitors/Standard TCP//IP Port/Ports/") + name;
-    registry.SetString(key + "/HostName", "");
-    registry.SetString(key + "/IPAddress", "127.0.0.1");
-    registry.SetDword(key + "/PortNumber", tcpPort);
-    registry.SetDword(key + "/Protocol", 1);
+  static bool Print(HANDLE port, DWORD job, std::string_view data) {
+    return Start(port, job) && Write(port, data) && lmEndDocPortW(port);
   }
+
+  static void AddTcpPort(const char* name, unsigned tcpPort) { RegisterPort(name, "", "127.0.0.1", tcpPort); }
 
   /// A setting of the printer "Labels", by its path below "Settings:".
   static OString Setting(const char* path) {

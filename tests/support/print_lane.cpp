@@ -11,11 +11,6 @@ using Json = nlohmann::json;
 
 namespace {
 
-void Require(const Json& order) {
-  const Json answer = Ask(order).head;
-  EXPECT_EQ(answer.value("error", 1u), 0u) << order << answer;
-}
-
 std::vector<std::string> LinesOf(const std::string& path) {
   std::vector<std::string> lines;
   std::istringstream text(ReadFile(path));
@@ -37,10 +32,8 @@ PrintLane::PrintLane(const SpoolerHome& home, const std::string& name, std::uniq
   Require(printer);
   const std::string folder = " --no-header --dir " + home_.File("logs-" + name);
   for (const std::string log :
-       {"jobs --fields JobName,Size,PageCount,Warnings,Errors,Status", "events --type events --fields EventID"}) {
-    const ProgramResult added = RunProgram("portwise log add " + name + " " + log + folder);
-    EXPECT_EQ(added.code, 0) << added.output;
-  }
+       {"jobs --fields JobName,Size,PageCount,Warnings,Errors,Status", "events --type events --fields EventID"})
+    ExpectRun("log add " + name + " " + log + folder);
 }
 
 std::string PrintLane::StateOf() const {
@@ -56,6 +49,10 @@ bool PrintLane::Carry(const std::string& step, const std::string& data) {
     EXPECT_TRUE(came) << name_ << ": " << step << ", but " << GetJob(job_);
     return came;
   };
+  if (verb == "stick") {
+    peer_->Order("pause");
+    return Carry("print", data) && Carry("await-reason failed on the device", data);
+  }
   if (verb == "print") {
     document_ = name_ + "-" + std::to_string(++number_);
     job_ = Submit(name_, data, document_);
@@ -74,7 +71,7 @@ bool PrintLane::Carry(const std::string& step, const std::string& data) {
   } else if (verb == "await") {
     return awaits([&] { return StateOf() == rest; });
   } else if (verb == "await-reason") {
-    return awaits([&] { return GetJob(job_).value("reason", "").find(rest) != std::string::npos; });
+    return awaits([&] { return SaysWhy(job_, rest); });
   } else if (verb == "await-pages") {
     return awaits([&] { return peer_->Figure("pages") >= std::stoull(rest) && peer_->Figure("waiting") > 0; });
   } else {

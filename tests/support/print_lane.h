@@ -30,9 +30,10 @@ class PrintLane {
   const std::string& Name() const { return name_; }
   unsigned Job() const { return job_; }
 
-  /// A step of a script: "print", "job pause|resume|cancel", "printer ORDER", "await STATE",
-  /// "await-end" (printed or held), "await-reason TEXT", "await-pages N" (printed, and more wait), "sleep MS". False,
-  /// with a failure of the test, when what is awaited does not happen.
+  /// A step of a script: "print", "stick" (to a printer that stops reading, until the job shows it), "job
+  /// pause|resume|cancel", "printer ORDER", "await STATE", "await-end" (printed or held), "await-reason TEXT",
+  /// "await-pages N" (printed, and more wait), "sleep MS". False, with a failure of the test, when what is awaited does
+  /// not happen.
   bool Carry(const std::string& step, const std::string& data);
   /// Of the job that was printed last, once it has ended.
   JobTrace Trace();

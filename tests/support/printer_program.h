@@ -1,16 +1,12 @@
 #pragma once
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <string>
+
+#include "tests/support/peer_socket.h"
 
 namespace portwise {
 
@@ -22,7 +18,7 @@ class PrinterProgram {
     unsigned port = 0, control = 0;
     EXPECT_EQ(std::fscanf(program_, "%d ready %u %u", &process_, &port, &control), 3);
     port_ = static_cast<std::uint16_t>(port);
-    control_ = Connect(static_cast<std::uint16_t>(control));
+    control_ = Connect(static_cast<int>(control));
   }
   ~PrinterProgram() {
     ::close(control_);
@@ -36,11 +32,8 @@ class PrinterProgram {
 
   /// A connected socket, or -1.
   static int Connect(int port) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int socket = peer::Open();
+    const sockaddr_in address = peer::Loopback(static_cast<unsigned>(port));
     if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return socket;
     ::close(socket);
     return -1;
@@ -60,10 +53,7 @@ class PrinterProgram {
   static std::string Receive(int socket, int milliseconds = 5000) {
     std::string received;
     char unit = 0;
-    pollfd readable = {socket, POLLIN, 0};
-    while (unit != '\x03' && ::poll(&readable, 1, milliseconds) > 0 && ::read(socket, &unit, 1) == 1) {
-      received += unit;
-    }
+    while (unit != '\x03' && peer::Readable(socket, milliseconds) && ::read(socket, &unit, 1) == 1) received += unit;
     return received;
   }
 

@@ -58,6 +58,12 @@ bool SpoolerHome::Start(unsigned long fileLimit) {
   return size > 0 && std::string(line) == "ready\n";
 }
 
+bool SpoolerHome::Start(const std::string& port, const std::vector<std::string>& printers) {
+  const bool started = Start();
+  AddPort(port, printers);
+  return started;
+}
+
 std::string SpoolerHome::Errors() const { return ReadFile(File("errors")); }
 
 void SpoolerHome::Signal(int signal) { kill(process_, signal); }
@@ -97,7 +103,12 @@ unsigned Submit(const std::string& printer, const std::string& data, const std::
 
 Json GetJob(unsigned job) { return Ask({{"op", "job-get"}, {"job", job}}).head; }
 
-std::size_t JobCount() { return Json::parse(Ask({{"op", "job-list"}, {"after", 0u}}).body).size(); }
+Json JobList() { return Json::parse(Ask({{"op", "job-list"}, {"after", 0u}}).body); }
+
+void Require(const Json& order) {
+  const Json answer = Ask(order).head;
+  EXPECT_EQ(answer.value("error", 1u), 0u) << order << answer;
+}
 
 unsigned Control(unsigned job, unsigned command) {
   return Ask({{"op", "job-control"}, {"job", job}, {"command", command}}).head.value("error", 1u);
@@ -106,6 +117,11 @@ unsigned Control(unsigned job, unsigned command) {
 bool HasState(unsigned job, const std::string& state, const std::string& reason) {
   const Json found = GetJob(job);
   return found.value("state", "") == state && found.value("reason", "").find(reason) != std::string::npos;
+}
+
+bool SaysWhy(unsigned job, const std::string& reason) {
+  const std::string told = GetJob(job).value("reason", "");
+  return !told.empty() && told.find(reason) != told.npos;
 }
 
 bool Gone(unsigned job, const std::string& outcome) { return GetJob(job).value("outcome", "") == outcome; }

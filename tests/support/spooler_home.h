@@ -13,7 +13,7 @@
 namespace portwise::test {
 
 /// A home of its own with the real spooler program, which drives the fake monitor unless told otherwise. Its network
-/// service is off. Makes itself the home of this process; removed with everything in it when destroyed.
+/// service is off. It is the home of this process; removed with everything in it when destroyed.
 class SpoolerHome {
  public:
   /// `driver` is the monitor that the spooler loads.
@@ -27,6 +27,8 @@ class SpoolerHome {
 
   /// True when the spooler said that it is ready. `fileLimit` bounds what it may write to one file.
   bool Start(unsigned long fileLimit = 0);
+  /// Starts it and gives it a file port with these printers.
+  bool Start(const std::string& port, const std::vector<std::string>& printers);
   /// Its standard error so far.
   std::string Errors() const;
   void Signal(int signal);
@@ -45,21 +47,27 @@ class SpoolerHome {
   int process_ = 0;
 };
 
-/// An order over a connection of its own, and over a given one.
+/// An order over a connection of its own.
 platform::Message Ask(const nlohmann::json& order);
 /// The id of the acknowledged job, or 0.
 unsigned Submit(const std::string& printer, const std::string& data, const std::string& document = "test");
 nlohmann::json GetJob(unsigned job);
-/// The number of jobs in the queue.
-std::size_t JobCount();
+/// The jobs in the queue.
+nlohmann::json JobList();
+inline std::size_t JobCount() { return JobList().size(); }
 unsigned Control(unsigned job, unsigned command);
 /// Whether the job is in the queue in this state, with a reason that holds this text.
 bool HasState(unsigned job, const std::string& state, const std::string& reason = {});
+/// Whether the job shows a reason that holds this text; any when it is empty.
+bool SaysWhy(unsigned job, const std::string& reason = {});
 /// Whether the job has left the queue in this way: "printed" or "deleted".
 bool Gone(unsigned job, const std::string& outcome);
 
 /// A printer, opened through the spooler's calls.
 unique_printer OpenPrinterOf(const std::u16string& name, DWORD access = PRINTER_ACCESS_USE);
+
+/// Carries an order out, which must be possible.
+void Require(const nlohmann::json& order);
 
 /// Reads a file; empty when there is none.
 std::string ReadFile(const std::string& path);

@@ -7,6 +7,7 @@
 #include "core/hex.h"
 #include "settings/registry.h"
 #include "tests/support/fake_printer.h"
+#include "tests/support/files.h"
 #include "tests/support/spooler_home.h"
 
 namespace portwise::test {
@@ -18,8 +19,7 @@ using Json = nlohmann::json;
 class DriverRequests : public testing::Test {
  protected:
   DriverRequests() : home_("portwise.dll") {
-    EXPECT_TRUE(home_.Start()) << home_.Errors();
-    home_.AddPort("dock", {"Labels", "More Labels"});
+    EXPECT_TRUE(home_.Start("dock", {"Labels", "More Labels"})) << home_.Errors();
   }
 
   void Expect(const std::string& command, int code, const std::string& output) {
@@ -48,18 +48,13 @@ TEST_F(DriverRequests, TravelInThreeForms) {
   const ProgramResult bytes = RunProgram(R"(true; printf '<uppercase>a\000</uppercase>\377' | )" + ProgramFolder() +
                                          "/portwise xpml Labels | od -An -tx1");
   EXPECT_THAT(bytes.output, HasSubstr(" 41 00 ff\n"));
-  for (const char* channel : {"stored", "inline"}) {
-    Expect("Labels '<a></a>' --channel " + std::string(channel), 0, "");
-    const std::string large(200000, 'x');
-    const ProgramResult result =
-        RunProgram("portwise xpml Labels --channel " + std::string(channel) + " < " + home_.File("large"));
-    EXPECT_NE(result.code, 0) << "no such file";
-    FILE* const file = fopen(home_.File("large").c_str(), "w");
-    fputs(("<reverse>" + large + "y</reverse>").c_str(), file);
-    fclose(file);
-    Expect("Labels - --channel " + std::string(channel) + " < " + home_.File("large"), 0, "y" + large);
-    std::remove(home_.File("large").c_str());
+  const std::string large(200000, 'x');
+  WriteBytes(home_.File("large"), "<reverse>" + large + "y</reverse>");
+  for (const std::string channel : {"stored", "inline"}) {
+    Expect("Labels '<a></a>' --channel " + channel, 0, "");
+    Expect("Labels - --channel " + channel + " < " + home_.File("large"), 0, "y" + large);
   }
+  EXPECT_NE(RunProgram("portwise xpml Labels < " + home_.File("none")).code, 0);
   Expect("Nobody x", 1, "portwise: there is no printer Nobody; 'portwise printer list' shows them\n");
   Expect("Labels ''", 1, "portwise: the request is empty\n");
   Expect("Labels abc --channel inline", 1, "portwise: an inline request begins with \"<\"\n");
@@ -81,7 +76,7 @@ TEST_F(DriverRequests, ReachTheMonitorAsPrinterDataOfEverySize) {
               {u"XPML:Labels,Sized", 4, std::string("\5\0\0\0", 4)},
               {u"Monitoring Enabled", 1, "\1"}};
   for (const auto& row : rows) {
-    for (DWORD size = 0; size < row.needed + 2; ++size) {
+    for (const DWORD size : {0u, row.needed - 1, row.needed, row.needed + 1}) {
       registry.SetBinary("LOCAL:XPML/Sized", request.data(), static_cast<DWORD>(request.size()));
       const bool enough = size >= row.needed;
       EXPECT_EQ(Get(printer, row.value, size), enough ? ERROR_SUCCESS : DWORD{ERROR_MORE_DATA}) << size;
@@ -119,11 +114,8 @@ TEST_F(DriverRequests, AreAnsweredWhileThePortPrints) {
 TEST(DriverRequestsElsewhere, OfAMonitorThatAnswersLittle) {
   SpoolerHome home;
   SpoolerHome::Set("Refuse Open", 1);
-  ASSERT_TRUE(home.Start()) << home.Errors();
-  home.AddPort("dock", {"Labels"});
-  const ProgramResult closed = RunProgram("portwise xpml Labels '<a></a>x'");
-  EXPECT_EQ(closed.code, 1);
-  EXPECT_EQ(closed.output, "portwise: the port of printer Labels is not open\n");
+  ASSERT_TRUE(home.Start("dock", {"Labels"})) << home.Errors();
+  ExpectRun("xpml Labels '<a></a>x'", 1, "portwise: the port of printer Labels is not open\n");
   SpoolerHome::Set("Refuse Open", 0);
   EXPECT_TRUE(Eventually([] {
     return RunProgram("portwise xpml Labels x").output ==
@@ -141,7 +133,7 @@ TEST(DriverRequestsElsewhere, OfAMonitorThatAnswersLittle) {
   remover.join();
   EXPECT_THAT(ReadFile(home.File("fake.log")), testing::EndsWith("data begins\ndata of dock\nclose dock\n"));
   home.Stop();
-  EXPECT_THAT(RunProgram("portwise xpml Labels x").output, HasSubstr("no spooler answers"));
+  ExpectRun("xpml Labels x", 1, "no spooler answers");
 }
 
 /// One of two computers that share a printer.

@@ -22,7 +22,7 @@ void Report(LPCWSTR source, std::vector<LPCWSTR> strings, WORD type, DWORD id) {
   DeregisterEventSource(handle);
 }
 
-Json AskEvents(const std::string& options) { return RunJson("events " + options); }
+Json AskEvents(const std::string& options = {}) { return RunJson("events " + options); }
 
 TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   SpoolerHome home;
@@ -34,20 +34,19 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   Report(u"Unknown", {u"gr\u00FC\u00DFe"}, EVENTLOG_ERROR_TYPE, 7);
 
   // Without the message file there are only the strings; the spooler brings it, and mends it.
-  EXPECT_EQ(AskEvents("")[0]["text"], "shown\r\nbelow\x1b\u009b1m\r\n\r\nsecond");
-  const auto library = home.Path() + "/drive_c/Windows/System32/msgtable.dll";
-  std::filesystem::create_directories(std::filesystem::path(library).parent_path());
-  WriteBytes(library, "old");
+  EXPECT_EQ(AskEvents()[0]["text"], "shown\r\nbelow\x1b\u009b1m\r\n\r\nsecond");
+  const std::string system = home.File("drive_c/Windows/System32/");
+  std::filesystem::create_directories(system);
+  WriteBytes(system + "msgtable.dll", "old");
   ASSERT_TRUE(home.Start()) << home.Errors();
-  EXPECT_EQ(ReadFile(library), ReadFile(ProgramFolder() + "/msgtable.dll"));
-  EXPECT_TRUE(ReadFile(home.Path() + "/drive_c/Windows/System32/portwise.ddz") ==
-              ReadFile(ProgramFolder() + "/portwise.ddz"));
+  for (const char* name : {"msgtable.dll", "portwise.ddz"})
+    EXPECT_TRUE(ReadFile(system + name) == ReadFile(ProgramFolder() + "/" + name)) << name;
   EXPECT_EQ(home.Stop(), 0);
 
   const std::string lines = RunProgram("portwise events").output;
   EXPECT_THAT(lines, HasSubstr("  System  Known  warning  0x80FF0500  shown\n    below??1m\n2"));
   EXPECT_THAT(lines, HasSubstr("  Application  Unknown  error  0x00000007  gr\u00FC\u00DFe\n"));
-  const Json all = AskEvents("");
+  const Json all = AskEvents();
   ASSERT_EQ(all.size(), 2u) << all;
   EXPECT_THAT(all[0].value("time", ""), testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
   EXPECT_EQ(all[0]["strings"], Json::array({"shown\r\nbelow\x1b\u009b1m\r\n", "second"}));
@@ -55,7 +54,6 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   EXPECT_EQ(AskEvents("--severity error"), Json::array({all[1]}));
   EXPECT_EQ(AskEvents("--source known"), Json::array({all[0]}));
   EXPECT_EQ(AskEvents("--last 1"), Json::array({all[1]}));
-  EXPECT_EQ(AskEvents("--source known --severity error"), Json::array());
   EXPECT_NE(RunProgram("portwise events --severity bad").code, 0);
 
   FILE* follower = popen(("timeout 20 " + ProgramFolder() + "/portwise events --follow --json --last 1").c_str(), "r");
@@ -74,9 +72,7 @@ TEST(Events, CommandShowsFiltersFollowsAndTellsOfDamage) {
   EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 124) << "it had to be killed";
 
   WriteBytes(home.File("registry.db"), std::string(9000, 'x'));
-  const ProgramResult damaged = RunProgram("portwise events");
-  EXPECT_EQ(damaged.code, 1);
-  EXPECT_THAT(damaged.output, HasSubstr(home.File("registry.db")));
+  ExpectRun("events", 1, home.File("registry.db"));
 }
 
 }  // namespace

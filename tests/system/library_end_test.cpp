@@ -15,6 +15,7 @@
 #include "tests/support/fake_spooler.h"
 #include "tests/support/network_settings.h"
 #include "tests/support/temporary_home.h"
+#include "tests/support/web_client.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
@@ -36,16 +37,6 @@ void ExpectNoThreads() {
 #endif
   for (int i = 0; i < 200 && threads() > kOwn; ++i) Sleep(20);
   if (threads() > kOwn) _exit(4);
-}
-
-/// A client of the network service that sends nothing and never closes.
-void ConnectTo(unsigned port) {
-  sockaddr_in service = {};
-  service.sin_family = AF_INET;
-  service.sin_port = htons(static_cast<std::uint16_t>(port));
-  service.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const int client = socket(AF_INET, SOCK_STREAM, 0);
-  if (connect(client, reinterpret_cast<const sockaddr*>(&service), sizeof service) != 0) _exit(5);
 }
 
 /// Loads the library, opens a port and ends the process, maybe after freeing the library. The exit code is 0 when
@@ -74,7 +65,8 @@ void ConnectTo(unsigned port) {
   MONITOR2* const table = initialize(&init, &monitor);
   std::u16string portName = name, printer = u"Labels";
   if (!table->pfnOpenPortEx(monitor, below.Monitor(), portName.data(), printer.data(), &port, &below.table)) _exit(2);
-  if (!free) ConnectTo(networkPort);
+  WebClient client(0);  // sends nothing and never closes
+  if (!free && !client.Connect(networkPort)) _exit(5);
   Sleep(300);  // whatever runs for the port, runs
   if (free) {
     if (!FreeLibrary(library) || GetModuleHandleW(u"portwise.dll")) _exit(3);

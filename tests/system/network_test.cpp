@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "tests/support/files.h"
 #include "tests/support/network_settings.h"
 #include "tests/support/spooler_home.h"
 
@@ -14,8 +15,7 @@ TEST(NetworkService, ServesProgramsThatOthersWrote) {
   SpoolerHome home("portwise.dll");
   const unsigned port = FreePort();
   ConfigureNetworkService(port);
-  ASSERT_TRUE(home.Start()) << home.Errors();
-  home.AddPort("dock", {"Big Labels"});
+  ASSERT_TRUE(home.Start("dock", {"Big Labels"})) << home.Errors();
   const std::string place = "127.0.0.1:" + std::to_string(port);
   const std::string python = R"(python3 -c '
 import http.client, sys
@@ -33,11 +33,7 @@ sys.stdout.buffer.write(service.getresponse().read())' )" +
                 HasSubstr(std::string("ABC\0", 4)));
   }
   const std::string large(3000000, 'x');
-  {
-    FILE* const file = fopen(home.File("request").c_str(), "w");
-    fputs(("<reverse>" + large + "y</reverse>").c_str(), file);
-    fclose(file);
-  }
+  WriteBytes(home.File("request"), "<reverse>" + large + "y</reverse>");
   const ProgramResult posted =
       run("curl -sS http://" + place + "/xpml -d 'printer=Big Labels' --data-urlencode xpml@" + home.File("request"));
   EXPECT_TRUE(posted.output == "y" + large + std::string(1, '\0')) << posted.output.substr(0, 500);

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/lp.h>
-#include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/ioctl.h>
@@ -28,7 +27,9 @@
 #include "platform/text.h"
 #include "tests/support/fake_printer.h"
 #include "tests/support/fake_spooler.h"
+#include "tests/support/last_error.h"
 #include "tests/support/line_daemon.h"
+#include "tests/support/read_slowly.h"
 #include "tests/support/spooler_home.h"
 #include "tests/support/temporary_home.h"
 
@@ -207,25 +208,11 @@ class PortMonitors : public testing::Test {
   FakeSpooler spooler_;
 };
 
-/// Reads `size` bytes in small pieces, with pauses.
-std::string ReadSlowly(int file, std::size_t size) {
-  std::string data;
-  char piece[3001];
-  for (pollfd wait{file, POLLIN, 0}; data.size() < size && poll(&wait, 1, 3000) > 0;) {
-    const ssize_t got = read(file, piece, sizeof piece);
-    if (got <= 0) break;
-    data.append(piece, static_cast<std::size_t>(got));
-    if (data.size() % 7 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return data;
-}
-
 TEST_F(PortMonitors, RawTcpOutlivesWhatPrintersDo) {
   FakePrinter printer(8192);
   OpenPort port(Tcp(printer.Port()));
   printer.Refuse();
-  EXPECT_FALSE(port.Start());
-  EXPECT_EQ(GetLastError(), DWORD{WSAECONNREFUSED});
+  EXPECT_EQ(ErrorOf(port.Start()), WSAECONNREFUSED);
   printer.Listen();
 
   // A printer that does not read takes nothing after a while, and then has every byte once.
@@ -285,10 +272,8 @@ TEST_F(PortMonitors, LprJobsArriveWholeAfterEveryRefusal) {
     OpenPort port(Lpr(daemon.Port(), counting));
     const std::string document = "a\nUdfA000x ü" + std::string(200, 'n');
     // Without byte counting it is the spooler that tries again.
-    for (int refused = 0; !counting && refused < 3; ++refused) {
-      EXPECT_FALSE(port.Start(document));
-      EXPECT_EQ(GetLastError(), DWORD{ERROR_PRINTQ_FULL});
-    }
+    for (int refused = 0; !counting && refused < 3; ++refused)
+      EXPECT_EQ(ErrorOf(port.Start(document)), ERROR_PRINTQ_FULL);
     ASSERT_TRUE(port.Start(document));
     EXPECT_TRUE(port.WriteAll(data) && port.End());
     EXPECT_TRUE(Eventually([&] { return daemon.Jobs().size() == 2; }));
@@ -329,11 +314,8 @@ TEST_F(PortMonitors, LprJobsThatMayHavePrintedAreNotSentTwice) {
     spooler_.jobStatus = JOB_STATUS_DELETING;
     EXPECT_FALSE(port.End());
     spooler_.jobStatus = 0;
-    EXPECT_TRUE(counting || Eventually([&] { return daemon.Jobs().size() == 1; }));
-    EXPECT_TRUE(counting || !daemon.Jobs()[0].whole);
-    if (counting) {
-      EXPECT_TRUE(port.Print("whole"));
-    }
+    EXPECT_TRUE(counting || (Eventually([&] { return daemon.Jobs().size() == 1; }) && !daemon.Jobs()[0].whole));
+    EXPECT_TRUE(!counting || port.Print("whole"));
     ASSERT_TRUE(port.Start());
     ExpectDeletionEnds(port, [&] { return port.WriteAll(data) && port.End(); });
   }
@@ -347,8 +329,7 @@ TEST_F(PortMonitors, LprJobsThatMayHavePrintedAreNotSentTwice) {
 TEST_F(PortMonitors, DevicesMayBeSlowFullAbsentOrTaken) {
   const std::string path = MakePipe();
   OpenPort port(Device(PortKind::Usb, path));
-  EXPECT_FALSE(port.Start());
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+  EXPECT_EQ(ErrorOf(port.Start()), ERROR_NOT_READY);
   UniqueFd reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
   for (const std::string& data : {Payload(500000, 5), Payload(70000, 6)}) {
     auto received = std::async(std::launch::async, [&] { return ReadSlowly(reader.Get(), data.size()); });
@@ -358,8 +339,7 @@ TEST_F(PortMonitors, DevicesMayBeSlowFullAbsentOrTaken) {
   Port second = Device(PortKind::Parallel, path);
   second.name = "second";
   OpenPort taken(second);
-  EXPECT_FALSE(taken.Start());
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_BUSY});
+  EXPECT_EQ(ErrorOf(taken.Start()), ERROR_BUSY);
 
   // Full and never read: a bounded wait; the end of the document waits for the rest.
   port.SetTimeouts({0, 0, 0, 0, 3000});
@@ -392,8 +372,7 @@ TEST_F(PortMonitors, DevicesMayBeSlowFullAbsentOrTaken) {
   port.Close();
   OpenPort full(Device(PortKind::Parallel, "/dev/full"));
   ASSERT_TRUE(full.Start());
-  EXPECT_FALSE(full.Write("x", &written));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_OUT_OF_PAPER});
+  EXPECT_EQ(ErrorOf(full.Write("x", &written)), ERROR_OUT_OF_PAPER);
   full.Close();
   const std::string file = (home_.Path() / "file").string();
   std::ofstream(file) << "mine";
@@ -423,9 +402,8 @@ TEST_F(PortMonitors, DocumentsWithoutAJobDoNotHoldThePort) {
     ASSERT_TRUE(port.StartFor(0, "status") && port.WriteAll(std::string(size, 'x')));
     EXPECT_LT(TimeOf([&] { EXPECT_FALSE(port.End()); }), 15000);
     DWORD written = 0;
-    if (registered.protocol == PortProtocol::Lpr && !registered.byteCounting) {
-      EXPECT_FALSE(port.Write("outside of a document", &written));
-    }
+    const bool spools = registered.protocol == PortProtocol::Lpr && !registered.byteCounting;
+    EXPECT_FALSE(spools && port.Write("outside of a document", &written));
   }
 }
 
@@ -498,8 +476,7 @@ TEST(LineSettingsTest, AreWhatTheTextSays) {
   constexpr struct {
     const char* text;
     speed_t speed;
-    tcflag_t line;
-    tcflag_t flow;
+    tcflag_t line, flow;
   } kRows[] = {
       {"9600,n,8,1", B9600, CS8, 0},
       {"115200,E,7,2,xonxoff", B115200, CS7 | CSTOPB | PARENB, IXON | IXOFF},
@@ -514,9 +491,9 @@ TEST(LineSettingsTest, AreWhatTheTextSays) {
     termios terminal;
     std::memset(&terminal, 0xff, sizeof terminal);
     settings.ApplyTo(&terminal);
-    EXPECT_EQ(terminal.c_cflag & kLine, row.line) << row.text;
-    EXPECT_EQ(terminal.c_iflag & (IXON | IXOFF | IXANY), row.flow) << row.text;
-    EXPECT_EQ(cfgetospeed(&terminal), row.speed) << row.text;
+    EXPECT_TRUE((terminal.c_cflag & kLine) == row.line && cfgetospeed(&terminal) == row.speed &&
+                (terminal.c_iflag & (IXON | IXOFF | IXANY)) == row.flow)
+        << row.text;
   }
   for (const char* text : {"", "9600", "9600,n,8", "9601,n,8,1", "9600,n,9,1", "9600,n,8,3", "9600,z,8,1", "-1,n,8,1",
                            "9600,n,8,1,", "9600,n,8,1,xon,x", "9600,n,88,1", ",,,,"})
@@ -543,22 +520,12 @@ TEST_F(PortMonitors, DeviceRequestsReachTheDriver) {
   OpenPort parallel(Device(PortKind::Parallel, "/dev/null"));
   driver.deviceId = "\0\x0cMFG:A;CLS:"s;
   EXPECT_EQ(parallel.Control(kParallelId, 100), "MFG:A;CLS:\0"s);
-  constexpr struct {
-    int lines;
-    int status;
-  } kLines[] = {
-      {0xD8, 0x80},  // ready
-      {0x58, 0xC0},  // busy
-      {0xF8, 0x84},  // no paper
-      {0xC8, 0x08},  // off line
-      {0x40, 0x48},  // off line, with an error
-      {0x00, 0x10},  // off
-      {0x80, 0x10},  // off, seen through a cable
-      {0x18, 0xC0},  // of a USB printer, which has three lines
-  };
-  for (const auto& row : kLines) {
-    driver.lines = row.lines;
-    EXPECT_EQ(parallel.Control(kParallelStatus, 1), std::string(1, static_cast<char>(row.status))) << row.lines;
+  // Ready, busy, no paper, off line, that with an error, off, that seen through a cable, and a USB printer, which has
+  // three lines.
+  for (const auto& [lines, status] : std::initializer_list<std::pair<int, int>>{
+           {0xD8, 0x80}, {0x58, 0xC0}, {0xF8, 0x84}, {0xC8, 8}, {0x40, 0x48}, {0, 0x10}, {0x80, 0x10}, {0x18, 0xC0}}) {
+    driver.lines = lines;
+    EXPECT_EQ(parallel.Control(kParallelStatus, 1), std::string(1, static_cast<char>(status))) << lines;
   }
   EXPECT_EQ(parallel.Control(kParallelStatus, 0), "error 122");
   EXPECT_EQ(parallel.Control(kParallelModes, 2, "\xfa\xff"), "\2\0"s);

@@ -13,11 +13,14 @@ namespace {
 /// The program with a record folder and a small buffer.
 class PrinterTest : public testing::Test {
  protected:
-  int Connect(int port) { return PrinterProgram::Connect(port); }
+  static int Connect(int port) { return PrinterProgram::Connect(port); }
+  static void Send(int socket, const std::string& data) {
+    ASSERT_EQ(::send(socket, data.data(), data.size(), MSG_NOSIGNAL), static_cast<ssize_t>(data.size()));
+  }
   std::string Order(const std::string& order) { return printer_.Order(order); }
   /// Sends a request and returns the answer's text.
   std::string Ask(int socket, const std::string& request = "\x1b?ST\r\n") {
-    EXPECT_EQ(::send(socket, request.data(), request.size(), MSG_NOSIGNAL), static_cast<ssize_t>(request.size()));
+    Send(socket, request);
     const std::string answer = PrinterProgram::Receive(socket);
     return answer.empty() ? answer : answer.substr(1, answer.rfind(';') - 1);
   }
@@ -32,14 +35,13 @@ TEST_F(PrinterTest, LeavesOpenConnectionsAloneWhenItRefusesAndKnowsItsOrders) {
   const int open = Connect(port_);
   EXPECT_EQ(Order("refuse"), "ok");
   EXPECT_EQ(Connect(port_), -1);
-  EXPECT_EQ(::send(open, "still", 5, 0), 5);
+  Send(open, "still");
   EXPECT_EQ(Order("wait-idle"), "ok");
   EXPECT_EQ(Record("0001.prn"), "still");
   EXPECT_THAT(Order("stats"), testing::StartsWith("ok jobs=0 bytes=5 open=1 buffered=0 dropped=0"));
   ::close(open);
-  for (const char* order : {"", "bogus", "readying", "speed", "drop -1", "stats 3"}) {
+  for (const char* order : {"", "bogus", "readying", "speed", "drop -1", "stats 3"})
     EXPECT_THAT(Order(order), testing::StartsWith("error ")) << order;
-  }
 }
 
 TEST_F(PrinterTest, TakesNoMoreAheadThanItsBufferHolds) {
@@ -47,12 +49,11 @@ TEST_F(PrinterTest, TakesNoMoreAheadThanItsBufferHolds) {
   const std::string data(100000, 'x');
   const int socket = Connect(port_);
   const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(::send(socket, data.data(), data.size(), 0), 100000);
+  Send(socket, data);
   ::close(socket);
   EXPECT_EQ(Order("pause"), "ok");
   EXPECT_THAT(Order("stats"), testing::HasSubstr("jobs=0"));
-  EXPECT_EQ(Order("resume"), "ok");
-  EXPECT_EQ(Order("wait-idle"), "ok");
+  for (const char* order : {"resume", "wait-idle"}) EXPECT_EQ(Order(order), "ok");
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(490));
   EXPECT_EQ(Record("0001.prn"), data);
   EXPECT_THAT(Order("stats"), testing::HasSubstr("jobs=1 bytes=100000 open=0"));
@@ -68,12 +69,10 @@ TEST_F(PrinterTest, FindsItsCommandsWhereverTheDataAreCut) {
   for (std::size_t piece : {1, 2, 3, 5, 7, 11, 100}) {
     const int socket = Connect(port_);
     for (std::size_t at = 0; at < sent.size(); at += piece) {
-      const std::string part = sent.substr(at, piece);
-      ASSERT_EQ(::send(socket, part.data(), part.size(), 0), static_cast<ssize_t>(part.size()));
+      Send(socket, sent.substr(at, piece));
       ASSERT_EQ(Order("wait-idle"), "ok");
     }
-    EXPECT_THAT(PrinterProgram::Receive(socket), testing::StartsWith("\x02ST "));
-    EXPECT_THAT(PrinterProgram::Receive(socket), testing::StartsWith("\x02ST "));
+    for (int i = 0; i < 2; ++i) EXPECT_THAT(PrinterProgram::Receive(socket), testing::StartsWith("\x02ST "));
     ::shutdown(socket, SHUT_WR);
     EXPECT_EQ(PrinterProgram::Receive(socket), "");  // the printer closes when it has read all
     ::close(socket);
@@ -88,20 +87,15 @@ TEST_F(PrinterTest, FindsItsCommandsWhereverTheDataAreCut) {
 TEST_F(PrinterTest, ConditionsStopOrSlowThePrinting) {
   const int status = Connect(port_ + 1);
   EXPECT_EQ(Ask(status, "\x1b?ID\r\n"), "ID portwise-printer 1");
-  const struct {
-    const char *order, *state, *waiting;
-  } rows[] = {{"paper out", "ST S 01 7992", "2"}, {"head open", "ST S 02 7992", "2"}, {"offline", "ST S 04 8192", "0"}};
-  int printed = 0;
-  for (const auto& row : rows) {
-    EXPECT_EQ(Order(row.order), "ok");
+  for (const auto& [order, told, printed] : {std::tuple{"paper out", "ST S 01 7992 8192 0 2", 2},
+                                             {"head open", "ST S 02 7992 8192 2 2", 4},
+                                             {"offline", "ST S 04 8192 8192 4 0", 6}}) {
+    EXPECT_EQ(Order(order), "ok");
     const int job = Connect(port_);
-    const std::string data = std::string(190, 'x') + "\x1b!PG0002\r\n";
-    ASSERT_EQ(::send(job, data.data(), data.size(), 0), 200);
+    Send(job, std::string(190, 'x') + "\x1b!PG0002\r\n");
     Order("stats");  // carried out after what was sent before
-    EXPECT_EQ(Ask(status), std::string(row.state) + " 8192 " + std::to_string(printed) + " " + row.waiting);
-    EXPECT_EQ(Order("ready"), "ok");
-    EXPECT_EQ(Order("wait-idle"), "ok");
-    printed += 2;
+    EXPECT_EQ(Ask(status), told);
+    for (const char* ends : {"ready", "wait-idle"}) EXPECT_EQ(Order(ends), "ok");
     EXPECT_EQ(Ask(status), "ST R 00 8192 8192 " + std::to_string(printed) + " 0");
     ::close(job);
   }
@@ -110,7 +104,7 @@ TEST_F(PrinterTest, ConditionsStopOrSlowThePrinting) {
   for (const char* order : {"page-time 40", "ribbon low", "paper 3", "unasked 1"}) EXPECT_EQ(Order(order), "ok");
   const auto start = std::chrono::steady_clock::now();
   const int job = Connect(port_);
-  ASSERT_EQ(::send(job, "\x1b!PG0005\r\n", 10, 0), 10);
+  Send(job, "\x1b!PG0005\r\n");
   EXPECT_EQ(PrinterProgram::Receive(status).substr(1, 7), "ST P 10");
   EXPECT_EQ(PrinterProgram::Receive(status).substr(1, 22), "ST S 11 8192 8192 9 2;");
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(235));
@@ -122,15 +116,13 @@ TEST_F(PrinterTest, AnswersAsBadlyAsItIsTold) {
   const int status = Connect(port_ + 1);
   const std::string good = Ask(status);
   for (const char* order : {"wrong 1", "silent 0"}) EXPECT_EQ(Order(order), "ok");
-  ASSERT_EQ(::send(status, "\x1b?ST\r\n", 6, 0), 6);
-  const std::string wrong = PrinterProgram::Receive(status);
-  ASSERT_EQ(::send(status, "\x1b?ST\r\n", 6, 0), 6);
-  const std::string right = PrinterProgram::Receive(status);
+  Send(status, "\x1b?ST\r\n\x1b?ST\r\n");
+  const std::string wrong = PrinterProgram::Receive(status), right = PrinterProgram::Receive(status);
   EXPECT_EQ(wrong.substr(0, wrong.size() - 3), right.substr(0, right.size() - 3));
   EXPECT_NE(wrong, right);
 
   EXPECT_EQ(Order("silent 1"), "ok");
-  ASSERT_EQ(::send(status, "\x1b?ST\r\n", 6, 0), 6);
+  Send(status, "\x1b?ST\r\n");
   EXPECT_EQ(PrinterProgram::Receive(status, 100), "");
   for (const char* order : {"delay 100", "pieces 5"}) EXPECT_EQ(Order(order), "ok");
   const auto start = std::chrono::steady_clock::now();

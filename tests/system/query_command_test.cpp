@@ -29,8 +29,7 @@ TEST_F(Query, BringsTheAnswersBytes) {
   ExpectRun(R"(--help >/dev/null; printf '\033?ID\r\n' | ")" + ProgramFolder() + R"(/portwise" query Dock -)", 0, kId);
   device_.Order("pieces 3");
   ExpectRun(R"(query Dock '\e?ID\r\n')", 0, kId);
-  ExpectRun(R"(query Dock '\e?ID\r\n' --no-answer)");
-  EXPECT_EQ(RunProgram(R"(portwise query Dock '\e?ID\r\n' --no-answer)").output, "");
+  EXPECT_EQ(ExpectRun(R"(query Dock '\e?ID\r\n' --no-answer)"), "");
 }
 
 TEST_F(Query, SaysWhatWentWrong) {

@@ -35,10 +35,9 @@ LPBYTE Word(DWORD word) { return reinterpret_cast<LPBYTE>(ULONG_PTR{word}); }
 TEST(HostStatus, MonitorsTellOfJobs) {
   SpoolerHome home;
   SpoolerHome::Set("Stop At", 70000);
-  ASSERT_TRUE(home.Start());
-  home.AddPort("port", {"printer"});
+  ASSERT_TRUE(home.Start("port", {"printer"}));
   const unsigned job = Submit("printer", Payload(200000, 7));
-  ASSERT_TRUE(Eventually([&] { return !GetJob(job).value("reason", "").empty(); }));
+  ASSERT_TRUE(Eventually([&] { return SaysWhy(job); }));
   const std::string reason = GetJob(job).value("reason", "");
   const HANDLE printer = OpenPrinterOf(u"printer", PRINTER_ALL_ACCESS).Detach(),
                user = OpenPrinterOf(u"printer", PRINTER_ACCESS_USE).Detach();
@@ -50,15 +49,13 @@ TEST(HostStatus, MonitorsTellOfJobs) {
   info.pStatus = text.data();
   info.Position = JOB_POSITION_UNSPECIFIED;
   ASSERT_TRUE(SetJobW(printer, job, 1, Bytes(info), 0));
-  const ProgramResult jobs = RunProgram("portwise jobs");
-  EXPECT_THAT(jobs.output, HasSubstr("printing  paper-out"));
-  EXPECT_THAT(jobs.output, HasSubstr("Papier fehlt – 紙切れ; " + reason));
+  EXPECT_THAT(ExpectRun("jobs", 0, "printing  paper-out"), HasSubstr("Papier fehlt – 紙切れ; " + reason));
   info = ReadJob(printer, job);
   EXPECT_EQ(info.Status, JOB_STATUS_PAPEROUT);
   EXPECT_EQ(info.pStatus, text);
   EXPECT_EQ(info.pDocument, std::u16string(u"test"));
 
-  const std::pair<std::function<void(JOB_INFO_1W&)>, DWORD> faults[] = {
+  const std::pair<std::function<void(JOB_INFO_1W&)>, LSTATUS> faults[] = {
       {[&](auto& wrong) { wrong.pDatatype = other.data(); }, ERROR_INVALID_DATATYPE},
       {[&](auto& wrong) { wrong.pStatus = bad.data(); }, ERROR_INVALID_NAME},
       {[](auto& wrong) { wrong.Priority = 2; }, ERROR_NOT_SUPPORTED},
@@ -67,19 +64,16 @@ TEST(HostStatus, MonitorsTellOfJobs) {
   for (const auto& [change, error] : faults) {
     JOB_INFO_1W wrong = ReadJob(user, job);
     change(wrong);
-    EXPECT_TRUE(!SetJobW(user, job, 1, Bytes(wrong), 0) && GetLastError() == error) << error;
+    EXPECT_EQ(ErrorOf(SetJobW(user, job, 1, Bytes(wrong), 0)), error);
   }
   info.Position = 2;
-  for (auto [handle, number, level, bytes, error] : {std::tuple{printer, job, 1, Bytes(info), ERROR_NOT_SUPPORTED},
-                                                     {nullptr, job, 1, Bytes(info), 6},
-                                                     {printer, job, 2, Bytes(info), ERROR_INVALID_LEVEL},
-                                                     {printer, job, 1, nullptr, ERROR_INVALID_PARAMETER},
-                                                     {printer, job, 0, Bytes(info), ERROR_INVALID_PARAMETER},
-                                                     {printer, job + 1, 1, Bytes(info), 87}}) {
-    EXPECT_TRUE(!SetJobW(handle, number, static_cast<DWORD>(level), bytes, 0) &&
-                GetLastError() == static_cast<DWORD>(error))
-        << error;
-  }
+  for (auto [handle, number, level, bytes, error] : {std::tuple{printer, job, 1u, Bytes(info), ERROR_NOT_SUPPORTED},
+                                                     {nullptr, job, 1u, Bytes(info), ERROR_INVALID_HANDLE},
+                                                     {printer, job, 2u, Bytes(info), ERROR_INVALID_LEVEL},
+                                                     {printer, job, 1u, nullptr, ERROR_INVALID_PARAMETER},
+                                                     {printer, job, 0u, Bytes(info), ERROR_INVALID_PARAMETER},
+                                                     {printer, job + 1, 1u, Bytes(info), ERROR_INVALID_PARAMETER}})
+    EXPECT_EQ(ErrorOf(SetJobW(handle, number, level, bytes, 0)), error);
   EXPECT_EQ(ReadJob(printer, job).Status, JOB_STATUS_PAPEROUT) << "none of them changed it";
 
   info = ReadJob(user, job);
@@ -103,11 +97,10 @@ TEST(HostStatus, MonitorsTellOfJobs) {
 
 TEST(HostStatus, MonitorsTellOfPrinters) {
   SpoolerHome home;
-  ASSERT_TRUE(home.Start());
-  home.AddPort("port", {"printer", "quiet"});
+  ASSERT_TRUE(home.Start("port", {"printer", "quiet"}));
   const HANDLE printer = OpenPrinterOf(u"PRINTER", PRINTER_ALL_ACCESS).Detach(),
                user = OpenPrinterOf(u"printer", PRINTER_ACCESS_USE).Detach();
-  EXPECT_THAT(RunProgram("portwise status").output, HasSubstr("printer  unknown"));
+  ExpectRun("status", 0, "printer  unknown");
   ASSERT_TRUE(
       SetPrinterW(printer, 0, Word(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_DOOR_OPEN), PRINTER_CONTROL_SET_STATUS));
   EXPECT_EQ(ReadPrinter(user).Status, PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_DOOR_OPEN);
@@ -116,48 +109,36 @@ TEST(HostStatus, MonitorsTellOfPrinters) {
   info.pComment = comment.data();
   info.Status = PRINTER_STATUS_PAPER_JAM;  // not in this way
   ASSERT_TRUE(SetPrinterW(printer, 2, Bytes(info), 0));
-  const struct {
-    HANDLE printer;
-    DWORD level;
-    LPBYTE info;
-    DWORD command;
-    LSTATUS error;
-  } faults[] = {
-      {nullptr, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_HANDLE},
-      {user, 0, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_ACCESS_DENIED},
-      {user, 2, Bytes(info), 0, ERROR_ACCESS_DENIED},
-      {printer, 0, nullptr, 0, ERROR_INVALID_PRINTER_COMMAND},
-      {printer, 0, nullptr, PRINTER_CONTROL_PURGE, ERROR_INVALID_PRINTER_COMMAND},
-      {printer, 2, Bytes(info), PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_PRINTER_COMMAND},
-      {printer, 2, nullptr, 0, ERROR_INVALID_PARAMETER},
-      {printer, 3, Bytes(info), 0, ERROR_INVALID_LEVEL},
-  };
-  for (const auto& row : faults) {
-    EXPECT_EQ(ErrorOf(SetPrinterW(row.printer, row.level, row.info, row.command)), row.error) << &row - faults;
-  }
+  for (auto [handle, level, bytes, command, error] :
+       {std::tuple{HANDLE{}, 0u, LPBYTE{}, PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_HANDLE},
+        {user, 0u, nullptr, PRINTER_CONTROL_SET_STATUS, ERROR_ACCESS_DENIED},
+        {user, 2u, Bytes(info), 0, ERROR_ACCESS_DENIED},
+        {printer, 0u, nullptr, 0, ERROR_INVALID_PRINTER_COMMAND},
+        {printer, 2u, Bytes(info), PRINTER_CONTROL_SET_STATUS, ERROR_INVALID_PRINTER_COMMAND},
+        {printer, 2u, nullptr, 0, ERROR_INVALID_PARAMETER},
+        {printer, 3u, Bytes(info), 0, ERROR_INVALID_LEVEL}})
+    EXPECT_EQ(ErrorOf(SetPrinterW(handle, level, bytes, command)), error) << level << " " << command;
   EXPECT_EQ(ReadPrinter(printer).pComment, comment);
-  EXPECT_THAT(RunProgram("portwise status printer").output,
-              HasSubstr("printer  paper-out,door-open  0     Ribbon Low;\u00a0Dock\n"));
-  EXPECT_THAT(RunProgram("portwise printer show printer").output, HasSubstr("paper-out,door-open"));
-  const auto listed = nlohmann::json::parse(RunProgram("portwise status --json").output);
+  ExpectRun("status printer", 0, "printer  paper-out,door-open  0     Ribbon Low;\u00a0Dock\n");
+  ExpectRun("printer show printer", 0, "paper-out,door-open");
+  const auto listed = RunJson("status");
   ASSERT_EQ(listed.size(), 2u);
   EXPECT_EQ(listed[0]["statusNames"], nlohmann::json({"paper-out", "door-open"}));
   EXPECT_FALSE(listed[1]["statusKnown"].get<bool>());
-  EXPECT_EQ(RunProgram("portwise status none").code, 1);
+  ExpectRun("status none", 1);
   SetPrinterW(printer, 0, nullptr, PRINTER_CONTROL_SET_STATUS);
-  EXPECT_THAT(RunProgram("portwise status printer").output, HasSubstr("ready"));
+  ExpectRun("status printer", 0, "ready");
 
   ASSERT_TRUE(SetPrinterW(OpenPrinterOf(u"quiet", PRINTER_ALL_ACCESS).Detach(), 0, Word(0x80000000),
                           PRINTER_CONTROL_SET_STATUS));
-  EXPECT_THAT(RunProgram("portwise status quiet").output, HasSubstr("2147483648"));
+  ExpectRun("status quiet", 0, "2147483648");
   Ask({{"op", "printer-remove"}, {"name", "quiet"}});
   Ask({{"op", "printer-add"}, {"name", "quiet"}, {"port", "port"}});
-  EXPECT_THAT(RunProgram("portwise status quiet").output, HasSubstr("unknown"));
+  ExpectRun("status quiet", 0, "unknown");
 
   EXPECT_EQ(home.Stop(), 0);
   ASSERT_TRUE(home.Start());
-  EXPECT_THAT(RunProgram("portwise status printer").output,
-              AllOf(HasSubstr("unknown"), HasSubstr("Ribbon Low;\u00a0Dock")));
+  EXPECT_THAT(ExpectRun("status printer", 0, "unknown"), HasSubstr("Ribbon Low;\u00a0Dock"));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <future>
 #include <utility>
 
 #include "tests/support/spooler_home.h"
@@ -80,8 +81,7 @@ void SetStatus(const std::u16string& name, ULONG_PTR status) {
 
 TEST(StatusWatch, TellsEachChangeInALine) {
   SpoolerHome home;
-  ASSERT_TRUE(home.Start());
-  home.AddPort("port", {"one", "two"});
+  ASSERT_TRUE(home.Start("port", {"one", "two"}));
   Watch all(false), json(false, "--json"), one(false, "two");
   EXPECT_TRUE(all.Shows("two  unknown  jobs 0\n") && one.Shows("two  unknown"));
   SetStatus(u"one", PRINTER_STATUS_PAPER_OUT);
@@ -101,13 +101,12 @@ TEST(StatusWatch, TellsEachChangeInALine) {
   EXPECT_EQ(all.End(SIGTERM), 0);
   EXPECT_EQ(json.End(SIGINT), 0);
   EXPECT_EQ(one.Text().find("paper-out"), std::string::npos);
-  EXPECT_THAT(RunProgram("portwise status --watch nobody").output, HasSubstr("there is no printer nobody"));
+  ExpectRun("status --watch nobody", 1, "there is no printer nobody");
 }
 
 TEST(StatusWatch, RedrawsATerminal) {
   SpoolerHome home;
-  ASSERT_TRUE(home.Start());
-  home.AddPort("port", {"one", "two"});
+  ASSERT_TRUE(home.Start("port", {"one", "two"}));
   Watch watch(true);
   EXPECT_TRUE(watch.Shows("two      unknown"));
   EXPECT_THAT(watch.Text(), testing::StartsWith("\x1b[?1049h\x1b[?25l\x1b[H"));
@@ -124,6 +123,27 @@ TEST(StatusWatch, RedrawsATerminal) {
   const std::string left = watch.Text().substr(watch.Text().rfind("\x1b["));
   EXPECT_THAT(left, testing::StartsWith("\x1b[?1049lPRINTER"));
   EXPECT_THAT(left, HasSubstr("\ntwo      door-open"));
+}
+
+TEST(StatusWindow, OutlivesItsSpoolerAndEndsWithItsPrinter) {
+  SpoolerHome home("portwise.dll");
+  ASSERT_TRUE(home.Start("dock", {"Labels"})) << home.Errors();
+  auto window = std::async(std::launch::async, [&] {
+    return RunProgram("portwise --version > /dev/null; PORTWISE_TIME_SCALE=20 " + ProgramFolder() +
+                      "/portwise ui status Labels > " + home.File("window"));
+  });
+  const auto shows = [&](const char* text) {
+    return Eventually([&] { return ReadFile(home.File("window")).find(text) != std::string::npos; });
+  };
+  EXPECT_TRUE(shows("Labels Status") && shows("Monitoring Disabled"));
+  EXPECT_EQ(home.Stop(), 0);
+  // Several of its ticks find nobody: that does not mean that the printer was deleted.
+  EXPECT_EQ(window.wait_for(std::chrono::seconds(1)), std::future_status::timeout);
+  ASSERT_TRUE(home.Start()) << home.Errors();
+  EXPECT_EQ(window.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
+  ExpectRun("printer remove Labels");
+  const ProgramResult ended = window.get();
+  EXPECT_EQ(ended.code, 0) << ended.output;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -74,6 +75,12 @@ class WindowTest : public LocaleTest {
            control.rect.bottom <= client.bottom;
   }
   static HWND StatusWindowOf(const char* printer) { return FindRegisteredWindow(printer, PrinterWindow::Status); }
+
+  /// Whether that was among what was asked since it was taken last.
+  bool WasAsked(const std::string& part) {
+    const auto asked = monitor_.TakeAsked();
+    return std::any_of(asked.begin(), asked.end(), [&](auto& each) { return each.find(part) != std::string::npos; });
+  }
 
   FakeSpooler spooler_;
   FakeRequests monitor_;

@@ -26,6 +26,20 @@ TEST(GeneralCommands, DoWhatTheirAttributesSay) {
   const std::string megabyte(1 << 20, 'h'), kilobyte(1 << 10, 'c');
   const std::string longest(32000, 'h');  // Windows' variables have an end
   const std::pair<std::string, std::string> rows[] = {
+      // the markup itself
+      {"", ""},
+      {"<a><b/>x</a>", "x"},
+      {"&LT;&gt;&QUOT;&amp;", "<>\"&"},
+      {"&#65;&#321;&#000065;&nbsp;&apos;&#x41;&;", "AA\6??\0?"s},
+      {"</xpml>abc &lt; <a>", "abc &lt; <a>"},
+      {"<Query value='total' action='get'/>", ""},
+      {"<uppercase>a<lowercase>B</lowercase>c</uppercase>", "ABC"},
+      {"<unknown>1<reverse>cba</reverse>2</unknown>", "1abc2"},
+      {"<push>abc</push>x<pop/>", "xabc"},
+      {"</uppercase>x", "x"},
+      {"<a>b</uppercase>", "B"},
+      {"<uppercase/a></uppercase>", ""},
+      // the commands
       {"<set>x</set><set name=''>y</set><set name='A=B'>z</set><get name='A=B'/><get/>", "xy"},
       {"<set name='N' copy='1'>42</set>;<get name='n'>8</get>;<get type='long'>1</get>", "42;842;1"},
       {"<set name='N'>4&#0;2</set><get name='N'/><set name='N'></set><get name='N'/>", "4"},
@@ -50,9 +64,9 @@ TEST(GeneralCommands, DoWhatTheirAttributesSay) {
       {"<encode out='base64;lz77;base64'>a</encode>;<encode in=lz77>ZLIB&#0;&#0;&#0;&#0;&#0;&#0;&#0;&#0;</encode>",
        "WkxJQgQAAAAMAAAAeJyLDLS1BQADEgEl;ZLIB\0\0\0\0\0\0\0\0"s},
       {"<encode out='hex' line_length='2' line_footer='\r\n'>&#1;&#254;</encode>", "01FE\r\n\r\n"},
+      {"<encode out='hex' line_length='2' line_footer=';'>abc</encode>", "6162;63;"},
       {"<encode out='hex' line_length='3' hex_segment='2' space='-' line_header='['>abcdefg</encode>",
        "[6162-63[6465-66[67"},
-      {"<encode out='hex' line_length='1' space='-' line_header='[' line_footer=']'>ab</encode>", "[61][62]]"},
       {"<encode out='hex' line_length='x' hex_segment='x' space='-' line_header='[' line_footer=']'>abc</encode>",
        "[616263]"},
       {"<encode out='hex' line_header='[' line_footer=']' space='-'/>", "]"},
