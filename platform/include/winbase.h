@@ -182,6 +182,14 @@ BOOL WINAPI GetComputerNameW(LPWSTR name, LPDWORD size);
 #define LMEM_ZEROINIT 0x40
 HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes);
 HLOCAL WINAPI LocalFree(HLOCAL memory);
+#define MEM_COMMIT 0x1000u
+typedef struct _MEMORY_BASIC_INFORMATION {
+  PVOID BaseAddress;
+  SIZE_T RegionSize;
+  DWORD State;
+} MEMORY_BASIC_INFORMATION;
+/// Where the memory that can be read is around an address; 0 where there is none.
+SIZE_T WINAPI VirtualQuery(LPCVOID address, MEMORY_BASIC_INFORMATION* region, SIZE_T size);
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x100u
 #define FORMAT_MESSAGE_IGNORE_INSERTS 0x200u
 #define FORMAT_MESSAGE_FROM_SYSTEM 0x1000u

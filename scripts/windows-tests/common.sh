@@ -1,10 +1,14 @@
 # What the parts of scripts/test-windows share: the prefix of Wine and its server, programs with a time limit, and what
-# comes out. Sourced with `target` to be set to x64 or x86 before begin_wine.
+# comes out. Sourced with `target` to be set to x64 or x86 before begin_results.
 
-results=()
-unrun=()
-began=()
 prefixes=()
+
+# begin_results: from here on the parts tell what came out. It is in a file, because each part is a process.
+begin_results() {
+  results=$PWD/build/test-windows-$target.results
+  mkdir -p build
+  : >"$results"
+}
 
 # begin_wine: a prefix for this target, fresh, and its server, which goes on until all is over, so that further programs
 # start in a fraction of the time. Fails where Wine does not start.
@@ -57,9 +61,6 @@ second_prefix() {
   for prefix in "${prefixes[@]}"; do WINEPREFIX=$prefix wineserver -p; done
 }
 
-# ends_with_us PID: a process in the background that ends when all is over.
-ends_with_us() { began+=("$1"); }
-
 end_servers() {
   local prefix
   for prefix in "${prefixes[@]}"; do
@@ -70,9 +71,8 @@ end_servers() {
 }
 
 end_wine() {
-  local status=$? pid
+  local status=$?
   trap - EXIT
-  for pid in "${began[@]}"; do kill "$pid" 2>/dev/null || true; done
   end_servers
   exit "$status"
 }
@@ -84,29 +84,58 @@ in_wine() {
   timeout -k 5 "$limit" wine "$@"
 }
 
+# run_part: $part, in a process of its own, which the first command that fails ends. For that it must not be part of a
+# condition, where bash goes on after a failure.
+run_part() {
+  local status
+  echo "== $part ($target)"
+  set +e
+  (
+    set -e
+    . "scripts/windows-tests/$part.sh"
+    # It says what came out by "result" and "not_run".
+    "run_$part"
+  )
+  status=$?
+  set -e
+  [ "$status" -eq 0 ] || result "$part" failed "the part ended early, with code $status"
+}
+
+# build_targets PRESET TARGET...: ends the part when it fails, so that nothing older runs in place of what it builds.
+build_targets() {
+  scripts/build "$@" >"$WINEPREFIX.build" 2>&1 || {
+    cat "$WINEPREFIX.build"
+    result "scripts/build $1" failed 'it does not build'
+    return 1
+  }
+}
+
 # result NAME passed|failed TEXT: one line of the summary.
-result() { results+=("$2 $1: $3"); }
+result() { printf '%s\t%s\t%s\t%s\n' "$part" "$2" "$1" "${3//$'\t'/ }" >>"$results"; }
 
 # not_run NAME REASON
-not_run() { unrun+=("$1: $2"); }
+not_run() { printf '%s\tnot run\t%s\t%s\n' "$part" "$1" "$2" >>"$results"; }
 
 # differences PART: the lines "NAME: REASON" of what a part does not run, from the one place where they are.
 differences() { sed -nE "s/^$1(-$target)?\.//p" scripts/windows-tests/not-run; }
 
-# summary: prints what came out; fails when something has failed.
-summary() {
-  local failed=0 line
+# print_results: the summary, with one line for each reason not to run something.
+print_results() {
   echo "== summary ($target)"
-  for line in "${results[@]}"; do
-    echo "$line"
-    [[ $line == passed* ]] || failed=1
+  awk -F '\t' '
+    $2 != "not run" { print $2 " " $3 ": " $4; next }
+    { if (!($4 in names)) order[++count] = $4; names[$4] = names[$4] (names[$4] == "" ? "" : ", ") $3 }
+    END {
+      if (count > 0) print "not run:"
+      for (i = 1; i <= count; ++i) print "  " order[i] ": " names[order[i]]
+    }' "$results"
+}
+
+# summary: prints what came out; fails unless each part has passed something and nothing has failed.
+summary() {
+  for part in "${parts[@]}"; do
+    grep -q "^$part"$'\t''\(passed\|failed\)'$'\t' "$results" || result "$part" failed 'nothing came out'
   done
-  if [ ${#unrun[@]} -gt 0 ]; then
-    echo 'not run:'
-    # One line for each reason.
-    printf '%s\n' "${unrun[@]}" | awk -F ': ' '
-      { if (!($2 in names)) order[++count] = $2; names[$2] = names[$2] (names[$2] == "" ? "" : ", ") $1 }
-      END { for (i = 1; i <= count; ++i) print "  " order[i] ": " names[order[i]] }'
-  fi
-  return $failed
+  print_results
+  ! grep -q $'^[a-z]*\tfailed\t' "$results"
 }

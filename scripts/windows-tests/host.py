@@ -251,6 +251,11 @@ class WindowsSide:
     def events(self, severity):
         return [text for kind, text in self.entries if kind == severity]
 
+    def await_events(self, severity, count):
+        """The trace comes by a pipe of its own, and may come after what the host says later."""
+        await_that(lambda: len(self.events(severity)) >= count, f"{count} events", 60)
+        return self.events(severity)
+
     def end(self):
         """The host's exit code; ended when it does not end."""
         with contextlib.suppress(BrokenPipeError):
@@ -428,10 +433,12 @@ class Checks:
 
     def lost_connection(self):
         printers = self.pair("Loading")
-        plain = self.plain("labels-4")
+        # More than the system holds on the way to a printer: the connection breaks while the job is written.
+        job, plain = self.jobs / "long.job", self.plain("labels-4") * 20
+        job.write_bytes((self.jobs / "labels-4.job").read_bytes() * 20)
         for name, side in self.both():
             printers[name].order("drop 50000")
-            side.print("Loading", self.jobs / "labels-4.job", "Lost")
+            side.print("Loading", job, "Lost")
         self.windows.await_end()
         await_that(lambda: [job["state"] for job in self.linux.jobs()] == ["held"], "the held job on Linux")
         for name, _ in self.both():
@@ -440,6 +447,7 @@ class Checks:
             expect(plain.endswith(b"".join(rest)), True, f"{name} went on with what comes later")
         expect(self.windows.log("Loading").replace(",0,", ",").split(",")[-1],
                self.linux.log("Loading").replace(",0,", ",").split(",")[-1], "the job's state in the log")
+        self.windows.await_events("warning", 1)
         warnings = {name: [self.normal(text, name) for text in side.events("warning")] for name, side in self.both()}
         expect(len(warnings["linux"]), 1, "warnings on Linux")
         expect(warnings["windows"], warnings["linux"], "the warning")
@@ -546,7 +554,7 @@ class Checks:
         self.windows.await_told(job, "not begun: error 0")  # the job's every call fails, and is reported once
         self.windows.order("cancel", job)
         self.windows.await_told(job, "cancelled before it began")
-        reports = self.windows.events("error")[before[0]:]
+        reports = self.windows.await_events("error", before[0] + 1)[before[0]:]
         expect((len(reports), len(self.dumps()) - before[1]), (1, 1), "reports and dumps of one job")
         wanted = (r"Port: port-Faulty null\tPrinter: Faulty null\r\nError: [^\r]+\r\nCaught in \[lmStartDocPortW\]\r\n"
                   r"MiniDump File: C:\\ProgramData\\Corvane\\Drivers\\Dump\\faultdump_0000.dmp\r\n")
@@ -557,7 +565,7 @@ class Checks:
         job = self.windows.print("Faulty throw", self.jobs / "labels-1.job", "Throw")
         self.windows.await_told(job, "not begun: error 1359")  # ERROR_INTERNAL_ERROR
         self.windows.order("cancel", job)
-        reports = self.windows.events("error")[before[0] + 1:]
+        reports = self.windows.await_events("error", before[0] + 2)[before[0] + 1:]
         expect([("thrown by a plug-in" in text, "MiniDump" in text) for text in reports], [(True, False)],
                "an exception of a plug-in is reported without a dump")
         return "one report and one dump, which names the plug-in; the host goes on"
@@ -568,7 +576,7 @@ class Checks:
         self.windows.add("Faulty poll", printer.port, "FAUTY")
         self.windows.order("set", "dword", "Settings:Status/Status Monitoring Mode", 2, "Faulty poll")
         self.windows.order("open", "Faulty poll")
-        await_that(lambda: len(self.windows.events("error")) > before[0], "the report of the status thread", 60)
+        self.windows.await_events("error", before[0] + 1)
         expect(len(self.dumps()) - before[1], 1, "dumps")
         self.windows.order("close", "Faulty poll")
         expect(self.windows.order("ask", "Packing", "<reverse>abc</reverse>"), "cba", "another port")
@@ -620,6 +628,7 @@ class Checks:
                                     "a status")
                 expect(status, "Ready", "the status without the archive")
                 warnings = {}
+                windows.await_events("warning", 1)
                 for side in (linux, windows):
                     texts = side.events("warning")
                     warnings[side] = [self.normal(text, None) for text in texts if "listen" in text]

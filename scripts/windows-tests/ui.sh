@@ -383,9 +383,6 @@ ui_run() {
   trap ui_end EXIT
   rm -rf "$ui_pictures"
   mkdir -p "$ui_pictures"
-  scripts/build "windows-$target" portwise-library window-driver >"$ui_work/build.out" &&
-    scripts/build linux portwise portwise-spooler portwise-printer portwise-library portwise-reference-plugin \
-      >"$ui_work/build.out" || { cat "$ui_work/build.out"; exit 1; }
   ui_begin_service && ui_begin_wine || exit 1
   ui_states
   ui_menus
@@ -417,6 +414,8 @@ run_ui() {
   ui_long_name=名古屋物流センター出荷ラベルプリンター三号機（予備）
   ui_settings='SOFTWARE\Corvane\Drivers\Printers\Label Printer\Settings\Status Window'
   ui_pictures=$PWD/build/windows-pictures
+  build_targets "windows-$target" portwise-library window-driver
+  build_targets linux portwise portwise-spooler portwise-printer portwise-library portwise-reference-plugin
   ui_work=$(mktemp -d)
   local outcome=failed
   (ui_run) && outcome=passed

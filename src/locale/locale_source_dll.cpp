@@ -35,9 +35,21 @@ HANDLE ULocaleSource_DLL::LoadHandle(ResourceKind kind, LPCWSTR name) {
   return nullptr;
 }
 
+bool ULocaleSource_DLL::IsMemory(const void* data, DWORD size) {
+  const auto* bytes = static_cast<const BYTE*>(data);
+  const auto isInRegion = [&] {
+    const auto* begin = static_cast<const BYTE*>(region_.BaseAddress);
+    return region_.State == MEM_COMMIT && bytes >= begin && bytes < begin + region_.RegionSize &&
+           size <= static_cast<SIZE_T>(begin + region_.RegionSize - bytes);
+  };
+  return isInRegion() || (VirtualQuery(data, &region_, sizeof region_) != 0 && isInRegion());
+}
+
 DWORD ULocaleSource_DLL::GetSize(LPCWSTR type, LPCWSTR name) {
   const HRSRC resource = Load() ? FindResourceW(module_, name, type) : nullptr;
-  return resource ? SizeofResource(module_, resource) : 0;
+  const DWORD size = resource ? SizeofResource(module_, resource) : 0;
+  const void* data = size > 0 ? GetData(type, name) : nullptr;
+  return data && IsMemory(data, size) ? size : 0;
 }
 
 const void* ULocaleSource_DLL::GetData(LPCWSTR type, LPCWSTR name) {

@@ -24,10 +24,13 @@ class ULocaleSource_DLL : public ULocaleSource {
  private:
   /// False when the file at the path is no module; asked once.
   bool Load();
+  /// Whether so many bytes can be read. What a damaged module says of its resources need not be true.
+  bool IsMemory(const void* data, DWORD size);
 
   OString path_;
   HMODULE module_ = nullptr;
   unique_module owned_;
+  MEMORY_BASIC_INFORMATION region_ = {};  // where the resource was that was looked at last
   bool tried_ = false;
   bool deleteFile_ = false;
 };

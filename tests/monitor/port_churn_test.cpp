@@ -13,7 +13,7 @@ namespace {
 using PortChurn = MonitorFixture;
 
 TEST_F(PortChurn, NothingStaysBehindOfTenThousandOpens) {
-  const int kRounds = IsWine() ? 3000 : 10000;  // there it takes much longer
+  const int kRounds = IsWine() ? 1000 : 10000;  // there it takes much longer
   FakePrinter printer, silent;
   silent.Refuse();
   RegisterPort("IP_1", "", "127.0.0.1", printer.Port());

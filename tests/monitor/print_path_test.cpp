@@ -31,7 +31,9 @@ class PrintPathTest : public MonitorFixture {
     platform::SetTimeScale(20);
     spooler_.printers["Labels"] = {"COM1:", "", {{"jobs", 1}, {"attributes", PRINTER_ATTRIBUTE_ENABLE_BIDI}}};
     Set("Status/Status Monitoring Mode", 2);
-    Set("Status/Response Timeout", 2000);
+    // Long enough that a busy machine, on which a test may wait its turn, is not taken for a printer that takes
+    // nothing.
+    Set("Status/Response Timeout", 3000);
     Set("Status/Send Timeout", 4000);
     handle_ = Open("COM1:");
     port_ = static_cast<PortContext*>(handle_);
@@ -342,9 +344,6 @@ TEST_F(PrintPathTest, NeitherLosesNorDoublesAByteOfAMonitoredJob) {
     if (chance(2)) throw std::runtime_error("below");
     return *written == size || chance(50);
   };
-  // Long enough that a busy machine, on which the test may wait its turn, is not taken for a printer that takes
-  // nothing.
-  Set("Status/Send Timeout", 4000);
   Set("Status/Response Timeout", 200);
   for (DWORD job = 1; job <= 60; ++job) {
     SetVerify(chance(50), chance(50));

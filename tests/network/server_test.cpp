@@ -234,21 +234,21 @@ TEST_F(Server, OneOfTooManyGivesWayToTheNextAndAllLeaveNothingBehind) {
 
 TEST_F(Server, TheMemoryOfThoseThatWaitGoesToTheNext) {
   constexpr std::size_t kLeft = 15500000;
-  platform::SetTimeScale(20);
+  platform::SetTimeScale(5);
   server_.onRequest = AnswerLarge;
   EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - kLeft));
   std::vector<WebClient> deaf;
   for (int i = 0; i < 4; ++i) {
     deaf.emplace_back(port_, 4096);
     EXPECT_TRUE(deaf.back().Send(kLarge).Waits(5000));
-    Sleep(2500);
+    Sleep(3500);
   }
   AwaitClients(2);
   const std::string half = "POST /x HTTP/1.1\r\nContent-Length: 5000000\r\n\r\n" + std::string(4999999, 'x');
   WebClient silent(port_);
   silent.Send(half.substr(0, half.size() - 100));
   AwaitClients(2);
-  for (int i = 0; i < 25; ++i) silent.Send("x"), Sleep(100);  // which is as good as nothing
+  for (int i = 0; i < 35; ++i) silent.Send("x"), Sleep(100);  // which is as good as nothing
   EXPECT_TRUE(server_.Budget().Take(1000000));
   EXPECT_TRUE(BodyOf(WebClient(port_).Send(half).Send("x").Read()) == half + "x");
   EXPECT_THAT(silent.Read(), StartsWith(kUnavailable)) << "it has given way";
@@ -301,12 +301,12 @@ TEST_F(Server, AReplyTakesNoMoreMemoryThanThereIs) {
     for (int i = 0; i < times; ++i) commands += "<get name='LONG'/>";
     return commands;
   };
-  run("<set name='LONG'>" + std::string(100000, 'x') + "</set>");
+  run("<set name='LONG'>" + std::string(30000, 'x') + "</set>");  // Windows has no variables of more than 32767
   EXPECT_TRUE(server_.Budget().Take(RequestBudget::kBytes - 3000000));
-  EXPECT_EQ(BodyOf(run(get(10))).size(), 1000001u);
+  EXPECT_EQ(BodyOf(run(get(34))).size(), 1020001u);
   std::string nested;
   for (int i = 0; i < 50000; ++i) nested += "<a>";
-  for (const std::string& commands : {get(50), "<a>" + get(50), "<packet>" + get(50) + "</packet>", nested}) {
+  for (const std::string& commands : {get(170), "<a>" + get(170), "<packet>" + get(170) + "</packet>", nested}) {
     EXPECT_THAT(run(commands + "<packet>!</packet>"),
                 AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("\r\nX-Request-Has-Run: yes\r\n")));
     EXPECT_EQ(below_.output.size(), 0u) << "nothing is done with a text that lacks a part, nor behind it";

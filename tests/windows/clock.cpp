@@ -1,7 +1,6 @@
 #include <winsock2.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <mutex>
 
 #include "platform/test_clock.h"
@@ -18,17 +17,13 @@ LONGLONG RealMicroseconds() {
   return static_cast<LONGLONG>(static_cast<double>(count.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart));
 }
 
+constexpr double kMostScale = 20;
+
 std::mutex lock;
 double scale = 1;
 LONGLONG since = 0;   // in real microseconds
 double before = 0;    // milliseconds of the clock at that moment
 DWORD tickStart = 0;  // the tick count where the clock is 0
-
-/// What scripts/test-windows allows.
-double MostScale() {
-  const char* most = std::getenv("PORTWISE_MOST_TIME_SCALE");
-  return most ? std::max(std::atof(most), 1.0) : 20;
-}
 
 double Now() { return before + static_cast<double>(RealMicroseconds() - since) / 1000 * scale; }
 
@@ -76,7 +71,7 @@ void SetTimeScale(double wanted) {
   const std::lock_guard guard(lock);
   before = Now();
   since = RealMicroseconds();
-  scale = std::clamp(wanted, 1.0, MostScale());
+  scale = std::clamp(wanted, 1.0, kMostScale);
 }
 
 double TimeScale() {
