@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mstcpip.h>
+#include <ws2tcpip.h>
 
 #include <cstring>
 #include <thread>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "platform/test_clock.h"
+#include "tests/support/environment.h"
 #include "tests/support/fake_printer.h"
 
 namespace portwise {
@@ -173,6 +175,30 @@ TEST_F(SocketsTest, AConnectionCountsWhatThePeerHasAcknowledged) {
   slow.Close();
   Sleep(100);
   EXPECT_EQ(acknowledged(), sent) << "and its counts outlive it";
+}
+
+TEST_F(SocketsTest, NamesAreLookedUpThroughTheSystemModule) {
+  HMODULE library = GetModuleHandleW(TEXT("Ws2_32.dll"));
+  using LookUp = INT (*)(PCWSTR, PCWSTR, const ADDRINFOW*, PADDRINFOW*);
+  const auto lookUp = reinterpret_cast<LookUp>(reinterpret_cast<void (*)()>(GetProcAddress(library, "GetAddrInfoW")));
+  const auto release =
+      reinterpret_cast<void (*)(PADDRINFOW)>(reinterpret_cast<void (*)()>(GetProcAddress(library, "FreeAddrInfoW")));
+  ASSERT_TRUE(lookUp != nullptr && release != nullptr);
+  ADDRINFOW hints = {};
+  hints.ai_family = AF_INET;
+  PADDRINFOW found = nullptr;
+  SetVariable("PORTWISE_COMPUTER_NAME", "-in-no-file-");
+  for (const WCHAR* name : {TEXT("localhost"), TEXT("-in-No-file-")}) {
+    ASSERT_EQ(lookUp(name, TEXT("9100"), &hints, &found), 0);
+    const auto* address = reinterpret_cast<const sockaddr_in*>(found->ai_addr);
+    EXPECT_EQ(ntohl(address->sin_addr.s_addr), INADDR_LOOPBACK);
+    EXPECT_EQ(ntohs(address->sin_port), 9100);
+    release(found);
+  }
+  SetVariable("PORTWISE_COMPUTER_NAME", nullptr);
+  hints.ai_flags = AI_NUMERICHOST;
+  EXPECT_EQ(lookUp(TEXT("no-address"), nullptr, &hints, &found), WSAHOST_NOT_FOUND);
+  EXPECT_EQ(WSAGetLastError(), WSAHOST_NOT_FOUND);
 }
 
 }  // namespace

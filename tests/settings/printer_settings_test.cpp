@@ -123,6 +123,7 @@ TEST_F(PrinterSettingsTest, OneReadServesASecondOfOneThread) {
   EXPECT_EQ(reads, 3 * oneRead) << "another thread asks for itself";
   platform::SetTickCount(start + 4200);
   spooler_.printers.clear();
+  SetLastError(77);
   info.Refresh();
   EXPECT_EQ(info.portName, OString("LPT2:")) << "what is known stays";
   EXPECT_EQ(GetLastError(), 77u);
