@@ -20,7 +20,9 @@ else()
   target_compile_definitions(portwise-options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)
 endif()
 if(PORTWISE_SANITIZE)
-  target_compile_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE} -fno-omit-frame-pointer)
+  # What the sanitizers add makes the compiler see uses of values that nobody has set.
+  target_compile_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE} -fno-omit-frame-pointer
+                         -Wno-maybe-uninitialized)
   target_compile_definitions(portwise-options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(portwise-options INTERFACE -fsanitize=${PORTWISE_SANITIZE})
 endif()
